@@ -1,0 +1,29 @@
+#pragma once
+
+// Every public class of the library.
+
+// foundation
+#include <kalvo/foundation/KArchive.h>
+#include <kalvo/foundation/KArrayBuffer.h>
+#include <kalvo/foundation/KAssertion.h>
+#include <kalvo/foundation/KBitSet.h>
+#include <kalvo/foundation/KClass.h>
+#include <kalvo/foundation/KDate.h>
+#include <kalvo/foundation/KDouble.h>
+#include <kalvo/foundation/KException.h>
+#include <kalvo/foundation/KInteger.h>
+#include <kalvo/foundation/KLimits.h>
+#include <kalvo/foundation/KObject.h>
+#include <kalvo/foundation/KProperties.h>
+#include <kalvo/foundation/KRange.h>
+#include <kalvo/foundation/KSerializable.h>
+#include <kalvo/foundation/KString.h>
+#include <kalvo/foundation/KStringArray.h>
+#include <kalvo/foundation/KVector.h>
+#include <kalvo/foundation/KVectorBuffer.h>
+
+// platform
+#include <kalvo/platform/CPoint.h>
+#include <kalvo/platform/CRect.h>
+#include <kalvo/platform/CSize.h>
+#include <kalvo/platform/ColorRef.h>

@@ -1,0 +1,5 @@
+#include <gtest/gtest.h>
+
+#include <kalvo/kalvo.h>
+
+TEST(KArchive, placeholder) { SUCCEED(); }
