@@ -26,4 +26,5 @@
 #include <kalvo/platform/CPoint.h>
 #include <kalvo/platform/CRect.h>
 #include <kalvo/platform/CSize.h>
+#include <kalvo/platform/HWND.h>
 #include <kalvo/platform/ColorRef.h>
