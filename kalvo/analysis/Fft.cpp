@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <type_traits>
 
 // The transform is decimation in frequency: each factor p of the length, in the order of the
@@ -249,215 +250,261 @@ bool preparePlan(size_t n, int sign, size_t rotHint, size_t permHint) {
 }
 
 // ---------------------------------------------------------------------------------------
-// Butterflies. Each kernel runs `count` butterflies; butterfly i starts at index i * step of
-// re/im and its p points are `span` apart. With rotations (Rotate), output j > 0 of
-// butterfly i is multiplied by wr/wi[(j - 1) * col + i * twStep]. Step and TwStep are
-// either size_t or a compile-time constant, so that the common unit-stride loops vectorise.
+// Butterflies. A kernel's butterfly() computes one butterfly with V = double, or two
+// neighbouring ones at once with V = Pair (two doubles in one vector register). Its p points
+// start at data index k0 and lie `span` apart. With rotations (Rotate), output j > 0 is
+// multiplied by the rotation at wr/wi[(j - 1) * col + w]; for a pair that is two
+// neighbouring rotations, or one shared by both butterflies (Shared).
+
+typedef double Pair __attribute__((vector_size(16)));
 
 using Unit = std::integral_constant<size_t, 1>;
 using Zero = std::integral_constant<size_t, 0>;
 
-#define FFT_KERNEL_ARGS                                                                  \
-    double *__restrict re, double *__restrict im, size_t count, Step step, size_t span, \
-        const double *__restrict wr, const double *__restrict wi, TwStep twStep, size_t col
-
-inline void rotateStore(double* __restrict re, double* __restrict im, size_t k, double xr,
-                        double xi, double c, double s) {
-    re[k] = xr * c - xi * s;
-    im[k] = xr * s + xi * c;
+template <class V>
+inline V load(const double* p) {
+    if constexpr (std::is_same_v<V, double>) {
+        return *p;
+    } else {
+        V v;
+        std::memcpy(&v, p, sizeof v);
+        return v;
+    }
 }
 
+template <class V>
+inline void store(double* p, V v) {
+    if constexpr (std::is_same_v<V, double>)
+        *p = v;
+    else
+        std::memcpy(p, &v, sizeof v);
+}
+
+template <class V, bool Shared>
+inline V loadRotation(const double* p) {
+    if constexpr (std::is_same_v<V, double> || !Shared)
+        return load<V>(p);
+    else
+        return V{*p, *p};
+}
+
+template <class V, bool Shared>
+inline void rotateStore(double* __restrict re, double* __restrict im, size_t k, V xr, V xi,
+                        const double* __restrict wr, const double* __restrict wi, size_t w) {
+    const V c = loadRotation<V, Shared>(wr + w);
+    const V s = loadRotation<V, Shared>(wi + w);
+    store(re + k, xr * c - xi * s);
+    store(im + k, xr * s + xi * c);
+}
+
+#define FFT_BUTTERFLY_ARGS                                                              \
+    double *__restrict re, double *__restrict im, size_t k0, size_t span,              \
+        const double *__restrict wr, const double *__restrict wi, size_t w, size_t col
+
 struct Radix2 {
-    template <bool Rotate, class Step, class TwStep>
-    void run(FFT_KERNEL_ARGS) const {
-        for (size_t i = 0; i < count; ++i) {
-            const size_t k0 = i * step;
-            const size_t k1 = k0 + span;
-            const double ar = re[k0], ai = im[k0], br = re[k1], bi = im[k1];
-            re[k0] = ar + br;
-            im[k0] = ai + bi;
-            if constexpr (Rotate) {
-                const size_t w = i * twStep;
-                rotateStore(re, im, k1, ar - br, ai - bi, wr[w], wi[w]);
-            } else {
-                re[k1] = ar - br;
-                im[k1] = ai - bi;
-            }
+    static constexpr bool kPairs = true;
+
+    template <class V, bool Rotate, bool Shared>
+    void butterfly(FFT_BUTTERFLY_ARGS) const {
+        const size_t k1 = k0 + span;
+        const V ar = load<V>(re + k0), ai = load<V>(im + k0);
+        const V br = load<V>(re + k1), bi = load<V>(im + k1);
+        store(re + k0, ar + br);
+        store(im + k0, ai + bi);
+        if constexpr (Rotate) {
+            rotateStore<V, Shared>(re, im, k1, ar - br, ai - bi, wr, wi, w);
+        } else {
+            store(re + k1, ar - br);
+            store(im + k1, ai - bi);
         }
         (void)col;
     }
 };
 
 struct Radix3 {
+    static constexpr bool kPairs = true;
     double s120;  // sin 120 degrees, signed with the direction
 
-    template <bool Rotate, class Step, class TwStep>
-    void run(FFT_KERNEL_ARGS) const {
-        for (size_t i = 0; i < count; ++i) {
-            const size_t k0 = i * step;
-            const size_t k1 = k0 + span;
-            const size_t k2 = k1 + span;
-            const double sr = re[k1] + re[k2], si = im[k1] + im[k2];
-            const double dr = s120 * (re[k1] - re[k2]), di = s120 * (im[k1] - im[k2]);
-            const double ar = re[k0], ai = im[k0];
-            re[k0] = ar + sr;
-            im[k0] = ai + si;
-            const double tr = ar - 0.5 * sr, ti = ai - 0.5 * si;
-            if constexpr (Rotate) {
-                const size_t w = i * twStep;
-                rotateStore(re, im, k1, tr - di, ti + dr, wr[w], wi[w]);
-                rotateStore(re, im, k2, tr + di, ti - dr, wr[col + w], wi[col + w]);
-            } else {
-                re[k1] = tr - di;
-                im[k1] = ti + dr;
-                re[k2] = tr + di;
-                im[k2] = ti - dr;
-            }
+    template <class V, bool Rotate, bool Shared>
+    void butterfly(FFT_BUTTERFLY_ARGS) const {
+        const size_t k1 = k0 + span;
+        const size_t k2 = k1 + span;
+        const V r1 = load<V>(re + k1), i1 = load<V>(im + k1);
+        const V r2 = load<V>(re + k2), i2 = load<V>(im + k2);
+        const V sr = r1 + r2, si = i1 + i2;
+        const V dr = s120 * (r1 - r2), di = s120 * (i1 - i2);
+        const V ar = load<V>(re + k0), ai = load<V>(im + k0);
+        store(re + k0, ar + sr);
+        store(im + k0, ai + si);
+        const V tr = ar - 0.5 * sr, ti = ai - 0.5 * si;
+        if constexpr (Rotate) {
+            rotateStore<V, Shared>(re, im, k1, tr - di, ti + dr, wr, wi, w);
+            rotateStore<V, Shared>(re, im, k2, tr + di, ti - dr, wr + col, wi + col, w);
+        } else {
+            store(re + k1, tr - di);
+            store(im + k1, ti + dr);
+            store(re + k2, tr + di);
+            store(im + k2, ti - dr);
         }
     }
 };
 
 struct Radix4 {
+    static constexpr bool kPairs = true;
     double sign;  // +1 or -1: multiplying by sign * i is the quarter turn
 
-    template <bool Rotate, class Step, class TwStep>
-    void run(FFT_KERNEL_ARGS) const {
-        for (size_t i = 0; i < count; ++i) {
-            const size_t k0 = i * step;
-            const size_t k1 = k0 + span;
-            const size_t k2 = k1 + span;
-            const size_t k3 = k2 + span;
-            const double s02r = re[k0] + re[k2], s02i = im[k0] + im[k2];
-            const double d02r = re[k0] - re[k2], d02i = im[k0] - im[k2];
-            const double s13r = re[k1] + re[k3], s13i = im[k1] + im[k3];
-            const double d13r = sign * (re[k1] - re[k3]), d13i = sign * (im[k1] - im[k3]);
-            re[k0] = s02r + s13r;
-            im[k0] = s02i + s13i;
-            if constexpr (Rotate) {
-                const size_t w = i * twStep;
-                rotateStore(re, im, k1, d02r - d13i, d02i + d13r, wr[w], wi[w]);
-                rotateStore(re, im, k2, s02r - s13r, s02i - s13i, wr[col + w], wi[col + w]);
-                rotateStore(re, im, k3, d02r + d13i, d02i - d13r, wr[2 * col + w],
-                            wi[2 * col + w]);
-            } else {
-                re[k1] = d02r - d13i;
-                im[k1] = d02i + d13r;
-                re[k2] = s02r - s13r;
-                im[k2] = s02i - s13i;
-                re[k3] = d02r + d13i;
-                im[k3] = d02i - d13r;
-            }
+    template <class V, bool Rotate, bool Shared>
+    void butterfly(FFT_BUTTERFLY_ARGS) const {
+        const size_t k1 = k0 + span;
+        const size_t k2 = k1 + span;
+        const size_t k3 = k2 + span;
+        const V r0 = load<V>(re + k0), i0 = load<V>(im + k0);
+        const V r1 = load<V>(re + k1), i1 = load<V>(im + k1);
+        const V r2 = load<V>(re + k2), i2 = load<V>(im + k2);
+        const V r3 = load<V>(re + k3), i3 = load<V>(im + k3);
+        const V s02r = r0 + r2, s02i = i0 + i2, d02r = r0 - r2, d02i = i0 - i2;
+        const V s13r = r1 + r3, s13i = i1 + i3;
+        const V d13r = sign * (r1 - r3), d13i = sign * (i1 - i3);
+        store(re + k0, s02r + s13r);
+        store(im + k0, s02i + s13i);
+        if constexpr (Rotate) {
+            rotateStore<V, Shared>(re, im, k1, d02r - d13i, d02i + d13r, wr, wi, w);
+            rotateStore<V, Shared>(re, im, k2, s02r - s13r, s02i - s13i, wr + col, wi + col, w);
+            rotateStore<V, Shared>(re, im, k3, d02r + d13i, d02i - d13r, wr + 2 * col,
+                                   wi + 2 * col, w);
+        } else {
+            store(re + k1, d02r - d13i);
+            store(im + k1, d02i + d13r);
+            store(re + k2, s02r - s13r);
+            store(im + k2, s02i - s13i);
+            store(re + k3, d02r + d13i);
+            store(im + k3, d02i - d13r);
         }
     }
 };
 
 struct Radix5 {
+    static constexpr bool kPairs = true;
     double c72, s72, c144, s144;  // sines signed with the direction
 
-    template <bool Rotate, class Step, class TwStep>
-    void run(FFT_KERNEL_ARGS) const {
-        for (size_t i = 0; i < count; ++i) {
-            const size_t k0 = i * step;
-            const size_t k1 = k0 + span;
-            const size_t k2 = k1 + span;
-            const size_t k3 = k2 + span;
-            const size_t k4 = k3 + span;
-            const double ar = re[k0], ai = im[k0];
-            const double s14r = re[k1] + re[k4], s14i = im[k1] + im[k4];
-            const double d14r = re[k1] - re[k4], d14i = im[k1] - im[k4];
-            const double s23r = re[k2] + re[k3], s23i = im[k2] + im[k3];
-            const double d23r = re[k2] - re[k3], d23i = im[k2] - im[k3];
-            re[k0] = ar + s14r + s23r;
-            im[k0] = ai + s14i + s23i;
-            const double a1r = ar + c72 * s14r + c144 * s23r;
-            const double a1i = ai + c72 * s14i + c144 * s23i;
-            const double a2r = ar + c144 * s14r + c72 * s23r;
-            const double a2i = ai + c144 * s14i + c72 * s23i;
-            const double b1r = s72 * d14r + s144 * d23r;
-            const double b1i = s72 * d14i + s144 * d23i;
-            const double b2r = s144 * d14r - s72 * d23r;
-            const double b2i = s144 * d14i - s72 * d23i;
-            if constexpr (Rotate) {
-                const size_t w = i * twStep;
-                rotateStore(re, im, k1, a1r - b1i, a1i + b1r, wr[w], wi[w]);
-                rotateStore(re, im, k2, a2r - b2i, a2i + b2r, wr[col + w], wi[col + w]);
-                rotateStore(re, im, k3, a2r + b2i, a2i - b2r, wr[2 * col + w],
-                            wi[2 * col + w]);
-                rotateStore(re, im, k4, a1r + b1i, a1i - b1r, wr[3 * col + w],
-                            wi[3 * col + w]);
-            } else {
-                re[k1] = a1r - b1i;
-                im[k1] = a1i + b1r;
-                re[k2] = a2r - b2i;
-                im[k2] = a2i + b2r;
-                re[k3] = a2r + b2i;
-                im[k3] = a2i - b2r;
-                re[k4] = a1r + b1i;
-                im[k4] = a1i - b1r;
-            }
+    template <class V, bool Rotate, bool Shared>
+    void butterfly(FFT_BUTTERFLY_ARGS) const {
+        const size_t k1 = k0 + span;
+        const size_t k2 = k1 + span;
+        const size_t k3 = k2 + span;
+        const size_t k4 = k3 + span;
+        const V ar = load<V>(re + k0), ai = load<V>(im + k0);
+        const V r1 = load<V>(re + k1), i1 = load<V>(im + k1);
+        const V r2 = load<V>(re + k2), i2 = load<V>(im + k2);
+        const V r3 = load<V>(re + k3), i3 = load<V>(im + k3);
+        const V r4 = load<V>(re + k4), i4 = load<V>(im + k4);
+        const V s14r = r1 + r4, s14i = i1 + i4, d14r = r1 - r4, d14i = i1 - i4;
+        const V s23r = r2 + r3, s23i = i2 + i3, d23r = r2 - r3, d23i = i2 - i3;
+        store(re + k0, ar + s14r + s23r);
+        store(im + k0, ai + s14i + s23i);
+        const V a1r = ar + c72 * s14r + c144 * s23r;
+        const V a1i = ai + c72 * s14i + c144 * s23i;
+        const V a2r = ar + c144 * s14r + c72 * s23r;
+        const V a2i = ai + c144 * s14i + c72 * s23i;
+        const V b1r = s72 * d14r + s144 * d23r;
+        const V b1i = s72 * d14i + s144 * d23i;
+        const V b2r = s144 * d14r - s72 * d23r;
+        const V b2i = s144 * d14i - s72 * d23i;
+        if constexpr (Rotate) {
+            rotateStore<V, Shared>(re, im, k1, a1r - b1i, a1i + b1r, wr, wi, w);
+            rotateStore<V, Shared>(re, im, k2, a2r - b2i, a2i + b2r, wr + col, wi + col, w);
+            rotateStore<V, Shared>(re, im, k3, a2r + b2i, a2i - b2r, wr + 2 * col,
+                                   wi + 2 * col, w);
+            rotateStore<V, Shared>(re, im, k4, a1r + b1i, a1i - b1r, wr + 3 * col,
+                                   wi + 3 * col, w);
+        } else {
+            store(re + k1, a1r - b1i);
+            store(im + k1, a1i + b1r);
+            store(re + k2, a2r - b2i);
+            store(im + k2, a2i + b2r);
+            store(re + k3, a2r + b2i);
+            store(im + k3, a2i - b2r);
+            store(re + k4, a1r + b1i);
+            store(im + k4, a1i - b1r);
         }
     }
 };
 
 // Any odd p: the points are folded into sums and differences of the pairs (q, p - q), and
-// outputs j and p - j are built together from them.
+// outputs j and p - j are built together from them. One butterfly at a time.
 struct OddRadix {
+    static constexpr bool kPairs = false;
     size_t p;
     const double* cr;  // cos and signed sin of 2*pi*t/p, t < p
     const double* ci;
     double* sumRe;  // pair sums at [q], differences at [p - q], q = 1 .. (p-1)/2
     double* sumIm;
 
-    template <bool Rotate, class Step, class TwStep>
-    void run(FFT_KERNEL_ARGS) const {
+    template <class V, bool Rotate, bool Shared>
+    void butterfly(FFT_BUTTERFLY_ARGS) const {
+        static_assert(std::is_same_v<V, double>);
         const size_t half = (p - 1) / 2;
-        for (size_t i = 0; i < count; ++i) {
-            const size_t k0 = i * step;
-            const double ar = re[k0], ai = im[k0];
-            double yr = ar, yi = ai;
+        const double ar = re[k0], ai = im[k0];
+        double yr = ar, yi = ai;
+        for (size_t q = 1; q <= half; ++q) {
+            const size_t ka = k0 + q * span;
+            const size_t kb = k0 + (p - q) * span;
+            sumRe[q] = re[ka] + re[kb];
+            sumIm[q] = im[ka] + im[kb];
+            sumRe[p - q] = re[ka] - re[kb];
+            sumIm[p - q] = im[ka] - im[kb];
+            yr += sumRe[q];
+            yi += sumIm[q];
+        }
+        re[k0] = yr;
+        im[k0] = yi;
+        for (size_t j = 1; j <= half; ++j) {
+            double xr = ar, xi = ai, zr = 0.0, zi = 0.0;
+            size_t t = 0;
             for (size_t q = 1; q <= half; ++q) {
-                const size_t ka = k0 + q * span;
-                const size_t kb = k0 + (p - q) * span;
-                sumRe[q] = re[ka] + re[kb];
-                sumIm[q] = im[ka] + im[kb];
-                sumRe[p - q] = re[ka] - re[kb];
-                sumIm[p - q] = im[ka] - im[kb];
-                yr += sumRe[q];
-                yi += sumIm[q];
+                t += j;
+                if (t >= p) t -= p;
+                xr += cr[t] * sumRe[q];
+                xi += cr[t] * sumIm[q];
+                zr += ci[t] * sumRe[p - q];
+                zi += ci[t] * sumIm[p - q];
             }
-            re[k0] = yr;
-            im[k0] = yi;
-            for (size_t j = 1; j <= half; ++j) {
-                double xr = ar, xi = ai, zr = 0.0, zi = 0.0;
-                size_t t = 0;
-                for (size_t q = 1; q <= half; ++q) {
-                    t += j;
-                    if (t >= p) t -= p;
-                    xr += cr[t] * sumRe[q];
-                    xi += cr[t] * sumIm[q];
-                    zr += ci[t] * sumRe[p - q];
-                    zi += ci[t] * sumIm[p - q];
-                }
-                const size_t kj = k0 + j * span;
-                const size_t kr = k0 + (p - j) * span;
-                if constexpr (Rotate) {
-                    const size_t w = i * twStep;
-                    rotateStore(re, im, kj, xr - zi, xi + zr, wr[(j - 1) * col + w],
-                                wi[(j - 1) * col + w]);
-                    rotateStore(re, im, kr, xr + zi, xi - zr, wr[(p - j - 1) * col + w],
-                                wi[(p - j - 1) * col + w]);
-                } else {
-                    re[kj] = xr - zi;
-                    im[kj] = xi + zr;
-                    re[kr] = xr + zi;
-                    im[kr] = xi - zr;
-                }
+            const size_t kj = k0 + j * span;
+            const size_t kr = k0 + (p - j) * span;
+            if constexpr (Rotate) {
+                rotateStore<double, Shared>(re, im, kj, xr - zi, xi + zr, wr + (j - 1) * col,
+                                            wi + (j - 1) * col, w);
+                rotateStore<double, Shared>(re, im, kr, xr + zi, xi - zr,
+                                            wr + (p - j - 1) * col, wi + (p - j - 1) * col, w);
+            } else {
+                re[kj] = xr - zi;
+                im[kj] = xi + zr;
+                re[kr] = xr + zi;
+                im[kr] = xi - zr;
             }
         }
     }
 };
 
-#undef FFT_KERNEL_ARGS
+#undef FFT_BUTTERFLY_ARGS
+
+// Runs `count` butterflies, butterfly i starting at data index i * step with its rotations
+// at index i * twStep; two at a time where neighbouring butterflies sit side by side.
+template <bool Rotate, class Kernel, class Step, class TwStep>
+void runButterflies(const Kernel& kernel, double* re, double* im, size_t count, Step step,
+                    size_t span, const double* wr, const double* wi, TwStep twStep, size_t col) {
+    constexpr bool shared = std::is_same_v<TwStep, Zero>;
+    size_t i = 0;
+    if constexpr (Kernel::kPairs && std::is_same_v<Step, Unit> &&
+                  (shared || std::is_same_v<TwStep, Unit>)) {
+        for (; i + 2 <= count; i += 2)
+            kernel.template butterfly<Pair, Rotate, shared>(re, im, i, span, wr, wi,
+                                                            shared ? 0 : i, col);
+    }
+    for (; i < count; ++i)
+        kernel.template butterfly<double, Rotate, shared>(re, im, i * step, span, wr, wi,
+                                                          i * twStep, col);
+}
 
 // Geometry of one pass, in array indices (strides already multiplied by |iSign|).
 struct Pass {
@@ -478,26 +525,26 @@ void runPass(const Kernel& kernel, const Pass& a, Step step) {
     if (a.mp == 1) {
         // Last pass: no rotations.
         if (a.jc == a.inc) {
-            kernel.template run<false>(a.re, a.im, a.nt / a.kspan, a.kspan, a.span, nullptr,
-                                       nullptr, Zero(), 0);
+            runButterflies<false>(kernel, a.re, a.im, a.nt / a.kspan, a.kspan, a.span, nullptr,
+                                  nullptr, Zero(), 0);
         } else {
             for (size_t g = 0; g < a.nt; g += a.kspan)
-                kernel.template run<false>(a.re + g, a.im + g, a.jc / a.inc, step, a.span,
-                                           nullptr, nullptr, Zero(), 0);
+                runButterflies<false>(kernel, a.re + g, a.im + g, a.jc / a.inc, step, a.span,
+                                      nullptr, nullptr, Zero(), 0);
         }
     } else if (a.jc == a.inc) {
         // Elements of the dimension are neighbours: run along the butterflies of each
         // sub-sequence, rotations in step.
         for (size_t g = 0; g < a.nt; g += a.kspan)
-            kernel.template run<true>(a.re + g, a.im + g, a.mp, step, a.span, a.wr, a.wi,
-                                      Unit(), a.mp);
+            runButterflies<true>(kernel, a.re + g, a.im + g, a.mp, step, a.span, a.wr, a.wi,
+                                 Unit(), a.mp);
     } else {
         // A later dimension: run along the earlier dimensions, which share each rotation.
         for (size_t g = 0; g < a.nt; g += a.kspan)
             for (size_t k = 0; k < a.mp; ++k)
-                kernel.template run<true>(a.re + g + k * a.jc, a.im + g + k * a.jc,
-                                          a.jc / a.inc, step, a.span, a.wr + k, a.wi + k,
-                                          Zero(), a.mp);
+                runButterflies<true>(kernel, a.re + g + k * a.jc, a.im + g + k * a.jc,
+                                     a.jc / a.inc, step, a.span, a.wr + k, a.wi + k, Zero(),
+                                     a.mp);
     }
 }
 
