@@ -39,8 +39,8 @@ struct Scratch {
     double* tmpRe = nullptr;
     double* tmpIm = nullptr;
     size_t tmpCapacity = 0;
-    // Cycles of the digit-reversal permutation (the first index of a cycle stored as its
-    // one's complement), followed while building them by a bit set of the visited indices.
+    // The digit-reversal permutation as swaps and cycles, followed while building them by a
+    // bit set of the indices already listed.
     int* perm = nullptr;
     size_t permCapacity = 0;
 
@@ -51,6 +51,7 @@ struct Scratch {
     size_t stageBase[kMaxFactors] = {};
     size_t oddBase[kMaxFactors] = {};
     size_t rotUsed = 0;
+    size_t swapCount = 0;
     size_t permCount = 0;
 };
 
@@ -142,26 +143,63 @@ uint32_t reversedPosition(uint32_t k, uint32_t n, const int factors[], int count
     return position;
 }
 
-// Lists the cycles of the permutation that moves the value at reversedPosition(k) to k.
+inline bool isVisited(const uint32_t* visited, uint32_t k) {
+    return (visited[k / 32] >> (k % 32)) & 1u;
+}
+
+inline void markVisited(uint32_t* visited, uint32_t k) { visited[k / 32] |= 1u << (k % 32); }
+
+// Lists the permutation that moves the value at reversedPosition(k) to k: first its swaps,
+// as pairs, then its longer cycles.
+//
+// The square factors make most of it swaps. They are listed tile by tile: the lowest digits
+// of k and its highest digits vary fastest, and since reversal turns one into the other,
+// both ends of the swaps walk through whole cache lines.
 void buildPermutation(size_t n) {
-    int* cycles = scratch.perm;
+    int* list = scratch.perm;
     uint32_t* visited = reinterpret_cast<uint32_t*>(scratch.perm + n);
     for (size_t w = 0; w < (n + 31) / 32; ++w) visited[w] = 0;
+    const int* factors = scratch.factors;
+    const int count = scratch.factorCount;
     const uint32_t len = static_cast<uint32_t>(n);
-    size_t count = 0;
-    for (uint32_t k = 0; k < len; ++k) {
-        if (visited[k / 32] & (1u << (k % 32))) continue;
-        uint32_t next = reversedPosition(k, len, scratch.factors, scratch.factorCount);
-        if (next == k) continue;
-        cycles[count++] = ~static_cast<int>(k);
-        visited[k / 32] |= 1u << (k % 32);
-        while (next != k) {
-            cycles[count++] = static_cast<int>(next);
-            visited[next / 32] |= 1u << (next % 32);
-            next = reversedPosition(next, len, scratch.factors, scratch.factorCount);
+    auto position = [&](uint32_t k) { return reversedPosition(k, len, factors, count); };
+
+    uint32_t low = 1, high = 1;
+    for (int t = 0; 2 * (t + 1) <= count && low < 8; ++t) {
+        low *= static_cast<uint32_t>(factors[t]);
+        high *= static_cast<uint32_t>(factors[count - 1 - t]);
+    }
+    const uint32_t highWeight = len / high;
+    size_t used = 0;
+    for (uint32_t mid = 0; mid < highWeight; mid += low) {
+        for (uint32_t h = 0; h < len; h += highWeight) {
+            for (uint32_t l = 0; l < low; ++l) {
+                const uint32_t k = h + mid + l;
+                const uint32_t target = position(k);
+                if (target <= k || position(target) != k) continue;
+                list[used++] = static_cast<int>(k);
+                list[used++] = static_cast<int>(target);
+                markVisited(visited, k);
+                markVisited(visited, target);
+            }
         }
     }
-    scratch.permCount = count;
+    scratch.swapCount = used / 2;
+
+    // Longer cycles, the first index stored as its one's complement.
+    for (uint32_t k = 0; k < len; ++k) {
+        if (isVisited(visited, k)) continue;
+        uint32_t next = position(k);
+        if (next == k) continue;
+        list[used++] = ~static_cast<int>(k);
+        markVisited(visited, k);
+        while (next != k) {
+            list[used++] = static_cast<int>(next);
+            markVisited(visited, next);
+            next = position(next);
+        }
+    }
+    scratch.permCount = used;
 }
 
 void fillRotations(size_t n, int sign) {
@@ -558,19 +596,46 @@ void runPass(const Kernel& kernel, const Pass& a) {
 
 // Moves the value at reversedPosition(k) to k along every line of the dimension.
 void permute(double* re, double* im, size_t nt, size_t ks, size_t jc, size_t inc) {
-    const int* cycles = scratch.perm;
+    const int* list = scratch.perm;
+    const size_t swapEnd = 2 * scratch.swapCount;
+    if (jc == inc && nt == ks) {
+        // One line of neighbouring elements: the common one-dimensional case.
+        for (size_t c = 0; c < swapEnd; c += 2) {
+            const size_t a = static_cast<size_t>(list[c]) * jc;
+            const size_t b = static_cast<size_t>(list[c + 1]) * jc;
+            const double tr = re[a], ti = im[a];
+            re[a] = re[b];
+            im[a] = im[b];
+            re[b] = tr;
+            im[b] = ti;
+        }
+    } else {
+        for (size_t c = 0; c < swapEnd; c += 2) {
+            const size_t a = static_cast<size_t>(list[c]) * jc;
+            const size_t b = static_cast<size_t>(list[c + 1]) * jc;
+            for (size_t block = 0; block < nt; block += ks) {
+                for (size_t r = block; r < block + jc; r += inc) {
+                    const double tr = re[a + r], ti = im[a + r];
+                    re[a + r] = re[b + r];
+                    im[a + r] = im[b + r];
+                    re[b + r] = tr;
+                    im[b + r] = ti;
+                }
+            }
+        }
+    }
     const size_t count = scratch.permCount;
-    size_t c = 0;
+    size_t c = swapEnd;
     while (c < count) {
         size_t end = c + 1;
-        while (end < count && cycles[end] >= 0) ++end;
-        const size_t first = static_cast<size_t>(~cycles[c]) * jc;
+        while (end < count && list[end] >= 0) ++end;
+        const size_t first = static_cast<size_t>(~list[c]) * jc;
         for (size_t block = 0; block < nt; block += ks) {
             for (size_t r = block; r < block + jc; r += inc) {
                 size_t to = first + r;
                 const double tr = re[to], ti = im[to];
                 for (size_t q = c + 1; q < end; ++q) {
-                    const size_t from = static_cast<size_t>(cycles[q]) * jc + r;
+                    const size_t from = static_cast<size_t>(list[q]) * jc + r;
                     re[to] = re[from];
                     im[to] = im[from];
                     to = from;
