@@ -25,8 +25,8 @@ namespace {
 
 enum Library { kKalvo, kFftwEstimate, kFftwMeasure, kFftwScalar, kKissFloat, kLibraryCount };
 
-const char* const kLibraryNames[kLibraryCount] = {
-    "kalvo", "fftw_estimate", "fftw_measure", "fftw_scalar", "kissfft_float"};
+const char* const kLibraryNames[kLibraryCount] = {"kalvo", "fftw_estimate", "fftw_measure",
+                                                  "fftw_scalar", "kissfft_float"};
 
 const int kLengths[] = {64, 256, 1000, 1024, 3840, 4096, 65536, 100000, 1 << 20, 10007};
 
@@ -114,8 +114,8 @@ void printRatioTable() {
         "Targets for lengths of factors 2, 3, 5: x scalar <= 1.5, x estimate <= 3, "
         "x kiss <= 1.\n\n");
     std::printf("%8s %12s %12s %12s %12s %12s | %8s %8s %8s %8s  %s\n", "length", "kalvo",
-                "fftw_est", "fftw_meas", "fftw_scalar", "kiss_float", "x_scalar", "x_est",
-                "x_meas", "x_kiss", "targets");
+                "fftw_est", "fftw_meas", "fftw_scalar", "kiss_float", "x_scalar", "x_est", "x_meas",
+                "x_kiss", "targets");
     for (int n : kLengths) {
         const auto it = nsPerTransform.find(n);
         if (it == nsPerTransform.end()) continue;
@@ -128,8 +128,8 @@ void printRatioTable() {
         if (onlyTwoThreeFive(n))
             verdict = (xScalar <= 1.5 && xEstimate <= 3.0 && xKiss <= 1.0) ? "met" : "MISSED";
         std::printf("%8d %12.0f %12.0f %12.0f %12.0f %12.0f | %8.2f %8.2f %8.2f %8.2f  %s\n", n,
-                    t[kKalvo], t[kFftwEstimate], t[kFftwMeasure], t[kFftwScalar],
-                    t[kKissFloat], xScalar, xEstimate, xMeasure, xKiss, verdict);
+                    t[kKalvo], t[kFftwEstimate], t[kFftwMeasure], t[kFftwScalar], t[kKissFloat],
+                    xScalar, xEstimate, xMeasure, xKiss, verdict);
     }
 }
 
@@ -141,10 +141,10 @@ int main(int argc, char** argv) {
         benchmark::RegisterBenchmark(("kalvo" + suffix).c_str(), benchKalvo, n);
         benchmark::RegisterBenchmark(("fftw_estimate" + suffix).c_str(), benchFftw, n,
                                      kFftwEstimate, FFTW_ESTIMATE);
-        benchmark::RegisterBenchmark(("fftw_measure" + suffix).c_str(), benchFftw, n,
-                                     kFftwMeasure, FFTW_MEASURE);
-        benchmark::RegisterBenchmark(("fftw_scalar" + suffix).c_str(), benchFftw, n,
-                                     kFftwScalar, FFTW_ESTIMATE | FFTW_NO_SIMD);
+        benchmark::RegisterBenchmark(("fftw_measure" + suffix).c_str(), benchFftw, n, kFftwMeasure,
+                                     FFTW_MEASURE);
+        benchmark::RegisterBenchmark(("fftw_scalar" + suffix).c_str(), benchFftw, n, kFftwScalar,
+                                     FFTW_ESTIMATE | FFTW_NO_SIMD);
         benchmark::RegisterBenchmark(("kissfft_float" + suffix).c_str(), benchKiss, n);
     }
     benchmark::Initialize(&argc, argv);

@@ -104,7 +104,9 @@ int factorize(size_t n, int factors[]) {
     return overflow ? -1 : count;
 }
 
-bool isGeneralOdd(int p) { return p > 5; }
+bool isGeneralOdd(int p) {
+    return p > 5;
+}
 
 template <class T>
 bool grow(T*& a, T*& b, size_t& capacity, size_t need) {
@@ -128,7 +130,9 @@ bool growPerm(size_t need) {
     return true;
 }
 
-size_t permNeed(size_t n) { return n + (n + 31) / 32; }
+size_t permNeed(size_t n) {
+    return n + (n + 31) / 32;
+}
 
 // Position, after the butterflies, of frequency index k.
 uint32_t reversedPosition(uint32_t k, uint32_t n, const int factors[], int count) {
@@ -147,7 +151,9 @@ inline bool isVisited(const uint32_t* visited, uint32_t k) {
     return (visited[k / 32] >> (k % 32)) & 1u;
 }
 
-inline void markVisited(uint32_t* visited, uint32_t k) { visited[k / 32] |= 1u << (k % 32); }
+inline void markVisited(uint32_t* visited, uint32_t k) {
+    visited[k / 32] |= 1u << (k % 32);
+}
 
 // Lists the permutation that moves the value at reversedPosition(k) to k: first its swaps,
 // as pairs, then its longer cycles.
@@ -269,8 +275,7 @@ bool preparePlan(size_t n, int sign, size_t rotHint, size_t permHint) {
         if (rotHint > rotNeed) rotNeed = rotHint;
         const size_t permSize = permNeed(n > permHint ? n : permHint);
         ok = grow(scratch.rotRe, scratch.rotIm, scratch.rotCapacity, rotNeed) &&
-             grow(scratch.tmpRe, scratch.tmpIm, scratch.tmpCapacity, tmpNeed) &&
-             growPerm(permSize);
+             grow(scratch.tmpRe, scratch.tmpIm, scratch.tmpCapacity, tmpNeed) && growPerm(permSize);
     }
     if (!ok) {
         fftFreeScratch();
@@ -335,8 +340,8 @@ inline void rotateStore(double* __restrict re, double* __restrict im, size_t k, 
     store(im + k, xr * s + xi * c);
 }
 
-#define FFT_BUTTERFLY_ARGS                                                              \
-    double *__restrict re, double *__restrict im, size_t k0, size_t span,              \
+#define FFT_BUTTERFLY_ARGS                                                \
+    double *__restrict re, double *__restrict im, size_t k0, size_t span, \
         const double *__restrict wr, const double *__restrict wi, size_t w, size_t col
 
 struct Radix2 {
@@ -408,8 +413,8 @@ struct Radix4 {
         if constexpr (Rotate) {
             rotateStore<V, Shared>(re, im, k1, d02r - d13i, d02i + d13r, wr, wi, w);
             rotateStore<V, Shared>(re, im, k2, s02r - s13r, s02i - s13i, wr + col, wi + col, w);
-            rotateStore<V, Shared>(re, im, k3, d02r + d13i, d02i - d13r, wr + 2 * col,
-                                   wi + 2 * col, w);
+            rotateStore<V, Shared>(re, im, k3, d02r + d13i, d02i - d13r, wr + 2 * col, wi + 2 * col,
+                                   w);
         } else {
             store(re + k1, d02r - d13i);
             store(im + k1, d02i + d13r);
@@ -451,10 +456,8 @@ struct Radix5 {
         if constexpr (Rotate) {
             rotateStore<V, Shared>(re, im, k1, a1r - b1i, a1i + b1r, wr, wi, w);
             rotateStore<V, Shared>(re, im, k2, a2r - b2i, a2i + b2r, wr + col, wi + col, w);
-            rotateStore<V, Shared>(re, im, k3, a2r + b2i, a2i - b2r, wr + 2 * col,
-                                   wi + 2 * col, w);
-            rotateStore<V, Shared>(re, im, k4, a1r + b1i, a1i - b1r, wr + 3 * col,
-                                   wi + 3 * col, w);
+            rotateStore<V, Shared>(re, im, k3, a2r + b2i, a2i - b2r, wr + 2 * col, wi + 2 * col, w);
+            rotateStore<V, Shared>(re, im, k4, a1r + b1i, a1i - b1r, wr + 3 * col, wi + 3 * col, w);
         } else {
             store(re + k1, a1r - b1i);
             store(im + k1, a1i + b1r);
@@ -512,8 +515,8 @@ struct OddRadix {
             if constexpr (Rotate) {
                 rotateStore<double, Shared>(re, im, kj, xr - zi, xi + zr, wr + (j - 1) * col,
                                             wi + (j - 1) * col, w);
-                rotateStore<double, Shared>(re, im, kr, xr + zi, xi - zr,
-                                            wr + (p - j - 1) * col, wi + (p - j - 1) * col, w);
+                rotateStore<double, Shared>(re, im, kr, xr + zi, xi - zr, wr + (p - j - 1) * col,
+                                            wi + (p - j - 1) * col, w);
             } else {
                 re[kj] = xr - zi;
                 im[kj] = xi + zr;
@@ -536,8 +539,8 @@ void runButterflies(const Kernel& kernel, double* re, double* im, size_t count, 
     if constexpr (Kernel::kPairs && std::is_same_v<Step, Unit> &&
                   (shared || std::is_same_v<TwStep, Unit>)) {
         for (; i + 2 <= count; i += 2)
-            kernel.template butterfly<Pair, Rotate, shared>(re, im, i, span, wr, wi,
-                                                            shared ? 0 : i, col);
+            kernel.template butterfly<Pair, Rotate, shared>(re, im, i, span, wr, wi, shared ? 0 : i,
+                                                            col);
     }
     for (; i < count; ++i)
         kernel.template butterfly<double, Rotate, shared>(re, im, i * step, span, wr, wi,
@@ -574,15 +577,14 @@ void runPass(const Kernel& kernel, const Pass& a, Step step) {
         // Elements of the dimension are neighbours: run along the butterflies of each
         // sub-sequence, rotations in step.
         for (size_t g = 0; g < a.nt; g += a.kspan)
-            runButterflies<true>(kernel, a.re + g, a.im + g, a.mp, step, a.span, a.wr, a.wi,
-                                 Unit(), a.mp);
+            runButterflies<true>(kernel, a.re + g, a.im + g, a.mp, step, a.span, a.wr, a.wi, Unit(),
+                                 a.mp);
     } else {
         // A later dimension: run along the earlier dimensions, which share each rotation.
         for (size_t g = 0; g < a.nt; g += a.kspan)
             for (size_t k = 0; k < a.mp; ++k)
-                runButterflies<true>(kernel, a.re + g + k * a.jc, a.im + g + k * a.jc,
-                                     a.jc / a.inc, step, a.span, a.wr + k, a.wi + k, Zero(),
-                                     a.mp);
+                runButterflies<true>(kernel, a.re + g + k * a.jc, a.im + g + k * a.jc, a.jc / a.inc,
+                                     step, a.span, a.wr + k, a.wi + k, Zero(), a.mp);
     }
 }
 
@@ -693,8 +695,7 @@ int fftradix(double Re[], double Im[], size_t nTotal, size_t nPass, size_t nSpan
                 break;
             default:
                 runPass(OddRadix{static_cast<size_t>(p), scratch.rotRe + scratch.oddBase[f],
-                                 scratch.rotIm + scratch.oddBase[f], scratch.tmpRe,
-                                 scratch.tmpIm},
+                                 scratch.rotIm + scratch.oddBase[f], scratch.tmpRe, scratch.tmpIm},
                         pass);
                 break;
         }
@@ -732,8 +733,8 @@ int fftns(int ndim, const int dims[], double Re[], double Im[], int iSign, doubl
     size_t nSpan = 1;
     for (int i = 0; i < ndim; ++i) {
         nSpan *= static_cast<size_t>(dims[i]);
-        const int ret = fftradix(Re, Im, total, static_cast<size_t>(dims[i]), nSpan, iSign,
-                                 maxDim, maxDim);
+        const int ret =
+            fftradix(Re, Im, total, static_cast<size_t>(dims[i]), nSpan, iSign, maxDim, maxDim);
         if (ret != 0) return ret;
     }
 

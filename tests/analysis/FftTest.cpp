@@ -105,7 +105,7 @@ struct ScalingMode {
 };
 
 const ScalingMode kScalingModes[] = {
-    {0.0, "none (0.0)"},   {1.0, "none (1.0)"},        {2.5, "divide by 2.5"},
+    {0.0, "none (0.0)"}, {1.0, "none (1.0)"},       {2.5, "divide by 2.5"},
     {-1.0, "by length"}, {-2.0, "by sqrt(length)"},
 };
 
@@ -127,8 +127,8 @@ void expectMatchesDirectDft(const std::vector<int>& dims, int iSign, double scal
     for (int d : dims) shape += (shape.empty() ? "" : "x") + std::to_string(d);
     SCOPED_TRACE("dims " + shape + ", iSign " + std::to_string(iSign) + ", scaling " +
                  std::to_string(scaling));
-    ASSERT_EQ(0, fftns(static_cast<int>(dims.size()), dims.data(), y.re.data(), y.im.data(),
-                       iSign, scaling));
+    ASSERT_EQ(0, fftns(static_cast<int>(dims.size()), dims.data(), y.re.data(), y.im.data(), iSign,
+                       scaling));
     const std::vector<size_t> bins = sampledBins(total);
     const auto ref = directDft(x, dims, iSign > 0 ? 1 : -1, bins);
     EXPECT_LT(relativeRmsError(y, ref, bins, divisorFor(scaling, total)), tolerance);
@@ -251,8 +251,8 @@ TEST(Fft, dimensionErrors) {
     for (const auto& dims : bad) {
         std::vector<double> re(12, 1.0), im(12, 0.0);
         testing::internal::CaptureStderr();
-        EXPECT_EQ(-1, fftns(static_cast<int>(dims.size()), dims.data(), re.data(), im.data(),
-                            1, 0.0));
+        EXPECT_EQ(-1,
+                  fftns(static_cast<int>(dims.size()), dims.data(), re.data(), im.data(), 1, 0.0));
         EXPECT_EQ("Error: fftns() - dimension error\n", testing::internal::GetCapturedStderr());
         EXPECT_EQ(std::vector<double>(12, 1.0), re) << "data touched on a dimension error";
     }
