@@ -261,6 +261,16 @@ TEST(Fft, dimensionErrors) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(-1, fftns(0, empty, &re, &im, 1, 0.0));
     EXPECT_EQ("Error: fftns() - dimension error\n", testing::internal::GetCapturedStderr());
+    const int four[] = {4};
+    double re4[4] = {1, 2, 3, 4}, im4[4] = {};
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(-1, fftns(1, four, re4, im4, 0, 0.0));
+    EXPECT_EQ("Error: fftns() - iSign must not be 0\n", testing::internal::GetCapturedStderr());
+    // A span that is not a multiple of the dimension's length cannot be walked.
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(-1, fftradix(re4, im4, 4, 3, 4, 1, 4, 4));
+    EXPECT_EQ("Error: fftradix() - dimension error\n", testing::internal::GetCapturedStderr());
+    EXPECT_EQ(2.0, re4[1]);
 }
 
 TEST(Fft, frequencyOfEachBin) {
