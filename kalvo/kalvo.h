@@ -28,3 +28,6 @@
 #include <kalvo/platform/CSize.h>
 #include <kalvo/platform/HWND.h>
 #include <kalvo/platform/ColorRef.h>
+
+// analysis
+#include <kalvo/analysis/Fft.h>
