@@ -27,6 +27,9 @@
 #include <kalvo/platform/CRect.h>
 #include <kalvo/platform/CSize.h>
 #include <kalvo/platform/HWND.h>
+#include <kalvo/platform/KCursorService.h>
+#include <kalvo/platform/KLocalClipboard.h>
+#include <kalvo/platform/KPlatformClipboard.h>
 #include <kalvo/platform/ColorRef.h>
 
 // record
@@ -40,3 +43,6 @@
 #include <kalvo/record/KSampleStatistics.h>
 #include <kalvo/record/KTransform.h>
 #include <kalvo/record/PolarTransform.h>
+
+// toolkit
+#include <kalvo/toolkit/KClipboard.h>
