@@ -17,9 +17,10 @@ bool findRun(int n, int& from, int count, int& end) {
     return true;
 }
 
-// |v| <= DBL_MAX is false for NaN and both infinities, and compiles to branch-free code.
-inline bool isFiniteSample(double v) {
-    return std::fabs(v) <= DBL_MAX;
+// The sample, or instead when it is NaN or infinite. Written as a select on |v| <= DBL_MAX so
+// that, with the selects below, the loops compile to packed compares and minima.
+inline double finiteOr(double v, double instead) {
+    return std::fabs(v) <= DBL_MAX ? v : instead;
 }
 
 }  // namespace
@@ -32,13 +33,13 @@ double KSampleStatistics::minimum(const double* samples, int n, int from, int co
     int i = from;
     for (; i + 4 <= end; i += 4) {
         for (int k = 0; k < 4; ++k) {
-            const double v = samples[i + k];
-            m[k] = isFiniteSample(v) && v < m[k] ? v : m[k];
+            const double v = finiteOr(samples[i + k], DBL_MAX);
+            m[k] = v < m[k] ? v : m[k];
         }
     }
     for (; i < end; ++i) {
-        const double v = samples[i];
-        m[0] = isFiniteSample(v) && v < m[0] ? v : m[0];
+        const double v = finiteOr(samples[i], DBL_MAX);
+        m[0] = v < m[0] ? v : m[0];
     }
     return std::fmin(std::fmin(m[0], m[1]), std::fmin(m[2], m[3]));
 }
@@ -50,13 +51,13 @@ double KSampleStatistics::maximum(const double* samples, int n, int from, int co
     int i = from;
     for (; i + 4 <= end; i += 4) {
         for (int k = 0; k < 4; ++k) {
-            const double v = samples[i + k];
-            m[k] = isFiniteSample(v) && v > m[k] ? v : m[k];
+            const double v = finiteOr(samples[i + k], DBL_MIN);
+            m[k] = v > m[k] ? v : m[k];
         }
     }
     for (; i < end; ++i) {
-        const double v = samples[i];
-        m[0] = isFiniteSample(v) && v > m[0] ? v : m[0];
+        const double v = finiteOr(samples[i], DBL_MIN);
+        m[0] = v > m[0] ? v : m[0];
     }
     return std::fmax(std::fmax(m[0], m[1]), std::fmax(m[2], m[3]));
 }
