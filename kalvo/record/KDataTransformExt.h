@@ -7,9 +7,9 @@ class KCurve;
 class KRecord;
 
 // A transform that works on whole records and on the records of curves, and knows the
-// sample rate of what it transforms (samples per second; NaN until set). The two flags of
-// the record and curve forms are for the derived transform to define (a spectrum, for
-// instance, uses them to normalise its frequency and its magnitude axis).
+// sample rate of what it transforms (samples per second; NaN until set). The two flags ask
+// the derived transform to normalise its result's domain (normalizeX) and its values
+// (normalizeY), in whatever sense that transform gives them.
 class KDataTransformExt : public KDataTransform {
 public:
     KDataTransformExt();
@@ -22,12 +22,12 @@ public:
 
     // Transforms the samples from..to-1 of source into target. The base does nothing and
     // returns false.
-    virtual bool transform(KRecord* source, KRecord& target, int from, int to, bool flag1,
-                           bool flag2);
+    virtual bool transform(KRecord* source, KRecord& target, int from, int to, bool normalizeX,
+                           bool normalizeY);
     // Transforms the stretch from..to (domain values) of each curve's record into a new
     // record appended to records. The base does nothing and returns false.
     virtual bool transform(KVector<KCurve>& curves, KVector<KRecord>& records, double from,
-                           double to, bool flag1, bool flag2);
+                           double to, bool normalizeX, bool normalizeY);
 
 private:
     double sampleRate_ = KDouble::NaN;

@@ -206,8 +206,6 @@ TEST(KRecord, rmsValue) {
 TEST(KRecord, boundsOfThePendingValue) {
     KRecord::Trace trace;
     EXPECT_FALSE(trace.isBounded()) << "NaN pending value";
-    trace.setValue(1e300);
-    EXPECT_TRUE(trace.isBounded());
     trace.setBounds(-1, 1);
     EXPECT_TRUE((trace.setValue(1.0), trace.isBounded()));
     EXPECT_FALSE((trace.setValue(1.5), trace.isBounded()));
