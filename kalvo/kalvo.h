@@ -28,3 +28,18 @@
 #include <kalvo/platform/CSize.h>
 #include <kalvo/platform/HWND.h>
 #include <kalvo/platform/ColorRef.h>
+
+// record
+#include <kalvo/record/KDataTransform.h>
+#include <kalvo/record/KDataTransformExt.h>
+#include <kalvo/record/KRecord.h>
+#include <kalvo/record/KRecordActor.h>
+#include <kalvo/record/KRecordConsumer.h>
+#include <kalvo/record/KRecordObserver.h>
+#include <kalvo/record/KRecordProducer.h>
+#include <kalvo/record/KSampleStatistics.h>
+#include <kalvo/record/KTransform.h>
+#include <kalvo/record/PolarTransform.h>
+
+// analysis
+#include <kalvo/analysis/Fft.h>
