@@ -43,3 +43,4 @@
 
 // analysis
 #include <kalvo/analysis/Fft.h>
+#include <kalvo/analysis/KFftTransform.h>
