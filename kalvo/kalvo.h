@@ -32,8 +32,6 @@
 #include <kalvo/platform/KPlatformClipboard.h>
 #include <kalvo/platform/ColorRef.h>
 
-// analysis
-#include <kalvo/analysis/Fft.h>
 // record
 #include <kalvo/record/KDataTransform.h>
 #include <kalvo/record/KDataTransformExt.h>
@@ -48,3 +46,6 @@
 
 // toolkit
 #include <kalvo/toolkit/KClipboard.h>
+// analysis
+#include <kalvo/analysis/Fft.h>
+#include <kalvo/analysis/KFftTransform.h>
