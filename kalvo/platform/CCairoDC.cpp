@@ -349,6 +349,9 @@ bool CCairoDC::setBrushSource(cairo_t* cr, const CBrush& brush) const {
             cairo_pattern_t* p = cairo_pattern_create_for_surface(tile);
             cairo_pattern_set_extend(p, CAIRO_EXTEND_REPEAT);
             cairo_pattern_set_filter(p, CAIRO_FILTER_NEAREST);
+            cairo_matrix_t origin;
+            cairo_matrix_init_translate(&origin, -state_.brushOrg.x, -state_.brushOrg.y);
+            cairo_pattern_set_matrix(p, &origin);
             cairo_set_source(cr, p);
             cairo_pattern_destroy(p);
             cairo_surface_destroy(tile);

@@ -124,6 +124,13 @@ int CDC::SetPolyFillMode(int mode) {
     return old;
 }
 
+CPoint CDC::SetBrushOrg(int x, int y) {
+    const CPoint old = state_.brushOrg;
+    state_.brushOrg = CPoint(x, y);
+    stateChanged(Call::SetBrushOrg);
+    return old;
+}
+
 // Coordinates.
 
 CPoint CDC::SetWindowOrg(int x, int y) {

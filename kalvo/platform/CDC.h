@@ -27,7 +27,7 @@ public:
     // Every call that a recording device context remembers, state changes included.
     enum class Call {
         SelectPen, SelectBrush, SelectFont, SelectBitmap, SetBkMode, SetBkColor,
-        SetTextColor, SetTextAlign, SetROP2, SetPolyFillMode, MoveTo, SetWindowOrg,
+        SetTextColor, SetTextAlign, SetROP2, SetPolyFillMode, SetBrushOrg, MoveTo, SetWindowOrg,
         SetViewportOrg, SetMapMode, SetWindowExt, SetViewportExt, IntersectClipRect,
         SelectClipRgn, SetState,
         LineTo, Polyline, Polygon, Rectangle, Ellipse, Arc, Pie, Chord, FillRect, SetPixel,
@@ -53,6 +53,7 @@ public:
         unsigned textAlign = 0;
         int rop2 = 13;  // R2_COPYPEN
         int polyFillMode = 1;  // ALTERNATE
+        CPoint brushOrg;  // device point where hatch and pattern cells start
         CPoint position;
         CPoint windowOrg;
         CPoint viewportOrg;
@@ -112,6 +113,10 @@ public:
     int GetROP2() const { return state_.rop2; }
     int SetPolyFillMode(int mode);
     int GetPolyFillMode() const { return state_.polyFillMode; }
+    // Hatch and pattern cells repeat every 8 device pixels from the brush origin, so that a
+    // fill continues seamlessly across separate fills and into off-screen copies.
+    CPoint SetBrushOrg(int x, int y);
+    CPoint GetBrushOrg() const { return state_.brushOrg; }
 
     // Coordinates.
     CPoint SetWindowOrg(int x, int y);

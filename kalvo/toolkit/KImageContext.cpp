@@ -12,6 +12,7 @@ KImageContext::KImageContext(CDC* source, CRect extents) : memory_(nullptr) {
     CreateCompatibleBitmap(source, device.Width() > 0 ? device.Width() : 1,
                            device.Height() > 0 ? device.Height() : 1);
     previous_ = memory_->SelectObject(*this);
+    const CPoint deviceOrigin = device.TopLeft();
     source->DPtoLP(&device);
     extents_ = device;
     memory_->SetMapMode(source->GetMapMode());
@@ -19,6 +20,9 @@ KImageContext::KImageContext(CDC* source, CRect extents) : memory_(nullptr) {
     memory_->SetViewportExt(source->GetViewportExt().cx, source->GetViewportExt().cy);
     memory_->SetWindowOrg(extents_.left, extents_.top);
     memory_->IntersectClipRect(extents_);
+    // Hatches and patterns keep their alignment with the source's pixels.
+    const CPoint brushOrg = source->GetBrushOrg() - deviceOrigin;
+    memory_->SetBrushOrg(brushOrg.x, brushOrg.y);
 }
 
 KImageContext::~KImageContext() {
