@@ -41,8 +41,10 @@ const std::vector<Segment>& segments() {
             const int nx = (x + 1 + static_cast<int>(seed >> 28) % 4) % kWidth;
             const int ny = static_cast<int>(kHeight / 2 + 400 * std::sin(i * 0.01) +
                                             static_cast<int>((seed >> 16) % 41) - 20);
-            if (nx > x) s.push_back({x, y, nx, ny});
-            else s.push_back({0, ny, 3, ny});
+            if (nx > x)
+                s.push_back({x, y, nx, ny});
+            else
+                s.push_back({0, ny, 3, ny});
             x = nx;
             y = ny;
         }
@@ -147,8 +149,7 @@ int main(int argc, char** argv) {
         std::printf("cairo:     %.1f pictures/s (%.2f M segments/s)\n", 1 / theirs->second,
                     kSegments / theirs->second / 1e6);
         std::printf("KGraphics time / cairo time = %.2f (the port %s %.0f%%)\n",
-                    ours->second / theirs->second,
-                    ours->second > theirs->second ? "adds" : "saves",
+                    ours->second / theirs->second, ours->second > theirs->second ? "adds" : "saves",
                     std::fabs(ours->second / theirs->second - 1) * 100);
     }
     benchmark::Shutdown();

@@ -218,8 +218,9 @@ int main(int argc, char** argv) {
         return 1;
     }
     for (const std::string& path : {svg, pdf}) {
-        std::unique_ptr<CCairoDC> dc(path == svg ? CCairoDC::CreateSVG(path.c_str(), kWidth, kHeight)
-                                                 : CCairoDC::CreatePDF(path.c_str(), kWidth, kHeight));
+        std::unique_ptr<CCairoDC> dc(path == svg
+                                         ? CCairoDC::CreateSVG(path.c_str(), kWidth, kHeight)
+                                         : CCairoDC::CreatePDF(path.c_str(), kWidth, kHeight));
         if (!dc) {
             std::fprintf(stderr, "drawing: cannot write '%s'\n", path.c_str());
             return 1;

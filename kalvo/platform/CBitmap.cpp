@@ -27,7 +27,9 @@ CBitmap& CBitmap::operator=(const CBitmap& other) {
     return *this;
 }
 
-CBitmap::~CBitmap() { DeleteObject(); }
+CBitmap::~CBitmap() {
+    DeleteObject();
+}
 
 void CBitmap::Attach(cairo_surface_t* surface, bool monochrome) {
     if (surface != nullptr) cairo_surface_reference(surface);
@@ -161,7 +163,9 @@ CBitmap CBitmap::Copy(const CRect& area) const {
     return copy;
 }
 
-CBitmap CBitmap::Copy() const { return Copy(CRect(0, 0, GetWidth(), GetHeight())); }
+CBitmap CBitmap::Copy() const {
+    return Copy(CRect(0, 0, GetWidth(), GetHeight()));
+}
 
 bool CBitmap::WritePNG(const char* path) const {
     return surface_ != nullptr &&
@@ -175,8 +179,7 @@ std::string CBitmap::ToPNG() const {
     cairo_surface_write_to_png_stream(
         surface_,
         [](void* closure, const unsigned char* data, unsigned int length) {
-            static_cast<std::string*>(closure)->append(reinterpret_cast<const char*>(data),
-                                                       length);
+            static_cast<std::string*>(closure)->append(reinterpret_cast<const char*>(data), length);
             return CAIRO_STATUS_SUCCESS;
         },
         &out);

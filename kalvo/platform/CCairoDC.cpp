@@ -9,6 +9,7 @@
 #include <glib.h>
 #include <pango/pangocairo.h>
 
+#include <kalvo/platform/DeviceCaps.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
 #include <kalvo/platform/PenStyle.h>
@@ -77,7 +78,7 @@ std::string toUtf8(const char* text, int count) {
 
 // Construction.
 
-CCairoDC::CCairoDC(cairo_t* cr) : kind_(Kind::HOST) {
+CCairoDC::CCairoDC(cairo_t* cr) {
     cr_ = cairo_reference(cr);
     surface_ = cairo_surface_reference(cairo_get_target(cr));
     double x1, y1, x2, y2;
@@ -88,13 +89,12 @@ CCairoDC::CCairoDC(cairo_t* cr) : kind_(Kind::HOST) {
     double ox = 0, oy = 0;
     cairo_surface_get_device_offset(surface_, &ox, &oy);
     raster_ = cairo_surface_get_type(surface_) == CAIRO_SURFACE_TYPE_IMAGE && m.xx == 1 &&
-              m.yy == 1 && m.xy == 0 && m.yx == 0 && m.x0 == 0 && m.y0 == 0 && ox == 0 &&
-              oy == 0;
+              m.yy == 1 && m.xy == 0 && m.yx == 0 && m.x0 == 0 && m.y0 == 0 && ox == 0 && oy == 0;
     cairo_save(cr_);
 }
 
-CCairoDC::CCairoDC(cairo_surface_t* surface, Kind kind, CSize size) : kind_(kind) {
-    memory_ = kind == Kind::MEMORY;
+CCairoDC::CCairoDC(cairo_surface_t* surface, Kind kind, CSize size)
+    : memory_(kind == Kind::MEMORY) {
     attach(surface, size);
     cairo_surface_destroy(surface);  // attach took its own reference
 }
@@ -166,7 +166,9 @@ CCairoDC* CCairoDC::CreatePDF(std::string* out, int width, int height) {
     return dc;
 }
 
-int CCairoDC::StartPage() { return IsPrinting() ? 1 : 0; }
+int CCairoDC::StartPage() {
+    return IsPrinting() ? 1 : 0;
+}
 
 int CCairoDC::EndPage() {
     if (!IsPrinting()) return 0;
@@ -174,7 +176,9 @@ int CCairoDC::EndPage() {
     return 1;
 }
 
-void CCairoDC::Finish() { cairo_surface_finish(surface_); }
+void CCairoDC::Finish() {
+    cairo_surface_finish(surface_);
+}
 
 bool CCairoDC::WritePNG(const char* path) const {
     if (!raster_) return false;
@@ -185,8 +189,8 @@ bool CCairoDC::WritePNG(const char* path) const {
 CDC* CCairoDC::CreateCompatibleDC() {
     CBitmap initial;
     initial.CreateBitmap(1, 1, 1, 1, nullptr);
-    CCairoDC* dc = new CCairoDC(cairo_surface_reference(initial.GetSurface()), Kind::MEMORY,
-                                CSize(1, 1));
+    CCairoDC* dc =
+        new CCairoDC(cairo_surface_reference(initial.GetSurface()), Kind::MEMORY, CSize(1, 1));
     dc->state_.bitmap = initial;
     dc->SetColorDepth(1);
     dc->antialias_ = antialias_;
@@ -236,12 +240,14 @@ std::uint32_t* CCairoDC::pixelRow(int y) const {
                                             y * cairo_image_surface_get_stride(surface_));
 }
 
-void CCairoDC::beginPixels() const { cairo_surface_flush(surface_); }
+void CCairoDC::beginPixels() const {
+    cairo_surface_flush(surface_);
+}
 
 void CCairoDC::endPixels(const CRect& touched) const {
     if (!touched.IsRectEmpty()) {
-        cairo_surface_mark_dirty_rectangle(surface_, touched.left, touched.top,
-                                           touched.Width(), touched.Height());
+        cairo_surface_mark_dirty_rectangle(surface_, touched.left, touched.top, touched.Width(),
+                                           touched.Height());
     }
 }
 
@@ -339,8 +345,8 @@ bool CCairoDC::setBrushSource(cairo_t* cr, const CBrush& brush) const {
                         row[x] = line ? 0xFF000000 | toPixel(brush.GetColor()) : back;
                         continue;
                     }
-                    const COLORREF c = pattern.GetPixel(x % pattern.GetWidth(),
-                                                        y % pattern.GetHeight());
+                    const COLORREF c =
+                        pattern.GetPixel(x % pattern.GetWidth(), y % pattern.GetHeight());
                     if (!pattern.IsMonochrome()) {
                         row[x] = 0xFF000000 | toPixel(c);
                     } else {
@@ -385,8 +391,8 @@ void CCairoDC::setPenSource(cairo_t* cr) const {
 // pens follow the antialias switch; straight one-pixel edges never blur.
 void CCairoDC::fillAndStroke(cairo_t* cr, bool fill, bool smooth) const {
     cairo_set_antialias(cr, smooth ? CAIRO_ANTIALIAS_DEFAULT : CAIRO_ANTIALIAS_NONE);
-    cairo_set_fill_rule(cr, state_.polyFillMode == WINDING ? CAIRO_FILL_RULE_WINDING
-                                                           : CAIRO_FILL_RULE_EVEN_ODD);
+    cairo_set_fill_rule(
+        cr, state_.polyFillMode == WINDING ? CAIRO_FILL_RULE_WINDING : CAIRO_FILL_RULE_EVEN_ODD);
     if (fill && setBrushSource(cr, state_.brush)) cairo_fill_preserve(cr);
     if (state_.pen.GetStyle() != PS_NULL) {
         setPenSource(cr);
@@ -560,13 +566,15 @@ void CCairoDC::doRectangle(const CRect& r) {
     render([&](cairo_t* cr, bool aliased) {
         cairo_rectangle(cr, d.left + 0.5, d.top + 0.5, d.Width() - 1, d.Height() - 1);
         setPenSource(cr);
-        cairo_set_antialias(cr, antialias_ && !aliased ? CAIRO_ANTIALIAS_DEFAULT
-                                                       : CAIRO_ANTIALIAS_NONE);
+        cairo_set_antialias(
+            cr, antialias_ && !aliased ? CAIRO_ANTIALIAS_DEFAULT : CAIRO_ANTIALIAS_NONE);
         cairo_stroke(cr);
     });
 }
 
-void CCairoDC::doEllipse(const CRect& r) { doArc(Call::Ellipse, r, CPoint(), CPoint()); }
+void CCairoDC::doEllipse(const CRect& r) {
+    doArc(Call::Ellipse, r, CPoint(), CPoint());
+}
 
 void CCairoDC::doArc(Call kind, const CRect& r, CPoint start, CPoint end) {
     const double left = toDeviceX(r.left), right = toDeviceX(r.right);
@@ -652,7 +660,8 @@ PangoLayout* CCairoDC::layoutFor(const char* text, int count) const {
         if (font.IsUnderline()) {
             pango_attr_list_insert(attributes, pango_attr_underline_new(PANGO_UNDERLINE_SINGLE));
         }
-        if (font.IsStrikeOut()) pango_attr_list_insert(attributes, pango_attr_strikethrough_new(true));
+        if (font.IsStrikeOut())
+            pango_attr_list_insert(attributes, pango_attr_strikethrough_new(true));
         pango_layout_set_attributes(layout_, attributes);
         pango_attr_list_unref(attributes);
 
@@ -661,7 +670,8 @@ PangoLayout* CCairoDC::layoutFor(const char* text, int count) const {
         metrics_.tmAscent = ascent;
         metrics_.tmDescent = descent;
         metrics_.tmHeight = ascent + descent;
-        metrics_.tmInternalLeading = std::max(0, ascent + descent - static_cast<int>(std::lround(pixels)));
+        metrics_.tmInternalLeading =
+            std::max(0, ascent + descent - static_cast<int>(std::lround(pixels)));
         metrics_.tmExternalLeading = 0;
         metrics_.tmAveCharWidth = PANGO_PIXELS(pango_font_metrics_get_approximate_char_width(m));
         metrics_.tmMaxCharWidth = metrics_.tmAveCharWidth * 2;
@@ -778,7 +788,7 @@ void CCairoDC::doBlit(const CRect& destination, const CBitmap& source, const CRe
     if (source.GetSafeHandle() != nullptr) {
         CBitmap part = source.Copy(from);
         if (part.GetSafeHandle() == nullptr) return;
-        if (part.IsMonochrome() || GetDeviceCaps(12 /* BITSPIXEL */) == 1) {
+        if (part.IsMonochrome() || GetDeviceCaps(BITSPIXEL) == 1) {
             cairo_surface_t* s = part.GetSurface();
             cairo_surface_flush(s);
             const std::uint32_t fore = toPixel(state_.textColor), back = toPixel(state_.bkColor);
@@ -808,10 +818,10 @@ void CCairoDC::doBlit(const CRect& destination, const CBitmap& source, const CRe
         cairo_surface_flush(image);
     }
     auto sourcePixel = [&](int x, int y) -> std::uint32_t {
-        return reinterpret_cast<const std::uint32_t*>(cairo_image_surface_get_data(image) +
-                                                      (y - d.top) *
-                                                          cairo_image_surface_get_stride(image))
-                   [x - d.left] & 0xFFFFFF;
+        return reinterpret_cast<const std::uint32_t*>(
+                   cairo_image_surface_get_data(image) +
+                   (y - d.top) * cairo_image_surface_get_stride(image))[x - d.left] &
+               0xFFFFFF;
     };
 
     if (raster_) {
@@ -822,15 +832,32 @@ void CCairoDC::doBlit(const CRect& destination, const CBitmap& source, const CRe
                 const std::uint32_t dst = row[x] & 0xFFFFFF;
                 std::uint32_t v = dst;
                 switch (rop) {
-                    case SRCCOPY: v = sourcePixel(x, y); break;
-                    case SRCPAINT: v = dst | sourcePixel(x, y); break;
-                    case SRCAND: v = dst & sourcePixel(x, y); break;
-                    case SRCINVERT: v = dst ^ sourcePixel(x, y); break;
-                    case NOTSRCCOPY: v = ~sourcePixel(x, y) & 0xFFFFFF; break;
-                    case DSTINVERT: v = ~dst & 0xFFFFFF; break;
-                    case BLACKNESS: v = 0; break;
-                    case WHITENESS: v = 0xFFFFFF; break;
-                    default: break;
+                    case SRCCOPY:
+                        v = sourcePixel(x, y);
+                        break;
+                    case SRCPAINT:
+                        v = dst | sourcePixel(x, y);
+                        break;
+                    case SRCAND:
+                        v = dst & sourcePixel(x, y);
+                        break;
+                    case SRCINVERT:
+                        v = dst ^ sourcePixel(x, y);
+                        break;
+                    case NOTSRCCOPY:
+                        v = ~sourcePixel(x, y) & 0xFFFFFF;
+                        break;
+                    case DSTINVERT:
+                        v = ~dst & 0xFFFFFF;
+                        break;
+                    case BLACKNESS:
+                        v = 0;
+                        break;
+                    case WHITENESS:
+                        v = 0xFFFFFF;
+                        break;
+                    default:
+                        break;
                 }
                 row[x] = (row[x] & 0xFF000000) | v;
             }
@@ -858,7 +885,8 @@ void CCairoDC::doBlit(const CRect& destination, const CBitmap& source, const CRe
                 for (int x = d.left; x < d.right; ++x) {
                     std::uint32_t s = sourcePixel(x, y);
                     if (rop == NOTSRCCOPY) s = ~s & 0xFFFFFF;
-                    const bool skip = (rop == SRCAND && s == 0xFFFFFF) || (rop == SRCPAINT && s == 0);
+                    const bool skip =
+                        (rop == SRCAND && s == 0xFFFFFF) || (rop == SRCPAINT && s == 0);
                     row[x - d.left] = skip ? 0 : 0xFF000000 | s;
                 }
             }

@@ -100,7 +100,6 @@ private:
 
     cairo_t* cr_ = nullptr;
     cairo_surface_t* surface_ = nullptr;
-    Kind kind_;
     CSize size_;
     bool memory_ = false;
     bool raster_ = false;

@@ -198,7 +198,9 @@ void CDC::LPtoDP(POINT* points, int count) const {
     }
 }
 
-void CDC::LPtoDP(RECT* rect) const { LPtoDP(reinterpret_cast<POINT*>(rect), 2); }
+void CDC::LPtoDP(RECT* rect) const {
+    LPtoDP(reinterpret_cast<POINT*>(rect), 2);
+}
 
 void CDC::DPtoLP(POINT* points, int count) const {
     for (int i = 0; i < count; ++i) {
@@ -209,7 +211,9 @@ void CDC::DPtoLP(POINT* points, int count) const {
     }
 }
 
-void CDC::DPtoLP(RECT* rect) const { DPtoLP(reinterpret_cast<POINT*>(rect), 2); }
+void CDC::DPtoLP(RECT* rect) const {
+    DPtoLP(reinterpret_cast<POINT*>(rect), 2);
+}
 
 // Clipping.
 

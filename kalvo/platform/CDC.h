@@ -24,14 +24,43 @@
 // SelectClipRgn(nullptr).
 class CDC {
 public:
-    // Every call that a recording device context remembers, state changes included.
+    // Every call that a recording device context remembers: the state changes, then, from
+    // LineTo on, the drawing calls.
     enum class Call {
-        SelectPen, SelectBrush, SelectFont, SelectBitmap, SetBkMode, SetBkColor,
-        SetTextColor, SetTextAlign, SetROP2, SetPolyFillMode, SetBrushOrg, MoveTo, SetWindowOrg,
-        SetViewportOrg, SetMapMode, SetWindowExt, SetViewportExt, IntersectClipRect,
-        SelectClipRgn, SetState,
-        LineTo, Polyline, Polygon, Rectangle, Ellipse, Arc, Pie, Chord, FillRect, SetPixel,
-        TextOut, DrawText, BitBlt, StretchBlt,
+        SelectPen,
+        SelectBrush,
+        SelectFont,
+        SelectBitmap,
+        SetBkMode,
+        SetBkColor,
+        SetTextColor,
+        SetTextAlign,
+        SetROP2,
+        SetPolyFillMode,
+        SetBrushOrg,
+        MoveTo,
+        SetWindowOrg,
+        SetViewportOrg,
+        SetMapMode,
+        SetWindowExt,
+        SetViewportExt,
+        IntersectClipRect,
+        SelectClipRgn,
+        SetState,
+        LineTo,
+        Polyline,
+        Polygon,
+        Rectangle,
+        Ellipse,
+        Arc,
+        Pie,
+        Chord,
+        FillRect,
+        SetPixel,
+        TextOut,
+        DrawText,
+        BitBlt,
+        StretchBlt,
     };
 
     // One line of DrawText's layout.
@@ -45,15 +74,15 @@ public:
     struct State {
         CPen pen = CPen::Stock(BLACK_PEN);
         CBrush brush = CBrush::Stock(WHITE_BRUSH);
-        CFont font;  // not created: the device's default font
+        CFont font;      // not created: the device's default font
         CBitmap bitmap;  // memory device contexts only
         COLORREF textColor = 0;
         COLORREF bkColor = 0xFFFFFF;
         int bkMode = 2;  // OPAQUE
         unsigned textAlign = 0;
-        int rop2 = 13;  // R2_COPYPEN
+        int rop2 = 13;         // R2_COPYPEN
         int polyFillMode = 1;  // ALTERNATE
-        CPoint brushOrg;  // device point where hatch and pattern cells start
+        CPoint brushOrg;       // device point where hatch and pattern cells start
         CPoint position;
         CPoint windowOrg;
         CPoint viewportOrg;
@@ -143,7 +172,9 @@ public:
     // Clipping.
     int GetClipBox(RECT* rect) const;
     int IntersectClipRect(int x1, int y1, int x2, int y2);
-    int IntersectClipRect(const RECT& r) { return IntersectClipRect(r.left, r.top, r.right, r.bottom); }
+    int IntersectClipRect(const RECT& r) {
+        return IntersectClipRect(r.left, r.top, r.right, r.bottom);
+    }
     // Only a null region is accepted: it removes the clip.
     int SelectClipRgn(const void* region);
     bool RectVisible(const RECT& rect) const;

@@ -50,7 +50,6 @@ CFont CFont::Stock(int index) {
 
 bool CFont::operator==(const CFont& other) const {
     return created_ == other.created_ && face_ == other.face_ && height_ == other.height_ &&
-           weight_ == other.weight_ && italic_ == other.italic_ &&
-           underline_ == other.underline_ && strikeOut_ == other.strikeOut_ &&
-           escapement_ == other.escapement_;
+           weight_ == other.weight_ && italic_ == other.italic_ && underline_ == other.underline_ &&
+           strikeOut_ == other.strikeOut_ && escapement_ == other.escapement_;
 }

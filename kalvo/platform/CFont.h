@@ -13,9 +13,8 @@ public:
 
     bool CreateFont(int height, int width, int escapement, int orientation, int weight,
                     unsigned char italic, unsigned char underline, unsigned char strikeOut,
-                    unsigned char charSet, unsigned char outPrecision,
-                    unsigned char clipPrecision, unsigned char quality,
-                    unsigned char pitchAndFamily, const char* faceName);
+                    unsigned char charSet, unsigned char outPrecision, unsigned char clipPrecision,
+                    unsigned char quality, unsigned char pitchAndFamily, const char* faceName);
     // Height in tenths of a point at 96 pixels per inch, as dialogs give sizes.
     bool CreatePointFont(int pointSize, const char* faceName);
     bool DeleteObject();

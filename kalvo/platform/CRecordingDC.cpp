@@ -18,13 +18,21 @@ int CRecordingDC::Count(Call call) const {
     return n;
 }
 
-CDC* CRecordingDC::CreateCompatibleDC() { return measurer().CreateCompatibleDC(); }
+CDC* CRecordingDC::CreateCompatibleDC() {
+    return measurer().CreateCompatibleDC();
+}
 
-COLORREF CRecordingDC::GetPixel(int, int) const { return CLR_INVALID; }
+COLORREF CRecordingDC::GetPixel(int, int) const {
+    return CLR_INVALID;
+}
 
-void CRecordingDC::stateChanged(Call call) { add(call); }
+void CRecordingDC::stateChanged(Call call) {
+    add(call);
+}
 
-void CRecordingDC::doLine(CPoint from, CPoint to) { add(Call::LineTo).points = {from, to}; }
+void CRecordingDC::doLine(CPoint from, CPoint to) {
+    add(Call::LineTo).points = {from, to};
+}
 
 void CRecordingDC::doPolyline(const std::vector<CPoint>& points) {
     add(Call::Polyline).points = points;
@@ -34,9 +42,13 @@ void CRecordingDC::doPolygon(const std::vector<CPoint>& points) {
     add(Call::Polygon).points = points;
 }
 
-void CRecordingDC::doRectangle(const CRect& r) { add(Call::Rectangle).rect = r; }
+void CRecordingDC::doRectangle(const CRect& r) {
+    add(Call::Rectangle).rect = r;
+}
 
-void CRecordingDC::doEllipse(const CRect& r) { add(Call::Ellipse).rect = r; }
+void CRecordingDC::doEllipse(const CRect& r) {
+    add(Call::Ellipse).rect = r;
+}
 
 void CRecordingDC::doArc(Call kind, const CRect& r, CPoint start, CPoint end) {
     Entry& e = add(kind);
@@ -96,7 +108,9 @@ CSize CRecordingDC::doTextExtent(const char* text, int count) const {
     return measurer().GetTextExtent(text, count);
 }
 
-void CRecordingDC::doTextMetrics(TEXTMETRIC* metrics) const { measurer().GetTextMetrics(metrics); }
+void CRecordingDC::doTextMetrics(TEXTMETRIC* metrics) const {
+    measurer().GetTextMetrics(metrics);
+}
 
 void CRecordingDC::Play(CDC* target) const {
     if (target == nullptr) return;
@@ -163,8 +177,8 @@ void CRecordingDC::Play(CDC* target) const {
                 std::unique_ptr<CDC> memory(target->CreateCompatibleDC());
                 if (e.bitmap.GetSafeHandle() != nullptr) memory->SelectObject(e.bitmap);
                 target->StretchBlt(e.rect.left, e.rect.top, e.rect.Width(), e.rect.Height(),
-                                   memory.get(), 0, 0, e.bitmap.GetWidth(),
-                                   e.bitmap.GetHeight(), e.rop);
+                                   memory.get(), 0, 0, e.bitmap.GetWidth(), e.bitmap.GetHeight(),
+                                   e.rop);
                 break;
             }
             default:

@@ -4,6 +4,8 @@
 
 namespace {
 
+// The pictures are kept one row per line, as they look.
+// clang-format off
 // Two cells: the tabs that mark positions X and O on a time axis.
 const char* const graphMarkers[] = {
     "###########...........",
@@ -168,6 +170,8 @@ const char* const componentDrag[] = {
     "                ",
 };
 
+// clang-format on
+
 const KImageResource bitmaps[] = {
     {"GRAPH_MARKERS", 22, 11, 1, 0, 0, graphMarkers},
     {"SEVEN_SEGMENT", 84, 11, 1, 0, 0, sevenSegment},
@@ -194,10 +198,22 @@ const KImageResource* find(const KImageResource (&list)[N], const char* name) {
 
 }  // namespace
 
-const KImageResource* KResources::findBitmap(const char* name) { return find(bitmaps, name); }
-const KImageResource* KResources::findCursor(const char* name) { return find(cursors, name); }
+const KImageResource* KResources::findBitmap(const char* name) {
+    return find(bitmaps, name);
+}
+const KImageResource* KResources::findCursor(const char* name) {
+    return find(cursors, name);
+}
 
-int KResources::getBitmapCount() { return static_cast<int>(sizeof bitmaps / sizeof bitmaps[0]); }
-const KImageResource& KResources::getBitmap(int index) { return bitmaps[index]; }
-int KResources::getCursorCount() { return static_cast<int>(sizeof cursors / sizeof cursors[0]); }
-const KImageResource& KResources::getCursor(int index) { return cursors[index]; }
+int KResources::getBitmapCount() {
+    return static_cast<int>(sizeof bitmaps / sizeof bitmaps[0]);
+}
+const KImageResource& KResources::getBitmap(int index) {
+    return bitmaps[index];
+}
+int KResources::getCursorCount() {
+    return static_cast<int>(sizeof cursors / sizeof cursors[0]);
+}
+const KImageResource& KResources::getCursor(int index) {
+    return cursors[index];
+}

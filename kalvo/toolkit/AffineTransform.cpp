@@ -44,10 +44,14 @@ void AffineTransform::WPtoLP(int x, int y, int& X, int& Y) const {
     Y = toLogicalY(x, y);
 }
 
-void AffineTransform::WPtoLP(int x, int y, POINT& p) const { WPtoLP(x, y, p.x, p.y); }
+void AffineTransform::WPtoLP(int x, int y, POINT& p) const {
+    WPtoLP(x, y, p.x, p.y);
+}
 
 CPoint AffineTransform::WPtoLP(int x, int y) const {
     return CPoint(toLogicalX(x, y), toLogicalY(x, y));
 }
 
-CPoint AffineTransform::WPtoLP(CPoint p) const { return WPtoLP(p.x, p.y); }
+CPoint AffineTransform::WPtoLP(CPoint p) const {
+    return WPtoLP(p.x, p.y);
+}

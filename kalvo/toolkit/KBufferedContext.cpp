@@ -18,7 +18,9 @@ KBufferedContext& KBufferedContext::operator=(KBufferedContext&& other) noexcept
     return *this;
 }
 
-KBufferedContext::~KBufferedContext() { flush(); }
+KBufferedContext::~KBufferedContext() {
+    flush();
+}
 
 void KBufferedContext::flush() {
     if (image_ == nullptr) return;

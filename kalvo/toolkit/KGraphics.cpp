@@ -96,14 +96,24 @@ KGraphics::~KGraphics() {
 
 // Device.
 
-bool KGraphics::isPrinting() const { return dc_->IsPrinting(); }
-bool KGraphics::isPrintPreview() const { return dc_->IsPrintPreview(); }
-int KGraphics::getColorDepth() const { return dc_->GetDeviceCaps(BITSPIXEL); }
+bool KGraphics::isPrinting() const {
+    return dc_->IsPrinting();
+}
+bool KGraphics::isPrintPreview() const {
+    return dc_->IsPrintPreview();
+}
+int KGraphics::getColorDepth() const {
+    return dc_->GetDeviceCaps(BITSPIXEL);
+}
 
 // Origin and clip.
 
-void KGraphics::setOrigin(CPoint origin) { dc_->SetWindowOrg(origin); }
-CPoint KGraphics::getOrigin() const { return dc_->GetWindowOrg(); }
+void KGraphics::setOrigin(CPoint origin) {
+    dc_->SetWindowOrg(origin);
+}
+CPoint KGraphics::getOrigin() const {
+    return dc_->GetWindowOrg();
+}
 
 KGraphics& KGraphics::operator+=(CPoint p) {
     dc_->SetWindowOrg(dc_->GetWindowOrg() - p);
@@ -115,7 +125,9 @@ KGraphics& KGraphics::operator-=(CPoint p) {
     return *this;
 }
 
-bool KGraphics::contains(CRect rect) const { return dc_->RectVisible(rect); }
+bool KGraphics::contains(CRect rect) const {
+    return dc_->RectVisible(rect);
+}
 
 CRect KGraphics::getClipBounds() const {
     CRect r;
@@ -123,8 +135,12 @@ CRect KGraphics::getClipBounds() const {
     return r;
 }
 
-void KGraphics::clipRect(CRect rect) { dc_->IntersectClipRect(rect); }
-void KGraphics::resetClip() { dc_->SelectClipRgn(nullptr); }
+void KGraphics::clipRect(CRect rect) {
+    dc_->IntersectClipRect(rect);
+}
+void KGraphics::resetClip() {
+    dc_->SelectClipRgn(nullptr);
+}
 
 void KGraphics::setClip(CRect rect) {
     resetClip();
@@ -133,7 +149,9 @@ void KGraphics::setClip(CRect rect) {
 
 // Colours and fonts.
 
-void KGraphics::setFont(CFont* font) { dc_->SelectObject(font != nullptr ? *font : *sharedFont_); }
+void KGraphics::setFont(CFont* font) {
+    dc_->SelectObject(font != nullptr ? *font : *sharedFont_);
+}
 
 COLORREF KGraphics::toGray(COLORREF rgb) {
     const int g = (GetRValue(rgb) * 30 + GetGValue(rgb) * 59 + GetBValue(rgb) * 11) / 100;
@@ -165,7 +183,9 @@ void KGraphics::setColor(COLORREF color, int width, int style) {
 
 // Lines and shapes.
 
-void KGraphics::drawPixel(int x, int y, COLORREF color) { dc_->SetPixelV(x, y, color); }
+void KGraphics::drawPixel(int x, int y, COLORREF color) {
+    dc_->SetPixelV(x, y, color);
+}
 
 void KGraphics::drawLine(int x1, int y1, int x2, int y2) {
     dc_->MoveTo(x1, y1);
@@ -233,7 +253,9 @@ void KGraphics::drawOval(int x1, int y1, int x2, int y2) {
     dc_->SelectObject(old);
 }
 
-void KGraphics::fillOval(int x1, int y1, int x2, int y2) { dc_->Ellipse(x1, y1, x2, y2); }
+void KGraphics::fillOval(int x1, int y1, int x2, int y2) {
+    dc_->Ellipse(x1, y1, x2, y2);
+}
 
 void KGraphics::draw3DOval(int x1, int y1, int x2, int y2, bool raised) {
     if (dc_->GetROP2() != R2_COPYPEN) {
@@ -315,9 +337,9 @@ void KGraphics::drawString(const char* text, CRect r) {
     std::string copy(text);
     const int length = static_cast<int>(copy.size());
     copy.append(4, '\0');
-    dc_->DrawText(copy.data(), length, &r,
-                  DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_EXPANDTABS | DT_END_ELLIPSIS |
-                      DT_MODIFYSTRING);
+    dc_->DrawText(
+        copy.data(), length, &r,
+        DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_EXPANDTABS | DT_END_ELLIPSIS | DT_MODIFYSTRING);
 }
 
 CRect KGraphics::computeTextExtents(const char* text) const {
@@ -364,8 +386,7 @@ void KGraphics::drawMask(CBitmap* bitmap, const CRect* source, CPoint p, COLORRE
     dc_->BitBlt(p.x, p.y, from.Width(), from.Height(), memory.get(), from.left, from.top, SRCAND);
     dc_->SetBkColor(RGB(0, 0, 0));
     dc_->SetTextColor(color);
-    dc_->BitBlt(p.x, p.y, from.Width(), from.Height(), memory.get(), from.left, from.top,
-                SRCPAINT);
+    dc_->BitBlt(p.x, p.y, from.Width(), from.Height(), memory.get(), from.left, from.top, SRCPAINT);
     dc_->SetTextColor(text);
     dc_->SetBkColor(back);
     memory->SelectObject(old);

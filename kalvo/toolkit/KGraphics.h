@@ -102,7 +102,9 @@ public:
 
     // Copies the bitmap (the source part, or all of it) with its top-left at the point.
     void drawImage(CBitmap* bitmap, const CRect* source, int x, int y);
-    void drawImage(CBitmap* bitmap, const CRect* source, CPoint p) { drawImage(bitmap, source, p.x, p.y); }
+    void drawImage(CBitmap* bitmap, const CRect* source, CPoint p) {
+        drawImage(bitmap, source, p.x, p.y);
+    }
     // Draws the black pixels of a monochrome mask in the colour; white ones leave the
     // picture untouched.
     void drawMask(CBitmap* bitmap, const CRect* source, CPoint p, COLORREF color);

@@ -10,7 +10,9 @@ constexpr COLORREF WHITE = RGB(255, 255, 255);
 constexpr COLORREF BLACK = RGB(0, 0, 0);
 constexpr COLORREF RED = RGB(255, 0, 0);
 
-std::unique_ptr<CCairoDC> image(int w, int h) { return std::unique_ptr<CCairoDC>(CCairoDC::CreateImage(w, h)); }
+std::unique_ptr<CCairoDC> image(int w, int h) {
+    return std::unique_ptr<CCairoDC>(CCairoDC::CreateImage(w, h));
+}
 
 // The pixels of a small image as text rows: '#' for the given colour, '.' for white, '?'
 // for anything else.
@@ -313,4 +315,66 @@ TEST(CCairoDC, vectorSurfacesWriteFiles) {
     EXPECT_EQ(content.substr(0, 5), "%PDF-");
     EXPECT_NE(content.find("/Count 2"), std::string::npos) << "two pages";
     EXPECT_EQ(CCairoDC::CreatePDF("/nonexistent/folder/x.pdf", 10, 10), nullptr);
+}
+
+TEST(CCairoDC, drawsOnAHostContextAndRestoresIt) {
+    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, 20, 20);
+    cairo_t* cr = cairo_create(surface);
+    cairo_set_source_rgb(cr, 1, 1, 1);
+    cairo_paint(cr);
+    cairo_translate(cr, 5, 5);  // a host drawing area placed inside a larger surface
+    cairo_rectangle(cr, 0, 0, 10, 10);
+    cairo_clip(cr);
+    cairo_set_source_rgb(cr, 0, 1, 0);
+    {
+        CCairoDC dc(cr);
+        EXPECT_EQ(dc.GetDeviceSize(), CSize(10, 10));
+        const CBrush red(RED);
+        dc.FillRect(CRect(-5, -5, 30, 30), &red);  // the host's clip holds
+        dc.MoveTo(0, 9);
+        dc.LineTo(10, 9);
+        dc.SetROP2(R2_XORPEN);  // not an image the context may write directly: a difference
+        dc.SelectObject(CPen(PS_SOLID, 0, WHITE));
+        dc.MoveTo(0, 0);
+        dc.LineTo(10, 0);
+    }
+    double r, g, b, a;
+    cairo_pattern_get_rgba(cairo_get_source(cr), &r, &g, &b, &a);
+    EXPECT_EQ(g, 1.0) << "the host's source is back";
+    cairo_destroy(cr);
+    CBitmap pixels;
+    pixels.Attach(surface, false);
+    cairo_surface_destroy(surface);
+    EXPECT_EQ(pixels.GetPixel(4, 4), WHITE);
+    EXPECT_EQ(pixels.GetPixel(5, 6), RED);
+    EXPECT_EQ(pixels.GetPixel(14, 13), RED);
+    EXPECT_EQ(pixels.GetPixel(15, 15), WHITE);
+    EXPECT_EQ(pixels.GetPixel(5, 14), BLACK);
+    EXPECT_EQ(pixels.GetPixel(14, 14), BLACK);
+    EXPECT_EQ(pixels.GetPixel(9, 5), RGB(0, 255, 255)) << "red inverted by the white pen";
+}
+
+TEST(CCairoDC, mappingModesScaleLogicalUnits) {
+    auto dc = image(40, 40);
+    EXPECT_EQ(dc->SetMapMode(MM_ANISOTROPIC), MM_TEXT);
+    dc->SetWindowExt(10, 10);
+    dc->SetViewportExt(20, 40);  // x doubled, y quadrupled
+    dc->SetWindowOrg(1, 1);
+    CPoint p(6, 3);
+    dc->LPtoDP(&p);
+    EXPECT_EQ(p, CPoint(10, 8));
+    dc->DPtoLP(&p);
+    EXPECT_EQ(p, CPoint(6, 3));
+    const CBrush black(BLACK);
+    dc->FillRect(CRect(1, 1, 3, 2), &black);  // device (0, 0)-(4, 4)
+    CRect box;
+    dc->GetClipBox(&box);
+    EXPECT_EQ(box, CRect(1, 1, 21, 11));
+    dc->SetMapMode(MM_TEXT);
+    EXPECT_EQ(dc->GetWindowExt(), CSize(1, 1));
+    EXPECT_EQ(dc->SetWindowExt(5, 5), CSize(1, 1)) << "MM_TEXT keeps its extents";
+    EXPECT_EQ(dc->GetWindowExt(), CSize(1, 1));
+    dc->SetWindowOrg(0, 0);
+    EXPECT_EQ(countInk(*dc, BLACK), 16);
+    EXPECT_EQ(dc->GetPixel(3, 3), BLACK);
 }

@@ -57,7 +57,7 @@ TEST(CRecordingDC, playsAtTheTargetOriginInsideItsClipAndLeavesItsState) {
     recording.FillRect(CRect(0, 0, 20, 20), &black);
 
     std::unique_ptr<CCairoDC> target(CCairoDC::CreateImage(40, 40));
-    target->SetWindowOrg(-20, -20);  // recording's (0, 0) lands at device (20, 20)
+    target->SetWindowOrg(-20, -20);               // recording's (0, 0) lands at device (20, 20)
     target->IntersectClipRect(-20, -20, 11, 40);  // and device x below 31
     target->SelectObject(CPen(PS_DOT, 0, WHITE));
     recording.Play(target.get());

@@ -55,8 +55,7 @@ TEST(KResources, everyNamedBitmapAndCursorLoads) {
             EXPECT_EQ(std::string(c.rows[y]).size(), static_cast<size_t>(c.width)) << c.name;
     }
     EXPECT_EQ(cursors, (std::set<std::string>{"HAND_OPEN", "HAND_CLOSE", "HAND_POINT",
-                                              "HORZ_APERTURE", "VERT_APERTURE",
-                                              "COMPONENT_DRAG"}));
+                                              "HORZ_APERTURE", "VERT_APERTURE", "COMPONENT_DRAG"}));
     EXPECT_EQ(KResources::findCursor("HAND_POINT")->pixel(0, 0), 0u) << "transparent corner";
 
     CBitmap unknown;

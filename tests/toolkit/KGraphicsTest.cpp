@@ -271,8 +271,8 @@ TEST(KGraphics, drawStringInRectangleRecordsCentredEllipsisFormat) {
     ASSERT_EQ(calls.size(), 2u);
     EXPECT_EQ(calls[0]->call, Call::DrawText);
     EXPECT_EQ(calls[0]->text, "label");
-    EXPECT_EQ(calls[0]->format, DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_EXPANDTABS |
-                                    DT_END_ELLIPSIS);
+    EXPECT_EQ(calls[0]->format,
+              DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_EXPANDTABS | DT_END_ELLIPSIS);
     EXPECT_EQ(calls[1]->call, Call::TextOut);
     EXPECT_EQ(calls[1]->points[0], CPoint(3, 4));
     EXPECT_EQ(calls[1]->state.bkMode, TRANSPARENT);

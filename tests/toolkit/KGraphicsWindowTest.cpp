@@ -7,7 +7,9 @@ namespace {
 // A window whose client area is an image.
 class ImageWindow : public CWnd {
 public:
-    HWND GetSafeHwnd() const override { return reinterpret_cast<HWND>(const_cast<ImageWindow*>(this)); }
+    HWND GetSafeHwnd() const override {
+        return reinterpret_cast<HWND>(const_cast<ImageWindow*>(this));
+    }
     void GetClientRect(RECT* rect) const override { *rect = CRect(0, 0, 30, 20); }
     CDC* CreateClientDC() override {
         ++created;
