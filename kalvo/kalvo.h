@@ -27,10 +27,27 @@
 #include <kalvo/platform/CRect.h>
 #include <kalvo/platform/CSize.h>
 #include <kalvo/platform/HWND.h>
+#include <kalvo/platform/CBitmap.h>
+#include <kalvo/platform/CBrush.h>
+#include <kalvo/platform/CCairoDC.h>
+#include <kalvo/platform/CDC.h>
+#include <kalvo/platform/CFont.h>
+#include <kalvo/platform/CPen.h>
+#include <kalvo/platform/CRecordingDC.h>
+#include <kalvo/platform/CWnd.h>
+#include <kalvo/platform/ColorRef.h>
+#include <kalvo/platform/DeviceCaps.h>
+#include <kalvo/platform/DeviceModes.h>
+#include <kalvo/platform/DrawTextFormat.h>
+#include <kalvo/platform/HatchStyle.h>
 #include <kalvo/platform/KCursorService.h>
 #include <kalvo/platform/KLocalClipboard.h>
 #include <kalvo/platform/KPlatformClipboard.h>
-#include <kalvo/platform/ColorRef.h>
+#include <kalvo/platform/PenStyle.h>
+#include <kalvo/platform/RasterOp.h>
+#include <kalvo/platform/StockObject.h>
+#include <kalvo/platform/SysColor.h>
+#include <kalvo/platform/TextMetric.h>
 
 // record
 #include <kalvo/record/KDataTransform.h>
@@ -45,7 +62,17 @@
 #include <kalvo/record/PolarTransform.h>
 
 // toolkit
+#include <kalvo/toolkit/AffineTransform.h>
+#include <kalvo/toolkit/KBufferedContext.h>
 #include <kalvo/toolkit/KClipboard.h>
 // analysis
 #include <kalvo/analysis/Fft.h>
 #include <kalvo/analysis/KFftTransform.h>
+#include <kalvo/toolkit/KColor.h>
+#include <kalvo/toolkit/KGraphics.h>
+#include <kalvo/toolkit/KImageContext.h>
+#include <kalvo/toolkit/KPainter.h>
+
+// resources
+#include <kalvo/resources/KImageResource.h>
+#include <kalvo/resources/KResources.h>

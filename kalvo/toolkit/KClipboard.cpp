@@ -2,8 +2,15 @@
 
 #include <cstring>
 
+#include <memory>
+
+#include <kalvo/platform/CCairoDC.h>
+#include <kalvo/platform/CRecordingDC.h>
 #include <kalvo/platform/KCursorService.h>
 #include <kalvo/platform/KPlatformClipboard.h>
+#include <kalvo/platform/RasterOp.h>
+#include <kalvo/toolkit/KGraphics.h>
+#include <kalvo/toolkit/KImageContext.h>
 
 namespace {
 
@@ -105,4 +112,52 @@ int KClipboard::getData(unsigned format, char* buffer, int size, HWND owner) {
     if (!clipboard.isOpen()) return 0;
     return static_cast<int>(
         clipboard->getData(resolveFormat(format), buffer, static_cast<size_t>(size)));
+}
+
+int KClipboard::setPicture(const char* formatName, const std::string& bytes, HWND owner) {
+    const unsigned format = KPlatformClipboard::get().registerFormat(formatName);
+    OpenClipboard clipboard(owner);
+    if (!clipboard.isOpen() || !clipboard->empty()) return 0;
+    return clipboard->setData(format, bytes.data(), bytes.size()) ? 1 : 0;
+}
+
+int KClipboard::setBitmap(CRect area, CDC* dc, KPainter* painter, HWND owner) {
+    if (painter == nullptr) return 0;
+    WaitCursor wait;
+    area.NormalizeRect();
+    std::unique_ptr<CDC> screen;
+    if (dc == nullptr) {
+        screen.reset(CCairoDC::CreateImage(1, 1));
+        dc = screen.get();
+    }
+    // Painted off-screen in the context's own coordinates, then copied into a bitmap of the
+    // context's kind.
+    KImageContext image(dc, area);
+    {
+        KGraphics graphics(image.getDC());
+        painter->paint(graphics);
+    }
+    const CSize size = image.getSize();
+    CBitmap bitmap;
+    bitmap.CreateCompatibleBitmap(dc, size.cx, size.cy);
+    std::unique_ptr<CDC> memory(dc->CreateCompatibleDC());
+    const CBitmap previous = memory->SelectObject(bitmap);
+    memory->StretchBlt(0, 0, size.cx, size.cy, image.getDC(), image.getExtents().left,
+                       image.getExtents().top, image.getExtents().Width(),
+                       image.getExtents().Height(), SRCCOPY);
+    memory->SelectObject(previous);
+    return setPicture(BITMAP_FORMAT_NAME, bitmap.ToPNG(), owner);
+}
+
+int KClipboard::setMetaFile(CRect area, CDC*, KPainter* painter, HWND owner) {
+    if (painter == nullptr) return 0;
+    WaitCursor wait;
+    area.NormalizeRect();
+    CRecordingDC metafile(area.Size());
+    metafile.SetWindowOrg(area.left, area.top);
+    {
+        KGraphics graphics(&metafile);
+        painter->paint(graphics);
+    }
+    return setPicture(METAFILE_FORMAT_NAME, metafile.ToSVG(), owner);
 }

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
+#include <kalvo/platform/CDC.h>
+#include <kalvo/platform/CRect.h>
 #include <kalvo/platform/HWND.h>
+#include <kalvo/toolkit/KPainter.h>
 
 // The library's transport to and from the system clipboard. Text goes out under every
 // format of the class's list: the standard text format and the library's own registered
@@ -13,6 +17,9 @@ public:
 
     // The name under which the library's own text format is registered.
     static constexpr const char* FORMAT_NAME = "Kalvo Text";
+    // The formats of pictures: bitmaps as PNG, metafiles as SVG.
+    static constexpr const char* BITMAP_FORMAT_NAME = "image/png";
+    static constexpr const char* METAFILE_FORMAT_NAME = "image/svg+xml";
 
     // Replaces the clipboard's contents by text (with its terminating zero) under every
     // format of the list, showing the wait cursor meanwhile. 1, or 0 when the clipboard
@@ -25,6 +32,15 @@ public:
     // added): the number of bytes copied, 0 when there is none.
     static int getData(unsigned format, char* buffer, int size, HWND owner);
 
+    // Replaces the clipboard's contents by the painter's drawing of the area (logical
+    // coordinates of dc, which the image copies; null for a plain screen-like context)
+    // as a bitmap: a PNG image under BITMAP_FORMAT_NAME. 1, or 0 when there is no painter
+    // or the clipboard cannot be opened.
+    static int setBitmap(CRect area, CDC* dc, KPainter* painter, HWND owner);
+    // The same drawing recorded as a metafile: an SVG picture of the area's size under
+    // METAFILE_FORMAT_NAME.
+    static int setMetaFile(CRect area, CDC* dc, KPainter* painter, HWND owner);
+
 private:
     // The format list, and filling it from the clipboard in use.
     static std::vector<unsigned>& formats();
@@ -36,4 +52,6 @@ private:
     // The format to read for format: itself when the clipboard has it, else for a format
     // of the list the first of the list that the clipboard has. After registerFormats.
     static unsigned resolveFormat(unsigned format);
+    // Replaces the clipboard's contents by the bytes under the format of that name.
+    static int setPicture(const char* formatName, const std::string& bytes, HWND owner);
 };
