@@ -65,4 +65,8 @@
 // resources
 #include <kalvo/resources/KImageResource.h>
 #include <kalvo/resources/KMenuResource.h>
+
 #include <kalvo/resources/KResources.h>
+
+// headless host
+#include <kalvo/host/headless/KCanvas.h>
