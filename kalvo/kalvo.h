@@ -65,7 +65,6 @@
 // resources
 #include <kalvo/resources/KImageResource.h>
 #include <kalvo/resources/KMenuResource.h>
-
 #include <kalvo/resources/KResources.h>
 
 // headless host
