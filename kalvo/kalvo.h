@@ -40,6 +40,7 @@
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
 #include <kalvo/platform/HatchStyle.h>
+#include <kalvo/platform/KHost.h>
 #include <kalvo/platform/KCursorService.h>
 #include <kalvo/platform/KLocalClipboard.h>
 #include <kalvo/platform/KPlatformClipboard.h>
@@ -69,10 +70,21 @@
 #include <kalvo/analysis/Fft.h>
 #include <kalvo/analysis/KFftTransform.h>
 #include <kalvo/toolkit/KColor.h>
+#include <kalvo/toolkit/KComponent.h>
+#include <kalvo/toolkit/KContainer.h>
+#include <kalvo/toolkit/KEvent.h>
+#include <kalvo/toolkit/KFrame.h>
 #include <kalvo/toolkit/KGraphics.h>
 #include <kalvo/toolkit/KImageContext.h>
 #include <kalvo/toolkit/KPainter.h>
+#include <kalvo/toolkit/KPanel.h>
+#include <kalvo/toolkit/KToolkit.h>
+#include <kalvo/toolkit/layout/KLayout.h>
 
 // resources
 #include <kalvo/resources/KImageResource.h>
+#include <kalvo/resources/KMenuResource.h>
 #include <kalvo/resources/KResources.h>
+
+// headless host
+#include <kalvo/host/headless/KCanvas.h>
