@@ -27,4 +27,33 @@
 #include <kalvo/platform/CRect.h>
 #include <kalvo/platform/CSize.h>
 #include <kalvo/platform/HWND.h>
+#include <kalvo/platform/CBitmap.h>
+#include <kalvo/platform/CBrush.h>
+#include <kalvo/platform/CCairoDC.h>
+#include <kalvo/platform/CDC.h>
+#include <kalvo/platform/CFont.h>
+#include <kalvo/platform/CPen.h>
+#include <kalvo/platform/CRecordingDC.h>
+#include <kalvo/platform/CWnd.h>
 #include <kalvo/platform/ColorRef.h>
+#include <kalvo/platform/DeviceCaps.h>
+#include <kalvo/platform/DeviceModes.h>
+#include <kalvo/platform/DrawTextFormat.h>
+#include <kalvo/platform/HatchStyle.h>
+#include <kalvo/platform/PenStyle.h>
+#include <kalvo/platform/RasterOp.h>
+#include <kalvo/platform/StockObject.h>
+#include <kalvo/platform/SysColor.h>
+#include <kalvo/platform/TextMetric.h>
+
+// toolkit
+#include <kalvo/toolkit/AffineTransform.h>
+#include <kalvo/toolkit/KBufferedContext.h>
+#include <kalvo/toolkit/KColor.h>
+#include <kalvo/toolkit/KGraphics.h>
+#include <kalvo/toolkit/KImageContext.h>
+#include <kalvo/toolkit/KPainter.h>
+
+// resources
+#include <kalvo/resources/KImageResource.h>
+#include <kalvo/resources/KResources.h>

@@ -1,0 +1,316 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include <kalvo/kalvo.h>
+
+namespace {
+
+constexpr COLORREF WHITE = RGB(255, 255, 255);
+constexpr COLORREF BLACK = RGB(0, 0, 0);
+constexpr COLORREF RED = RGB(255, 0, 0);
+
+std::unique_ptr<CCairoDC> image(int w, int h) { return std::unique_ptr<CCairoDC>(CCairoDC::CreateImage(w, h)); }
+
+// The pixels of a small image as text rows: '#' for the given colour, '.' for white, '?'
+// for anything else.
+std::string picture(CDC& dc, COLORREF ink = BLACK) {
+    std::string s;
+    const CSize size = dc.GetDeviceSize();
+    for (int y = 0; y < size.cy; ++y) {
+        for (int x = 0; x < size.cx; ++x) {
+            const COLORREF c = dc.GetPixel(x, y);
+            s += c == ink ? '#' : c == WHITE ? '.' : '?';
+        }
+        s += '\n';
+    }
+    return s;
+}
+
+int countInk(CDC& dc, COLORREF ink) {
+    int n = 0;
+    const CSize size = dc.GetDeviceSize();
+    for (int y = 0; y < size.cy; ++y)
+        for (int x = 0; x < size.cx; ++x) n += dc.GetPixel(x, y) == ink;
+    return n;
+}
+
+}  // namespace
+
+TEST(CCairoDC, linesLeaveOutTheirEndPixel) {
+    auto dc = image(6, 4);
+    dc->MoveTo(0, 0);
+    dc->LineTo(4, 0);  // pixels 0..3
+    dc->MoveTo(5, 3);
+    dc->LineTo(5, 0);  // upward: 3, 2, 1
+    dc->MoveTo(0, 1);
+    dc->LineTo(2, 3);  // diagonal: (0,1), (1,2)
+    EXPECT_EQ(picture(*dc),
+              "####..\n"
+              "#....#\n"
+              ".#...#\n"
+              ".....#\n");
+    EXPECT_EQ(dc->GetCurrentPosition(), CPoint(2, 3));
+}
+
+TEST(CCairoDC, rectangleOutlineAndFillStayInsideRightAndBottom) {
+    auto dc = image(7, 6);
+    dc->SelectObject(CPen(PS_SOLID, 1, BLACK));
+    dc->SelectObject(CBrush(RED));
+    dc->Rectangle(1, 1, 6, 5);
+    EXPECT_EQ(picture(*dc),
+              ".......\n"
+              ".#####.\n"
+              ".#???#.\n"
+              ".#???#.\n"
+              ".#####.\n"
+              ".......\n");
+    EXPECT_EQ(dc->GetPixel(3, 2), RED);
+
+    auto fill = image(4, 3);
+    const CBrush black(BLACK);
+    fill->FillRect(CRect(1, 1, 3, 3), &black);
+    EXPECT_EQ(picture(*fill), "....\n.##.\n.##.\n");
+}
+
+TEST(CCairoDC, xorLineDrawnTwiceRestoresThePicture) {
+    auto dc = image(40, 30);
+    dc->SelectObject(CBrush(RGB(10, 120, 200)));
+    dc->Ellipse(2, 2, 38, 28);
+    dc->TextOut(3, 8, "XOR");
+    const CBitmap before = dc->GetPixelSource().Copy();
+
+    dc->SetROP2(R2_XORPEN);
+    dc->SelectObject(CPen(PS_SOLID, 0, RGB(255, 255, 255)));
+    for (int pass = 0; pass < 2; ++pass) {
+        dc->MoveTo(0, 0);
+        dc->LineTo(39, 29);
+        dc->MoveTo(0, 15);
+        dc->LineTo(40, 15);
+        dc->Rectangle(5, 5, 30, 20);
+        if (pass == 0) EXPECT_NE(dc->GetPixel(0, 15), before.GetPixel(0, 15));
+    }
+    for (int y = 0; y < 30; ++y)
+        for (int x = 0; x < 40; ++x)
+            ASSERT_EQ(dc->GetPixel(x, y), before.GetPixel(x, y)) << "at " << x << "," << y;
+}
+
+TEST(CCairoDC, everyHatchStyleDrawsItsPatternOverTheBackground) {
+    const char* expected[] = {
+        "########\n........\n........\n........\n",  // horizontal
+        "#.......\n#.......\n#.......\n#.......\n",  // vertical
+        "#.......\n.#......\n..#.....\n...#....\n",  // forward diagonal
+        ".......#\n......#.\n.....#..\n....#...\n",  // backward diagonal
+        "########\n#.......\n#.......\n#.......\n",  // cross
+        "#......#\n.#....#.\n..#..#..\n...##...\n",  // diagonal cross
+    };
+    for (int style = HS_HORIZONTAL; style <= HS_DIAGCROSS; ++style) {
+        auto dc = image(8, 4);
+        dc->SetBkMode(OPAQUE);
+        dc->SetBkColor(WHITE);
+        const CBrush hatch(style, BLACK);
+        dc->FillRect(CRect(0, 0, 8, 4), &hatch);
+        EXPECT_EQ(picture(*dc), expected[style]) << "hatch style " << style;
+    }
+    // Transparent background: the gaps keep what was there; the pattern follows the device
+    // grid, not the rectangle.
+    auto dc = image(8, 2);
+    dc->FillSolidRect(CRect(0, 0, 8, 2), RED);
+    dc->SetBkMode(TRANSPARENT);
+    const CBrush hatch(HS_VERTICAL, BLACK);
+    dc->FillRect(CRect(1, 0, 8, 2), &hatch);
+    EXPECT_EQ(dc->GetPixel(0, 0), RED);
+    EXPECT_EQ(dc->GetPixel(1, 0), RED);
+    EXPECT_EQ(countInk(*dc, BLACK), 0);
+    dc->FillRect(CRect(0, 0, 8, 2), &hatch);
+    EXPECT_EQ(countInk(*dc, BLACK), 2);
+    EXPECT_EQ(countInk(*dc, RED), 14);
+}
+
+TEST(CCairoDC, dashedPensSkipPixelsAndFillGapsOnlyWhenOpaque) {
+    auto dc = image(30, 2);
+    dc->SelectObject(CPen(PS_DOT, 0, BLACK));
+    dc->SetBkMode(TRANSPARENT);
+    dc->MoveTo(0, 0);
+    dc->LineTo(12, 0);
+    EXPECT_EQ(picture(*dc).substr(0, 12), "###...###...");
+    dc->SetBkMode(OPAQUE);
+    dc->SetBkColor(RED);
+    dc->MoveTo(0, 1);
+    dc->LineTo(6, 1);
+    EXPECT_EQ(dc->GetPixel(4, 1), RED);
+    EXPECT_EQ(dc->GetPixel(1, 1), BLACK);
+}
+
+TEST(CCairoDC, originAndClipApplyToEveryOperation) {
+    auto dc = image(10, 10);
+    dc->SetWindowOrg(-2, -3);  // logical (0, 0) is device (2, 3)
+    dc->SetPixelV(0, 0, BLACK);
+    EXPECT_EQ(dc->GetPixel(0, 0), BLACK);
+    EXPECT_EQ(dc->GetPixel(-2, -3), WHITE);
+
+    dc->IntersectClipRect(0, 0, 3, 3);
+    CRect box;
+    dc->GetClipBox(&box);
+    EXPECT_EQ(box, CRect(0, 0, 3, 3));
+    const CBrush black(BLACK);
+    dc->FillRect(CRect(-5, -5, 20, 20), &black);
+    EXPECT_EQ(countInk(*dc, BLACK), 9) << "GetPixel outside the clip is invalid";
+    dc->SelectClipRgn(nullptr);
+    EXPECT_EQ(countInk(*dc, BLACK), 9);
+    dc->SetWindowOrg(0, 0);
+    EXPECT_EQ(dc->GetPixel(1, 2), WHITE);
+    EXPECT_EQ(dc->GetPixel(2, 3), BLACK);
+    EXPECT_EQ(dc->GetPixel(4, 5), BLACK);
+    EXPECT_EQ(dc->GetPixel(5, 6), WHITE);
+    EXPECT_FALSE(dc->RectVisible(CRect(10, 0, 20, 5)));
+    EXPECT_TRUE(dc->RectVisible(CRect(9, 9, 20, 20)));
+}
+
+TEST(CCairoDC, ellipsesAndArcsStayInTheirRectangle) {
+    auto dc = image(22, 22);
+    dc->SetAntialias(false);
+    dc->SelectObject(CBrush::Stock(NULL_BRUSH));
+    dc->Ellipse(1, 1, 21, 21);
+    // Touches the middle of each side, pixels 1 and 20, nothing outside.
+    EXPECT_EQ(dc->GetPixel(1, 10), BLACK);
+    EXPECT_EQ(dc->GetPixel(20, 10), BLACK);
+    EXPECT_EQ(dc->GetPixel(10, 1), BLACK);
+    EXPECT_EQ(dc->GetPixel(10, 20), BLACK);
+    EXPECT_EQ(dc->GetPixel(11, 11), WHITE) << "hollow brush";
+    for (int i = 0; i < 22; ++i) {
+        EXPECT_EQ(dc->GetPixel(i, 0), WHITE);
+        EXPECT_EQ(dc->GetPixel(0, i), WHITE);
+        EXPECT_EQ(dc->GetPixel(21, i), WHITE);
+        EXPECT_EQ(dc->GetPixel(i, 21), WHITE);
+    }
+    // An arc from 3 o'clock counter-clockwise to 12 o'clock is the upper-right quarter.
+    auto arc = image(22, 22);
+    arc->SetAntialias(false);
+    arc->Arc(CRect(1, 1, 21, 21), CPoint(30, 11), CPoint(11, -10));
+    EXPECT_EQ(arc->GetPixel(15, 2) == BLACK || arc->GetPixel(15, 3) == BLACK, true);
+    for (int y = 12; y < 22; ++y)
+        for (int x = 0; x < 22; ++x) EXPECT_EQ(arc->GetPixel(x, y), WHITE) << x << "," << y;
+    for (int y = 0; y < 10; ++y)
+        for (int x = 0; x < 9; ++x) EXPECT_EQ(arc->GetPixel(x, y), WHITE) << x << "," << y;
+}
+
+TEST(CCairoDC, monochromeBlitsUseTextAndBackgroundColours) {
+    // A 4x2 mask: black left half, white right half.
+    const std::uint8_t bits[] = {0x30, 0, 0x30, 0};
+    CBitmap mask;
+    ASSERT_TRUE(mask.CreateBitmap(4, 2, 1, 1, bits));
+    EXPECT_EQ(mask.GetPixel(0, 0), BLACK);
+    EXPECT_EQ(mask.GetPixel(2, 0), WHITE);
+    auto dc = image(4, 2);
+    std::unique_ptr<CDC> memory(dc->CreateCompatibleDC());
+    memory->SelectObject(mask);
+    dc->SetTextColor(RED);
+    dc->SetBkColor(RGB(0, 0, 255));
+    EXPECT_TRUE(dc->BitBlt(0, 0, 4, 2, memory.get(), 0, 0, SRCCOPY));
+    EXPECT_EQ(dc->GetPixel(0, 1), RED);
+    EXPECT_EQ(dc->GetPixel(3, 1), RGB(0, 0, 255));
+    // Stretching doubles every pixel.
+    auto big = image(8, 4);
+    big->SetTextColor(BLACK);
+    big->StretchBlt(0, 0, 8, 4, memory.get(), 0, 0, 4, 2, SRCCOPY);
+    EXPECT_EQ(picture(*big), "####....\n####....\n####....\n####....\n");
+    // The recording backend's pixels cannot be read.
+    CRecordingDC recording(CSize(4, 4));
+    EXPECT_FALSE(dc->BitBlt(0, 0, 4, 2, &recording, 0, 0, SRCCOPY));
+}
+
+TEST(CCairoDC, textIsDrawnInTheTextColourAndMeasured) {
+    auto dc = image(120, 40);
+    dc->SelectObject(CFont("Arial", -16));
+    TEXTMETRIC tm;
+    ASSERT_TRUE(dc->GetTextMetrics(&tm));
+    EXPECT_GT(tm.tmAscent, 10);
+    EXPECT_GT(tm.tmDescent, 1);
+    EXPECT_EQ(tm.tmHeight, tm.tmAscent + tm.tmDescent);
+    const CSize wide = dc->GetTextExtent("WWWW");
+    const CSize narrow = dc->GetTextExtent("iiii");
+    EXPECT_GT(wide.cx, narrow.cx);
+    EXPECT_EQ(wide.cy, tm.tmHeight);
+    EXPECT_EQ(dc->GetTextExtent("").cx, 0);
+
+    dc->SetBkMode(TRANSPARENT);
+    dc->SetTextColor(RED);
+    dc->TextOut(5, 5, "Hello");
+    int red = 0, left = 999, right = -1, top = 999, bottom = -1;
+    for (int y = 0; y < 40; ++y)
+        for (int x = 0; x < 120; ++x)
+            if (dc->GetPixel(x, y) == RED) {
+                ++red;
+                left = std::min(left, x);
+                right = std::max(right, x);
+                top = std::min(top, y);
+                bottom = std::max(bottom, y);
+            }
+    EXPECT_GT(red, 20);
+    const CSize extent = dc->GetTextExtent("Hello");
+    EXPECT_GE(left, 5);
+    EXPECT_LT(right, 5 + extent.cx);
+    EXPECT_GE(top, 5);
+    EXPECT_LT(bottom, 5 + extent.cy);
+}
+
+TEST(CCairoDC, drawTextCentresCutsWithEllipsisAndMeasuresLines) {
+    auto dc = image(200, 60);
+    char text[64] = "A rather long line of text";
+    CRect narrow(0, 0, 60, 20);
+    dc->DrawText(text, -1, &narrow, DT_SINGLELINE | DT_END_ELLIPSIS | DT_MODIFYSTRING);
+    const std::string shown(text);
+    ASSERT_GT(shown.size(), 3u);
+    EXPECT_EQ(shown.substr(shown.size() - 3), "...");
+    EXPECT_LE(dc->GetTextExtent(text).cx, 60);
+
+    CRect calc(10, 10, 10, 10);
+    const int height = dc->DrawText("one\ntwo\nthree", &calc, DT_CALCRECT | DT_NOCLIP);
+    TEXTMETRIC tm;
+    dc->GetTextMetrics(&tm);
+    EXPECT_EQ(height, 3 * tm.tmHeight);
+    EXPECT_EQ(calc, CRect(10, 10, 10 + dc->GetTextExtent("three").cx, 10 + 3 * tm.tmHeight));
+
+    // Tabs expand to the next multiple of eight characters.
+    CRect tabs(0, 0, 0, 0);
+    dc->DrawText("a\tb", &tabs, DT_CALCRECT | DT_SINGLELINE | DT_EXPANDTABS);
+    EXPECT_EQ(tabs.Width(), dc->GetTextExtent("a       b").cx);
+}
+
+TEST(CCairoDC, vectorSurfacesWriteFiles) {
+    const std::string dir = ::testing::TempDir();
+    const std::string svg = dir + "/kalvo_cairo_test.svg", pdf = dir + "/kalvo_cairo_test.pdf";
+    {
+        std::unique_ptr<CCairoDC> dc(CCairoDC::CreateSVG(svg.c_str(), 50, 40));
+        ASSERT_TRUE(dc);
+        EXPECT_FALSE(dc->IsPrinting());
+        dc->Rectangle(1, 1, 30, 20);
+        dc->TextOut(2, 22, "svg");
+        EXPECT_EQ(dc->GetPixel(1, 1), CLR_INVALID);
+    }
+    {
+        std::unique_ptr<CCairoDC> dc(CCairoDC::CreatePDF(pdf.c_str(), 50, 40));
+        ASSERT_TRUE(dc);
+        EXPECT_TRUE(dc->IsPrinting());
+        dc->Rectangle(1, 1, 30, 20);
+        dc->EndPage();
+        dc->Ellipse(1, 1, 30, 20);
+        dc->EndPage();
+    }
+    FILE* f = std::fopen(svg.c_str(), "r");
+    ASSERT_NE(f, nullptr);
+    char head[256] = {};
+    EXPECT_GT(std::fread(head, 1, sizeof head - 1, f), 0u);
+    std::fclose(f);
+    EXPECT_NE(std::string(head).find("<svg"), std::string::npos);
+    f = std::fopen(pdf.c_str(), "rb");
+    ASSERT_NE(f, nullptr);
+    std::string content;
+    char buffer[4096];
+    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, f)) > 0;) content.append(buffer, n);
+    std::fclose(f);
+    EXPECT_EQ(content.substr(0, 5), "%PDF-");
+    EXPECT_NE(content.find("/Count 2"), std::string::npos) << "two pages";
+    EXPECT_EQ(CCairoDC::CreatePDF("/nonexistent/folder/x.pdf", 10, 10), nullptr);
+}

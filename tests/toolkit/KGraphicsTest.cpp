@@ -1,0 +1,463 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+#include <kalvo/kalvo.h>
+
+namespace {
+
+using Call = CDC::Call;
+constexpr COLORREF WHITE = RGB(255, 255, 255);
+constexpr COLORREF BLACK = RGB(0, 0, 0);
+constexpr COLORREF RED = RGB(255, 0, 0);
+
+std::unique_ptr<CCairoDC> image(int w, int h) {
+    return std::unique_ptr<CCairoDC>(CCairoDC::CreateImage(w, h));
+}
+
+// The drawing calls of a recording (state changes left out).
+std::vector<const CRecordingDC::Entry*> drawing(const CRecordingDC& dc) {
+    std::vector<const CRecordingDC::Entry*> out;
+    for (const auto& e : dc.GetEntries())
+        if (e.call >= Call::LineTo) out.push_back(&e);
+    return out;
+}
+
+}  // namespace
+
+TEST(KGraphics, drawRectTracesTheOutlineAndTouchesPixelsZeroToNine) {
+    CRecordingDC recording(CSize(20, 20));
+    {
+        KGraphics g(&recording);
+        g.drawRect(0, 0, 10, 10);
+    }
+    const auto& entries = recording.GetEntries();
+    std::vector<CPoint> path;
+    for (const auto& e : entries) {
+        if (e.call == Call::MoveTo) path.push_back(e.state.position);
+        if (e.call == Call::LineTo) path.push_back(e.points[1]);
+    }
+    const std::vector<CPoint> expected = {{0, 0}, {9, 0}, {9, 9}, {0, 9}, {0, 0}};
+    EXPECT_EQ(path, expected);
+
+    auto dc = image(12, 12);
+    {
+        KGraphics g(dc.get());
+        g.setColor(BLACK);
+        g.drawRect(0, 0, 10, 10);
+    }
+    for (int i = 0; i < 12; ++i) {
+        const COLORREF edge = i < 10 ? BLACK : WHITE;
+        EXPECT_EQ(dc->GetPixel(i, 0), edge) << "top, x " << i;
+        EXPECT_EQ(dc->GetPixel(0, i), edge) << "left, y " << i;
+        EXPECT_EQ(dc->GetPixel(i, 9), edge) << "bottom, x " << i;
+        EXPECT_EQ(dc->GetPixel(9, i), edge) << "right, y " << i;
+        EXPECT_EQ(dc->GetPixel(i, 10), WHITE);
+        EXPECT_EQ(dc->GetPixel(10, i), WHITE);
+    }
+    EXPECT_EQ(dc->GetPixel(5, 5), WHITE);
+}
+
+TEST(KGraphics, setColorCreatesPenAndBrushOnlyOnChange) {
+    CRecordingDC recording(CSize(10, 10));
+    KGraphics g(&recording);
+    EXPECT_EQ(g.getColor(), 0xFFFFFFFFu);
+    g.setColor(RED);
+    g.setColor(RED);
+    EXPECT_EQ(recording.Count(Call::SelectPen), 1);
+    EXPECT_EQ(recording.Count(Call::SelectBrush), 1);
+    EXPECT_EQ(recording.GetCurrentPen(), CPen(PS_SOLID, 1, RED));
+    EXPECT_EQ(recording.GetCurrentBrush(), CBrush(RED));
+    EXPECT_EQ(recording.GetTextColor(), RED);
+
+    g.setColor(RED, 3, 1);  // width changes: a new pen, same brush
+    EXPECT_EQ(recording.Count(Call::SelectPen), 2);
+    EXPECT_EQ(recording.Count(Call::SelectBrush), 1);
+    EXPECT_EQ(recording.GetCurrentPen(), CPen(PS_DASH, 3, RED));
+    g.setColor(BLACK, 3, 9);  // unknown styles are solid
+    EXPECT_EQ(recording.GetCurrentPen(), CPen(PS_SOLID, 3, BLACK));
+
+    KGraphics::setColorLock(true);
+    g.setColor(RGB(0, 255, 0), 5);
+    KGraphics::setColorLock(false);
+    EXPECT_TRUE(!KGraphics::getColorLock());
+    EXPECT_EQ(g.getColor(), BLACK);
+    EXPECT_EQ(recording.GetCurrentPen(), CPen(PS_SOLID, 3, BLACK));
+    EXPECT_EQ(recording.GetTextColor(), BLACK);
+}
+
+TEST(KGraphics, twoColourPrintPreviewDrawsInGrey) {
+    EXPECT_EQ(KGraphics::toGray(RED), RGB(76, 76, 76));
+    EXPECT_EQ(KGraphics::toGray(RGB(0, 255, 0)), RGB(150, 150, 150));
+    EXPECT_EQ(KGraphics::toGray(WHITE), WHITE);
+
+    auto dc = image(4, 4);
+    dc->SetPrintPreview(true);
+    dc->SetColorDepth(1);
+    KGraphics preview(dc.get());
+    EXPECT_FALSE(preview.isHighColor());
+    EXPECT_TRUE(preview.isPrintPreview());
+    preview.setColor(RED);
+    EXPECT_EQ(preview.getColor(), RGB(76, 76, 76));
+    EXPECT_EQ(dc->GetCurrentPen().GetColor(), RGB(76, 76, 76));
+
+    auto colour = image(4, 4);
+    colour->SetPrintPreview(true);  // a colour preview keeps colours
+    KGraphics g(colour.get());
+    EXPECT_TRUE(g.isHighColor());
+    EXPECT_EQ(g.getColorDepth(), 32);
+    g.setColor(RED);
+    EXPECT_EQ(g.getColor(), RED);
+}
+
+TEST(KGraphics, arcAnglesAreNormalisedAndGiveTheRadialPoints) {
+    CRecordingDC a(CSize(100, 100)), b(CSize(100, 100));
+    {
+        KGraphics ga(&a), gb(&b);
+        ga.drawArc(CRect(10, 10, 50, 30), 90, -180);
+        gb.drawArc(CRect(10, 10, 50, 30), -90, 180);
+        ga.drawPie(CRect(0, 0, 40, 40), 0, 90);
+        ga.drawChord(CRect(0, 0, 40, 40), 180, 45);
+    }
+    const auto arcA = drawing(a), arcB = drawing(b);
+    ASSERT_EQ(arcA.size(), 3u);
+    ASSERT_EQ(arcB.size(), 1u);
+    EXPECT_EQ(arcA[0]->call, Call::Arc);
+    EXPECT_EQ(arcA[0]->points, arcB[0]->points);
+    // Centre (30, 20), full width 40 and height 20: from straight down to straight up. The
+    // cosine of the rounded quarter turn is a hair below zero and truncation takes 29.
+    EXPECT_EQ(arcA[0]->points[0], CPoint(29, 40));
+    EXPECT_EQ(arcA[0]->points[1], CPoint(29, 0));
+    EXPECT_EQ(arcA[0]->rect, CRect(10, 10, 50, 30));
+    EXPECT_EQ(arcA[1]->call, Call::Pie);
+    EXPECT_EQ(arcA[1]->points[0], CPoint(60, 20));
+    EXPECT_EQ(arcA[1]->points[1], CPoint(19, -20));
+    EXPECT_EQ(arcA[2]->call, Call::Chord);
+    EXPECT_EQ(arcA[2]->points[0], CPoint(-20, 20));
+    EXPECT_EQ(arcA[2]->points[1], CPoint(-8, 48));  // 225 degrees: (20 - 28.28, 20 + 28.28)
+}
+
+TEST(KGraphics, nonCopyModesSkipFillsAndDrawOutlines) {
+    CRecordingDC recording(CSize(100, 100));
+    {
+        KGraphics g(&recording);
+        g.setColor(RED);
+        recording.SetROP2(R2_XORPEN);
+        recording.Clear();
+        g.fillRect(0, 0, 10, 10);
+        g.fillHatchedRect(CRect(0, 0, 10, 10), BLACK, WHITE, HS_CROSS);
+        g.fillShadedRect(CRect(0, 0, 10, 10), BLACK);
+        EXPECT_TRUE(drawing(recording).empty()) << "fills draw nothing outside copy mode";
+        g.draw3DRect(0, 0, 10, 10, true);
+        EXPECT_EQ(recording.Count(Call::LineTo), 4);
+        EXPECT_EQ(recording.Count(Call::FillRect), 0);
+        g.drawString("text", CRect(0, 0, 50, 20));
+        EXPECT_EQ(recording.Count(Call::LineTo), 8);
+        EXPECT_EQ(recording.Count(Call::DrawText), 0);
+        g.draw3DOval(0, 0, 20, 20, true);
+        EXPECT_EQ(recording.Count(Call::Ellipse), 1);
+        EXPECT_EQ(recording.Count(Call::Arc), 0);
+        EXPECT_EQ(drawing(recording).back()->state.brush.GetKind(), CBrush::HOLLOW);
+        EXPECT_EQ(recording.GetCurrentBrush(), CBrush(RED)) << "brush reselected";
+
+        recording.SetROP2(R2_COPYPEN);
+        recording.Clear();
+        g.draw3DRect(0, 0, 10, 10, true);
+        const auto calls = drawing(recording);
+        ASSERT_EQ(calls.size(), 4u);
+        const COLORREF hi = GetSysColor(COLOR_BTNHIGHLIGHT), lo = GetSysColor(COLOR_BTNSHADOW);
+        EXPECT_EQ(calls[0]->brush.GetColor(), hi);
+        EXPECT_EQ(calls[0]->rect, CRect(0, 0, 9, 1));
+        EXPECT_EQ(calls[1]->rect, CRect(0, 0, 1, 9));
+        EXPECT_EQ(calls[2]->brush.GetColor(), lo);
+        EXPECT_EQ(calls[2]->rect, CRect(9, 0, 10, 10));
+        EXPECT_EQ(calls[3]->rect, CRect(0, 9, 10, 10));
+
+        recording.Clear();
+        g.draw3DOval(0, 0, 20, 20, false);
+        const auto arcs = drawing(recording);
+        ASSERT_EQ(arcs.size(), 2u);
+        EXPECT_EQ(arcs[0]->state.pen, CPen(PS_SOLID, 0, lo));  // sunken: shadow above
+        EXPECT_EQ(arcs[1]->state.pen, CPen(PS_SOLID, 0, hi));
+        EXPECT_EQ(recording.GetCurrentPen(), CPen(PS_SOLID, 1, RED)) << "pen reselected";
+
+        recording.Clear();
+        g.fillHatchedRect(CRect(0, 0, 10, 10), BLACK, RED, HS_CROSS);
+        const auto hatch = drawing(recording);
+        ASSERT_EQ(hatch.size(), 1u);
+        EXPECT_EQ(hatch[0]->brush, CBrush(HS_CROSS, BLACK));
+        EXPECT_EQ(hatch[0]->state.bkMode, OPAQUE);
+        EXPECT_EQ(hatch[0]->state.bkColor, RED);
+        EXPECT_EQ(recording.GetBkMode(), TRANSPARENT);
+        EXPECT_EQ(recording.GetBkColor(), WHITE);
+    }
+}
+
+TEST(KGraphics, destructionRestoresTheDeviceContext) {
+    auto dc = image(50, 50);
+    dc->SetWindowOrg(3, 4);
+    dc->IntersectClipRect(5, 5, 40, 40);
+    dc->SetBkMode(OPAQUE);
+    dc->SetTextAlign(TA_BASELINE);
+    dc->SetTextColor(RGB(1, 2, 3));
+    const CPen pen = dc->SelectObject(CPen(PS_DOT, 0, RED));
+    const CFont font("Arial", -20);
+    dc->SelectObject(font);
+    CRect clipBefore;
+    dc->GetClipBox(&clipBefore);
+    EXPECT_EQ(KGraphics::getInstanceCount(), 0u);
+    {
+        KGraphics g(dc.get());
+        EXPECT_EQ(g.getSerial(), 1u);
+        EXPECT_EQ(dc->GetBkMode(), TRANSPARENT);
+        EXPECT_EQ(dc->GetTextAlign(), TA_LEFT | TA_TOP);
+        EXPECT_EQ(dc->GetBkColor(), WHITE);
+        {
+            KGraphics copy(g);
+            EXPECT_EQ(copy.getSerial(), 2u);
+            EXPECT_EQ(KGraphics::getInstanceCount(), 2u);
+        }
+        g.setColor(RGB(0, 0, 255), 2);
+        g += CPoint(10, 10);
+        EXPECT_EQ(g.getOrigin(), CPoint(-7, -6));
+        g.setClip(CRect(0, 0, 5, 5));
+        g.dispose();
+        EXPECT_EQ(dc->GetCurrentFont(), CFont::Stock(ANSI_VAR_FONT));
+        g.drawLine(0, 0, 4, 0);
+        EXPECT_EQ(dc->GetPixel(0, 0), RGB(0, 0, 255));  // device (7, 6)
+    }
+    EXPECT_EQ(KGraphics::getInstanceCount(), 0u);
+    EXPECT_EQ(dc->GetWindowOrg(), CPoint(3, 4));
+    CRect clipAfter;
+    dc->GetClipBox(&clipAfter);
+    EXPECT_EQ(clipAfter, clipBefore);
+    EXPECT_EQ(dc->GetBkMode(), OPAQUE);
+    EXPECT_EQ(dc->GetTextAlign(), TA_BASELINE);
+    EXPECT_EQ(dc->GetTextColor(), RGB(1, 2, 3));
+    EXPECT_EQ(dc->GetCurrentPen(), CPen(PS_DOT, 0, RED));
+    EXPECT_EQ(dc->GetCurrentFont(), font);
+    EXPECT_EQ(dc->GetCurrentBrush(), CBrush::Stock(WHITE_BRUSH));
+    EXPECT_EQ(dc->GetPixel(10, 10), RGB(0, 0, 255));
+}
+
+TEST(KGraphics, textExtentsSitOnTheDescent) {
+    auto dc = image(10, 10);
+    KGraphics g(dc.get());
+    CFont font("Arial", -14);
+    g.setFont(&font);
+    TEXTMETRIC tm;
+    dc->GetTextMetrics(&tm);
+    for (const char* text : {"", "x", "Engineering 12.5 kV", "g|y"}) {
+        const CRect r = g.computeTextExtents(text);
+        EXPECT_EQ(r.top, -tm.tmDescent) << text;
+        EXPECT_EQ(r.Height(), tm.tmHeight) << text;
+        EXPECT_EQ(r.Width(), dc->GetTextExtent(text).cx) << text;
+    }
+    const CRect bounds = g.computeTextBounds("first\nsecond line");
+    EXPECT_EQ(bounds.TopLeft(), CPoint(0, 0));
+    EXPECT_EQ(bounds.Height(), 2 * tm.tmHeight);
+    EXPECT_EQ(bounds.Width(), dc->GetTextExtent("second line").cx);
+}
+
+TEST(KGraphics, drawStringInRectangleRecordsCentredEllipsisFormat) {
+    CRecordingDC recording(CSize(100, 40));
+    {
+        KGraphics g(&recording);
+        g.drawString("label", CRect(0, 0, 100, 40));
+        g.drawString("at", 3, 4);
+    }
+    const auto calls = drawing(recording);
+    ASSERT_EQ(calls.size(), 2u);
+    EXPECT_EQ(calls[0]->call, Call::DrawText);
+    EXPECT_EQ(calls[0]->text, "label");
+    EXPECT_EQ(calls[0]->format, DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_EXPANDTABS |
+                                    DT_END_ELLIPSIS);
+    EXPECT_EQ(calls[1]->call, Call::TextOut);
+    EXPECT_EQ(calls[1]->points[0], CPoint(3, 4));
+    EXPECT_EQ(calls[1]->state.bkMode, TRANSPARENT);
+}
+
+TEST(KGraphics, shadedFillIsACheckerboardInTheColour) {
+    auto dc = image(4, 2);
+    {
+        KGraphics g(dc.get());
+        g.fillShadedRect(CRect(0, 0, 4, 2), RED);
+    }
+    // Rows 0x55 and 0xAA: the 0 bits take the colour, the 1 bits stay transparent.
+    EXPECT_EQ(dc->GetPixel(0, 0), RED);
+    EXPECT_EQ(dc->GetPixel(1, 0), WHITE);
+    EXPECT_EQ(dc->GetPixel(0, 1), WHITE);
+    EXPECT_EQ(dc->GetPixel(1, 1), RED);
+    EXPECT_EQ(dc->GetTextColor(), BLACK);
+}
+
+TEST(KGraphics, masksAndImages) {
+    CBitmap markers;
+    ASSERT_TRUE(markers.LoadBitmap("GRAPH_MARKERS"));
+    auto dc = image(30, 15);
+    dc->FillSolidRect(CRect(0, 0, 30, 15), RGB(0, 0, 255));
+    {
+        KGraphics g(dc.get());
+        const CRect cell(11, 0, 22, 11);  // marker O
+        g.drawMask(&markers, &cell, CPoint(2, 2), RED);
+        g.drawMask(nullptr, nullptr, CPoint(0, 0), RED);
+        CBitmap empty;
+        g.drawImage(&empty, nullptr, 0, 0);
+    }
+    for (int y = 0; y < 11; ++y)
+        for (int x = 0; x < 11; ++x) {
+            const bool ink = markers.GetPixel(11 + x, y) == BLACK;
+            EXPECT_EQ(dc->GetPixel(2 + x, 2 + y), ink ? RED : RGB(0, 0, 255)) << x << "," << y;
+        }
+    EXPECT_EQ(dc->GetTextColor(), BLACK) << "colours restored";
+
+    auto copy = image(30, 15);
+    {
+        KGraphics g(copy.get());
+        CBitmap pixels = dc->GetPixelSource();
+        g.drawImage(&pixels, nullptr, 0, 0);
+    }
+    for (int x = 0; x < 30; ++x) EXPECT_EQ(copy->GetPixel(x, 6), dc->GetPixel(x, 6));
+}
+
+TEST(KGraphics, bufferedContextGivesTheSamePixelsAsDrawingDirectly) {
+    auto paint = [](CDC* dc) {
+        KGraphics g(dc);
+        g.setColor(RGB(200, 30, 30));
+        g.fillRect(5, 5, 60, 40);
+        g.setColor(BLACK);
+        g.drawRect(2, 2, 70, 50);
+        g.drawLine(0, 0, 79, 59);
+        g.fillOval(30, 20, 75, 55);
+        g.fillHatchedRect(CRect(10, 30, 40, 58), BLACK, WHITE, HS_DIAGCROSS);
+        g.drawString("Buffered", 8, 8);
+    };
+    auto direct = image(80, 60), target = image(80, 60);
+    direct->SetWindowOrg(-3, -2);
+    target->SetWindowOrg(-3, -2);
+    direct->IntersectClipRect(0, 0, 70, 50);
+    target->IntersectClipRect(0, 0, 70, 50);
+    paint(direct.get());
+    {
+        KBufferedContext buffer(target.get(), true);
+        EXPECT_NE(buffer.getGraphics(), target.get());
+        paint(buffer);
+        EXPECT_EQ(target->GetPixel(20, 20), WHITE) << "nothing reaches the target before the end";
+    }
+    direct->SetWindowOrg(0, 0);
+    target->SetWindowOrg(0, 0);
+    direct->SelectClipRgn(nullptr);
+    target->SelectClipRgn(nullptr);
+    for (int y = 0; y < 60; ++y)
+        for (int x = 0; x < 80; ++x)
+            ASSERT_EQ(target->GetPixel(x, y), direct->GetPixel(x, y)) << x << "," << y;
+}
+
+TEST(KGraphics, bufferedContextOnAPrinterDrawsDirectly) {
+    CRecordingDC printer(CSize(100, 100));
+    printer.SetPrinting(true);
+    {
+        KBufferedContext buffer(&printer, true);
+        EXPECT_EQ(static_cast<CDC*>(buffer), &printer);
+        KGraphics g(buffer.getGraphics());
+        g.drawLine(0, 0, 10, 10);
+    }
+    EXPECT_EQ(printer.Count(Call::LineTo), 1);
+    EXPECT_EQ(printer.Count(Call::StretchBlt), 0);
+}
+
+TEST(KGraphics, imageContextDrawsInTheSourceCoordinates) {
+    auto screen = image(100, 100);
+    screen->SetWindowOrg(-10, -10);
+    KImageContext picture(screen.get(), CRect(20, 30, 60, 50));
+    EXPECT_EQ(picture.getExtents(), CRect(20, 30, 60, 50));
+    EXPECT_EQ(picture.getSize(), CSize(40, 20));
+    {
+        KGraphics g(picture.getDC());
+        g.setColor(RED);
+        g.fillRect(20, 30, 22, 32);  // the image's top-left corner
+        g.fillRect(0, 0, 100, 29);   // outside the extents: clipped
+    }
+    EXPECT_EQ(picture.GetPixel(0, 0), RED);
+    EXPECT_EQ(picture.GetPixel(1, 1), RED);
+    EXPECT_EQ(picture.GetPixel(2, 2), WHITE);
+    picture.drawBits(screen.get(), 0, 0);
+    EXPECT_EQ(screen->GetPixel(0, 0), RED);
+    EXPECT_EQ(screen->GetPixel(2, 2), WHITE);
+    picture.drawBits(screen.get(), CRect(0, 50, 80, 90));  // stretched twice
+    EXPECT_EQ(screen->GetPixel(3, 53), RED);
+    EXPECT_EQ(screen->GetPixel(4, 54), WHITE);
+}
+
+TEST(KGraphics, recordingReplaysToTheSamePixels) {
+    CRecordingDC recording(CSize(60, 40));
+    auto direct = image(60, 40);
+    for (CDC* dc : {static_cast<CDC*>(&recording), static_cast<CDC*>(direct.get())}) {
+        KGraphics g(dc);
+        g.setColor(RGB(0, 128, 0), 1, 1);
+        g.drawLine(0, 5, 59, 5);
+        g.setColor(RGB(20, 20, 200));
+        g.fillTriangle(5, 10, 30, 35, 50, 12);
+        g += CPoint(5, 5);
+        g.clipRect(CRect(0, 0, 20, 20));
+        g.fillShadedRect(CRect(-5, -5, 40, 40), RED);
+        g.drawPixel(1, 1, BLACK);
+    }
+    auto replayed = image(60, 40);
+    recording.Play(replayed.get());
+    for (int y = 0; y < 40; ++y)
+        for (int x = 0; x < 60; ++x)
+            ASSERT_EQ(replayed->GetPixel(x, y), direct->GetPixel(x, y)) << x << "," << y;
+    EXPECT_NE(recording.ToSVG().find("<svg"), std::string::npos);
+}
+
+TEST(AffineTransform, rotationAndMirrorFollowTheirRules) {
+    AffineTransform t;
+    t.rotate(90);
+    t.rotate(90);
+    EXPECT_EQ(t.getRotation(), 180);
+    t.rotate(90);
+    EXPECT_EQ(t.getRotation(), -90);
+    t.rotate(-90);
+    EXPECT_EQ(t.getRotation(), 180) << "-180 is kept as 180";
+
+    AffineTransform m;
+    m.Mirror();
+    EXPECT_EQ(m.getRotation(), 180);
+    EXPECT_TRUE(m.isMirrored());
+    // -10 + 0.5 truncates toward zero.
+    EXPECT_EQ(m.WPtoLP(CPoint(10, 3)), CPoint(-9, 3));
+    m.Mirror();
+    EXPECT_EQ(m.getRotation(), 0);
+    EXPECT_FALSE(m.isMirrored());
+    EXPECT_EQ(m.getA(), 1);
+    EXPECT_EQ(m.getB(), 0);
+    m.Mirror();
+    m.rotate(30);  // mirrored: the remembered rotation goes the other way
+    EXPECT_DOUBLE_EQ(m.getRotation(), 150);
+
+    AffineTransform r;
+    r.translate(100, 50);
+    r.rotate(90);
+    // A quarter turn of the point (10, 0) about the translated origin.
+    EXPECT_EQ(r.WPtoLP(10, 0), CPoint(100, 60));
+    int X, Y;
+    r.WPtoLP(0, 10, X, Y);
+    EXPECT_EQ(X, 90);
+    EXPECT_EQ(Y, 50);
+    r.translate(10, 0);  // in the rotated coordinates
+    EXPECT_EQ(r.WPtoLP(0, 0), CPoint(100, 60));
+    EXPECT_EQ(r.toLogicalX(0, 0), 100);
+    EXPECT_EQ(r.toLogicalY(0, 0), 60);
+}
+
+TEST(KColor, convertsToAndFromColorRef) {
+    KColor c(10, 20, 30);
+    EXPECT_EQ(c.getRGB(), RGB(10, 20, 30));
+    EXPECT_EQ(KColor(RGB(1, 2, 3)).getBlue(), 3);
+    KColor d;
+    d = c;
+    EXPECT_EQ(d, c);
+    EXPECT_EQ(static_cast<COLORREF>(d), RGB(10, 20, 30));
+}
