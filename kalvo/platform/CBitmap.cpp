@@ -97,7 +97,11 @@ bool CBitmap::LoadBitmap(const char* name) {
     }
     for (int y = 0; y < image->height; ++y) {
         std::uint32_t* row = rowOf(surface_, y);
-        for (int x = 0; x < image->width; ++x) row[x] = image->pixel(x, y) & 0xFFFFFF;
+        for (int x = 0; x < image->width; ++x) {
+            // A bitmap has no transparency: transparent pixels are white.
+            const std::uint32_t argb = image->pixel(x, y);
+            row[x] = (argb >> 24) == 0 ? 0xFFFFFF : argb & 0xFFFFFF;
+        }
     }
     cairo_surface_mark_dirty(surface_);
     return true;

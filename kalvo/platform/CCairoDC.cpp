@@ -285,6 +285,7 @@ void CCairoDC::render(Draw draw) {
     if (rop == R2_NOP) return;
     if (rop == R2_COPYPEN || !raster_) {
         cairo_save(cr_);
+        cairo_new_path(cr_);  // text leaves a current point behind
         if (rop != R2_COPYPEN) cairo_set_operator(cr_, CAIRO_OPERATOR_DIFFERENCE);
         draw(cr_, false);
         cairo_restore(cr_);
