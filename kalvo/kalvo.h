@@ -30,6 +30,7 @@
 #include <kalvo/platform/CBitmap.h>
 #include <kalvo/platform/CBrush.h>
 #include <kalvo/platform/CCairoDC.h>
+#include <kalvo/platform/CEmfDC.h>
 #include <kalvo/platform/CDC.h>
 #include <kalvo/platform/CFont.h>
 #include <kalvo/platform/CPen.h>
