@@ -41,6 +41,7 @@
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
 #include <kalvo/platform/HatchStyle.h>
+#include <kalvo/platform/KHost.h>
 #include <kalvo/platform/PenStyle.h>
 #include <kalvo/platform/RasterOp.h>
 #include <kalvo/platform/StockObject.h>
@@ -51,10 +52,18 @@
 #include <kalvo/toolkit/AffineTransform.h>
 #include <kalvo/toolkit/KBufferedContext.h>
 #include <kalvo/toolkit/KColor.h>
+#include <kalvo/toolkit/KComponent.h>
+#include <kalvo/toolkit/KContainer.h>
+#include <kalvo/toolkit/KEvent.h>
+#include <kalvo/toolkit/KFrame.h>
 #include <kalvo/toolkit/KGraphics.h>
 #include <kalvo/toolkit/KImageContext.h>
 #include <kalvo/toolkit/KPainter.h>
+#include <kalvo/toolkit/KPanel.h>
+#include <kalvo/toolkit/KToolkit.h>
+#include <kalvo/toolkit/layout/KLayout.h>
 
 // resources
 #include <kalvo/resources/KImageResource.h>
+#include <kalvo/resources/KMenuResource.h>
 #include <kalvo/resources/KResources.h>

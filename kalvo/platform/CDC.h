@@ -86,6 +86,8 @@ public:
     virtual CDC* CreateCompatibleDC() = 0;
     // Whether SelectObject(CBitmap) is meaningful (memory device contexts).
     virtual bool IsMemoryDC() const { return false; }
+    // Whether the drawing is kept as a picture file to be played back elsewhere.
+    virtual bool IsMetaFile() const { return false; }
 
     // Objects.
     CPen SelectObject(const CPen& pen);
