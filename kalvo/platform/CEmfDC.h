@@ -25,4 +25,6 @@ public:
     bool Save(const char* path) const;
     // The bytes of the file.
     std::string ToEMF() const;
+
+    bool IsMetaFile() const override { return true; }
 };
