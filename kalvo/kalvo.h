@@ -57,11 +57,19 @@
 #include <kalvo/toolkit/KEvent.h>
 #include <kalvo/toolkit/KFrame.h>
 #include <kalvo/toolkit/KGraphics.h>
+#include <kalvo/toolkit/KImage.h>
 #include <kalvo/toolkit/KImageContext.h>
 #include <kalvo/toolkit/KPainter.h>
 #include <kalvo/toolkit/KPanel.h>
 #include <kalvo/toolkit/KToolkit.h>
+#include <kalvo/toolkit/layout/KBagLayout.h>
+#include <kalvo/toolkit/layout/KBorderLayout.h>
+#include <kalvo/toolkit/layout/KFlowLayout.h>
+#include <kalvo/toolkit/layout/KFormLayout.h>
+#include <kalvo/toolkit/layout/KGridBagLayout.h>
+#include <kalvo/toolkit/layout/KGridLayout.h>
 #include <kalvo/toolkit/layout/KLayout.h>
+#include <kalvo/toolkit/widgets/KLabel.h>
 
 // resources
 #include <kalvo/resources/KImageResource.h>
