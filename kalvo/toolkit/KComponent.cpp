@@ -596,7 +596,9 @@ void KComponent::onCommand(KEvent& event) {
         if (copy != nullptr) cutClip(copy);
     } else if (event.isNamed("PASTE.ALL") || event.isNamed("COL.LEFT") ||
                event.isNamed("COL.RIGHT")) {
-        throwError(nullptr, "Not a container!");
+        // Routed on its way to the containers, the command passes; chosen from this
+        // component's own menu, it is a mistake.
+        if (event.getSource() == this) throwError(nullptr, "Not a container!");
     } else if (event.isNamed("FILE.METAFILE")) {
         event.consume();
         KHost* host = getCanvas();

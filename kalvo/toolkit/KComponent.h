@@ -211,6 +211,10 @@ public:
     virtual void processMenuEvent(KEvent& event);
     virtual void processMouseEvent(KEvent& event);
     virtual void processMouseMotionEvent(KEvent& event);
+    // "CLIP.ALL" cuts the component into the clip slot, "CLIP.RANGE" puts a copy there,
+    // "FILE.METAFILE" saves its picture under a name the user gives. The container commands
+    // ("PASTE.ALL", "COL.LEFT", "COL.RIGHT") raise "Not a container!" when they come from
+    // this component's own menu and pass on otherwise.
     virtual void onCommand(KEvent& event);
     virtual void mousePressed(KEvent& event);
     virtual void mouseDragged(KEvent& event);

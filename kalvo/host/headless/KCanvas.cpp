@@ -1,0 +1,255 @@
+#include <kalvo/host/headless/KCanvas.h>
+
+#include <cstring>
+
+#include <kalvo/foundation/KException.h>
+#include <kalvo/platform/CCairoDC.h>
+#include <kalvo/toolkit/KContainer.h>
+#include <kalvo/toolkit/KGraphics.h>
+
+namespace {
+
+// The popup item of that command name, searched depth first.
+unsigned findCommand(const KMenuResource::Item& popup, const char* command) {
+    for (int i = 0; i < popup.count; ++i) {
+        const KMenuResource::Item& item = popup.items[i];
+        if (item.items != nullptr) {
+            if (unsigned id = findCommand(item, command)) return id;
+        } else if (item.command != nullptr && std::strcmp(item.command, command) == 0) {
+            return item.id;
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+
+KCanvas::KCanvas(int width, int height)
+    : width_(width > 0 ? width : 1), height_(height > 0 ? height : 1) {}
+
+KCanvas::~KCanvas() {
+    // The tree may still post tasks or kill timers while it goes.
+    KContainer* root = root_;
+    root_ = nullptr;
+    delete root;
+}
+
+void KCanvas::setRoot(KContainer* root) {
+    if (root == root_) return;
+    delete releaseRoot();
+    root_ = root;
+    if (root_ != nullptr) {
+        root_->setCanvas(this);
+        layout();
+    }
+}
+
+KContainer* KCanvas::releaseRoot() {
+    KContainer* root = root_;
+    root_ = nullptr;
+    if (root != nullptr) root->setCanvas(nullptr);
+    return root;
+}
+
+void KCanvas::setSize(int width, int height) {
+    width_ = width > 0 ? width : 1;
+    height_ = height > 0 ? height : 1;
+    image_.reset();
+    layout();
+}
+
+void KCanvas::layout() {
+    if (root_ == nullptr) return;
+    root_->setBounds(CRect(0, 0, width_, height_));
+    root_->layoutAll();
+    invalidateRect(CRect(0, 0, width_, height_), true);
+}
+
+void KCanvas::paint(CDC* dc) {
+    if (dc == nullptr) return;
+    if (root_ != nullptr) {
+        KGraphics graphics(dc);
+        root_->paintAll(graphics);
+    }
+    invalid_.SetRectEmpty();
+}
+
+void KCanvas::paint() {
+    image_.reset(CCairoDC::CreateImage(width_, height_));
+    paint(image_.get());
+}
+
+COLORREF KCanvas::getPixel(int x, int y) const {
+    return image_ != nullptr ? image_->GetPixel(x, y) : 0xFFFFFF;
+}
+
+void KCanvas::save(const char* path) {
+    const char* dot = path != nullptr ? std::strrchr(path, '.') : nullptr;
+    const KString extension(dot);
+    bool written = false;
+    if (extension.equals(".png")) {
+        paint();
+        written = image_->WritePNG(path);
+    } else if (extension.equals(".svg") || extension.equals(".pdf")) {
+        std::unique_ptr<CCairoDC> dc(extension.equals(".svg")
+                                         ? CCairoDC::CreateSVG(path, width_, height_)
+                                         : CCairoDC::CreatePDF(path, width_, height_));
+        if (dc != nullptr) {
+            paint(dc.get());
+            dc->Finish();
+            written = cairo_surface_status(dc->GetSurface()) == CAIRO_STATUS_SUCCESS;
+        }
+    } else {
+        KException::raise("Canvas Error", "Unknown picture type of '%s' (use .png, .svg or .pdf)",
+                          path != nullptr ? path : "");
+    }
+    if (!written) KException::raise("Canvas Error", "Unable to write '%s'", path);
+}
+
+void KCanvas::mouse(KEvent::Type type, CPoint point, unsigned modifiers, int clicks) {
+    pointer_ = point;
+    if (root_ == nullptr) return;
+    KEvent event = KEvent::mouse(type, point - root_->getLocation(), modifiers, clicks);
+    root_->deliverEvent(event);
+}
+
+void KCanvas::mousePress(CPoint point, unsigned modifiers, int clicks) {
+    mouse(KEvent::MOUSE_PRESSED, point, modifiers, clicks);
+}
+
+void KCanvas::mouseDrag(CPoint point, unsigned modifiers) {
+    mouse(KEvent::MOUSE_DRAGGED, point, modifiers, 0);
+}
+
+void KCanvas::mouseRelease(CPoint point, unsigned modifiers) {
+    mouse(KEvent::MOUSE_RELEASED, point, modifiers, 0);
+}
+
+void KCanvas::mouseMove(CPoint point) { mouse(KEvent::MOUSE_MOVED, point, 0, 0); }
+
+void KCanvas::mouseWheel(CPoint point, int delta, unsigned modifiers) {
+    pointer_ = point;
+    if (root_ == nullptr) return;
+    KEvent event = KEvent::wheel(point - root_->getLocation(), delta, modifiers);
+    root_->deliverEvent(event);
+}
+
+void KCanvas::key(KEvent::Type type, int keyCode, unsigned modifiers) {
+    if (root_ == nullptr) return;
+    KEvent event = KEvent::key(type, keyCode, modifiers);
+    root_->deliverEvent(event);
+}
+
+void KCanvas::keyPress(int keyCode, unsigned modifiers) {
+    key(KEvent::KEY_PRESSED, keyCode, modifiers);
+}
+
+void KCanvas::keyRelease(int keyCode, unsigned modifiers) {
+    key(KEvent::KEY_RELEASED, keyCode, modifiers);
+}
+
+void KCanvas::command(unsigned id, const char* name) {
+    KEvent event = KEvent::command(id, name);
+    deliver(event);
+}
+
+void KCanvas::deliver(KEvent& event) {
+    if (root_ != nullptr) root_->deliverEvent(event);
+}
+
+void KCanvas::queueMenuChoice(const char* command) { menuChoices_.emplace_back(command); }
+
+void KCanvas::queueMessageBoxAnswer(int answer) { answers_.push_back(answer); }
+
+void KCanvas::queueFileName(const char* path) { fileNames_.emplace_back(path); }
+
+int KCanvas::pumpTasks() {
+    int count = 0;
+    while (!tasks_.empty()) {
+        std::function<void()> task = std::move(tasks_.front());
+        tasks_.pop_front();
+        task();
+        ++count;
+    }
+    return count;
+}
+
+int KCanvas::advanceTime(unsigned ms) {
+    const unsigned long long end = now_ + ms;
+    int fired = 0;
+    for (;;) {
+        auto next = timers_.end();
+        for (auto it = timers_.begin(); it != timers_.end(); ++it) {
+            if (it->second.due <= end && (next == timers_.end() || it->second.due < next->second.due)) {
+                next = it;
+            }
+        }
+        if (next == timers_.end()) break;
+        now_ = next->second.due;
+        next->second.due += next->second.interval > 0 ? next->second.interval : 1;
+        // The callback may kill its own timer.
+        std::function<void()> callback = next->second.callback;
+        callback();
+        ++fired;
+    }
+    now_ = end;
+    return fired;
+}
+
+void KCanvas::invalidateRect(const CRect& rect, bool) {
+    ++invalidateCount_;
+    CRect r = rect;
+    r.NormalizeRect();
+    CRect bounded;
+    if (!bounded.IntersectRect(r, CRect(0, 0, width_, height_))) return;
+    if (invalid_.IsRectEmpty()) {
+        invalid_ = bounded;
+    } else {
+        invalid_.UnionRect(invalid_, bounded);
+    }
+}
+
+void KCanvas::setCursor(const char* resourceName) { cursor_ = resourceName; }
+
+unsigned KCanvas::setTimer(unsigned intervalMs, std::function<void()> callback) {
+    const unsigned id = nextTimer_++;
+    timers_[id] = Timer{intervalMs, now_ + intervalMs, std::move(callback)};
+    return id;
+}
+
+void KCanvas::killTimer(unsigned timerId) { timers_.erase(timerId); }
+
+void KCanvas::postTask(std::function<void()> task) { tasks_.push_back(std::move(task)); }
+
+unsigned KCanvas::trackPopupMenu(const KMenuResource::Item& popup, CPoint) {
+    shownMenus_.emplace_back(popup.text);
+    if (menuChoices_.empty()) return 0;
+    const KString choice = menuChoices_.front();
+    menuChoices_.pop_front();
+    return findCommand(popup, choice.c_str());
+}
+
+int KCanvas::messageBox(const char* text, const char*, unsigned) {
+    shownMessages_.emplace_back(text);
+    if (answers_.empty()) return IDCANCEL;
+    const int answer = answers_.front();
+    answers_.pop_front();
+    return answer;
+}
+
+KString KCanvas::getSaveFileName(const char*, const char*) {
+    if (fileNames_.empty()) return KString();
+    KString path = fileNames_.front();
+    fileNames_.pop_front();
+    return path;
+}
+
+CDC* KCanvas::getMeasureDC() {
+    if (measure_ == nullptr) measure_.reset(CCairoDC::CreateImage(1, 1));
+    return measure_.get();
+}
+
+CDC* KCanvas::createClientDC() {
+    if (image_ == nullptr) paint();
+    return new CCairoDC(image_->GetCairo());
+}

@@ -1,0 +1,366 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <kalvo/foundation/KArchive.h>
+#include <kalvo/foundation/KClass.h>
+#include <kalvo/platform/CRecordingDC.h>
+#include <kalvo/toolkit/KFrame.h>
+#include <kalvo/toolkit/KGraphics.h>
+#include <kalvo/toolkit/KPanel.h>
+#include <kalvo/toolkit/KToolkit.h>
+#include <kalvo/toolkit/layout/KLayout.h>
+
+namespace {
+
+// A layout that counts what the container asks of it and can refuse children.
+class ProbeLayout : public KLayout {
+public:
+    explicit ProbeLayout(int drag = DRAG_NONE, bool refuse = false) : drag_(drag), refuse_(refuse) {}
+    void addLayoutComponent(KComponent* c, const char* constraint) override {
+        ++added;
+        lastConstraint = constraint != nullptr ? constraint : "";
+        if (refuse_) c->throwError(nullptr, "Invalid constraint -> '%s'", constraint);
+    }
+    void layoutContainer(KContainer*) override { ++layouts; }
+    int getDragConstraint() const override { return drag_; }
+    int added = 0;
+    int layouts = 0;
+    std::string lastConstraint;
+
+private:
+    int drag_;
+    bool refuse_;
+};
+
+// A component whose proximity is set by the test.
+class Near : public KComponent {
+public:
+    Near(const char* name, unsigned proximity) : KComponent(name), proximity_(proximity) {}
+    unsigned getProximity(CPoint) const override { return proximity_; }
+
+private:
+    unsigned proximity_;
+};
+
+KComponent* child(KContainer& parent, const char* name, CRect bounds) {
+    auto* c = new KComponent(name);
+    c->setBounds(bounds);
+    parent.add(c);
+    return c;
+}
+
+}  // namespace
+
+TEST(KContainerTest, PathLookUp) {
+    KPanel root("root");
+    auto* a1 = new KComponent("a");  // not a container: skipped for "a.b"
+    auto* a2 = new KPanel("a");
+    auto* b = new KComponent("b");
+    root.add(a1);
+    root.add(a2);
+    a2->add(b);
+    EXPECT_EQ(root.findComponent("a.b"), b) << "past a non-container of the same name";
+    EXPECT_EQ(root.findComponent("a"), a1) << "the first match ends a one-token path";
+    EXPECT_EQ(root.findComponent("A"), nullptr) << "names compare exactly";
+    EXPECT_EQ(root.findComponent(""), nullptr);
+    EXPECT_EQ(root.findComponent(nullptr), nullptr);
+    EXPECT_EQ(root.findComponent("root.a"), nullptr) << "the container's own name is not part";
+    EXPECT_EQ(root.findContainer("a"), nullptr) << "the first 'a' is not a container";
+
+    // Two containers named "a": only the first is searched.
+    KPanel other("other");
+    auto* first = new KPanel("a");
+    auto* second = new KPanel("a");
+    other.add(first);
+    other.add(second);
+    second->add(new KComponent("b"));
+    EXPECT_EQ(other.findComponent("a.b"), nullptr);
+    first->add(new KPanel("x"));
+    auto* deep = new KComponent("y");
+    static_cast<KContainer*>(first->findComponent("x"))->add(deep);
+    EXPECT_EQ(other.findComponent("a.x.y"), deep);
+    EXPECT_EQ(other.findComponent("a.x."), nullptr);
+}
+
+TEST(KContainerTest, AddAndRemove) {
+    KPanel root("root");
+    auto* layout = new ProbeLayout();
+    root.setLayout(layout);
+    auto* c = new KComponent("c");
+    root.add(c, "North");
+    EXPECT_EQ(layout->added, 1);
+    EXPECT_EQ(layout->lastConstraint, "North");
+    root.add(c, "South");
+    EXPECT_EQ(layout->added, 1) << "a child already here changes nothing";
+    EXPECT_EQ(root.getComponentCount(), 1);
+    EXPECT_EQ(layout->layouts, 0) << "not laid out before the tree is shown";
+
+    // A container added into its own subtree: the layout was told, then the error.
+    auto* inner = new KPanel("inner");
+    root.add(inner);
+    auto* innerLayout = new ProbeLayout();
+    inner->setLayout(innerLayout);
+    try {
+        inner->add(&root);
+        FAIL();
+    } catch (const KException& e) {
+        EXPECT_STREQ(e.getText().c_str(), "Adding container to itself");
+        EXPECT_STREQ(e.getTitle().c_str(), "KPanel Error");
+    }
+    EXPECT_EQ(innerLayout->added, 1);
+    EXPECT_EQ(inner->getComponentCount(), 0);
+    EXPECT_THROW(inner->add(inner), KException);
+
+    // A refused child is not added.
+    KPanel strict("strict");
+    strict.setLayout(new ProbeLayout(KLayout::DRAG_NONE, true));
+    auto* refused = new KComponent("refused");
+    EXPECT_THROW(strict.add(refused, "bad"), KException);
+    EXPECT_EQ(strict.getComponentCount(), 0);
+    EXPECT_EQ(refused->getParent(), nullptr);
+    delete refused;
+
+    // Moving to another parent.
+    inner->add(c);
+    EXPECT_EQ(c->getParent(), inner);
+    EXPECT_FALSE(root.isChild(c));
+    EXPECT_TRUE(root.isDescendent(c));
+
+    KComponent::setFocus(c);
+    inner->remove(c);
+    EXPECT_EQ(KComponent::getFocus(), nullptr);
+    EXPECT_EQ(c->getParent(), nullptr);
+    delete c;
+    root.removeAll();
+    EXPECT_EQ(root.getComponentCount(), 0);
+}
+
+TEST(KContainerTest, Reordering) {
+    KPanel root;
+    KComponent* a = child(root, "a", CRect());
+    KComponent* b = child(root, "b", CRect());
+    KComponent* c = child(root, "c", CRect());
+    KComponent stranger("x");
+    auto order = [&] {
+        std::string s;
+        for (int i = 0; i < root.getComponentCount(); ++i) s += root.getComponent(i)->getName().c_str();
+        return s;
+    };
+    root.toHead(&stranger);
+    root.toTail(&stranger);
+    EXPECT_EQ(order(), "abc");
+    root.toHead(c);
+    EXPECT_EQ(order(), "cab");
+    root.toTail(c);
+    EXPECT_EQ(order(), "abc");
+    root.toPrev(b);
+    EXPECT_EQ(order(), "bac");
+    root.toPrev(b);
+    EXPECT_EQ(order(), "bac");
+    root.toNext(a);
+    EXPECT_EQ(order(), "bca");
+    root.toNext(a);
+    EXPECT_EQ(order(), "bca");
+    root.setGrid(0);
+    EXPECT_EQ(root.getGrid(), 1);
+    root.setGrid(-5);
+    EXPECT_EQ(root.getGrid(), 1);
+}
+
+TEST(KContainerTest, HitTests) {
+    KPanel root("root");
+    root.setBounds(CRect(0, 0, 200, 200));
+    KComponent* back = child(root, "back", CRect(0, 0, 100, 100));
+    KComponent* front = child(root, "front", CRect(50, 50, 150, 150));
+    EXPECT_EQ(root.getComponentAt(CPoint(60, 60)), front) << "front-most wins";
+    EXPECT_EQ(root.getComponentAt(CPoint(10, 10)), back);
+    EXPECT_EQ(root.getComponentAt(CPoint(199, 199)), nullptr);
+    EXPECT_EQ(root.getComponentAt(CPoint(150, 150)), nullptr) << "right and bottom are outside";
+
+    KComponent::setFocus(back);  // moves back to the tail: put it behind again
+    root.toHead(back);
+    EXPECT_EQ(root.getComponentAt(CPoint(60, 60)), back) << "the focused child wins";
+    KComponent::setFocus(nullptr);
+    front->setVisible(false);
+    EXPECT_EQ(root.getComponentAt(CPoint(60, 60)), back) << "hidden children are passed";
+    front->setVisible(true);
+
+    // Proximity: the nearest of the children under the point, the front-most on ties.
+    KPanel plot("plot");
+    plot.setBounds(CRect(0, 0, 100, 100));
+    auto* far = new Near("far", 9);
+    auto* nearA = new Near("nearA", 3);
+    auto* nearB = new Near("nearB", 3);
+    for (Near* n : {far, nearA, nearB}) {
+        n->setBounds(CRect(0, 0, 100, 100));
+        plot.add(n);
+    }
+    plot.toTail(far);
+    EXPECT_EQ(plot.getComponentAt(CPoint(5, 5)), nearB);
+    auto* hit = new Near("hit", 0);
+    hit->setBounds(CRect(0, 0, 100, 100));
+    plot.add(hit);
+    plot.toHead(hit);
+    EXPECT_EQ(plot.getComponentAt(CPoint(5, 5)), hit) << "a proximity of 0 is a direct hit";
+
+    // findComponentAt goes down to the innermost plain component, or nothing.
+    auto* panel = new KPanel("panel");
+    panel->setBounds(CRect(100, 0, 200, 100));
+    root.add(panel);
+    root.toHead(panel);
+    KComponent* leaf = child(*panel, "leaf", CRect(10, 10, 20, 20));
+    EXPECT_EQ(root.findComponentAt(CPoint(115, 15)), leaf);
+    EXPECT_EQ(root.findComponentAt(CPoint(180, 80)), nullptr) << "an empty spot of a panel";
+}
+
+TEST(KContainerTest, PaintsChildrenClippedInOrderWithFocusMarks) {
+    KPanel root("root");
+    root.setBounds(CRect(0, 0, 100, 100));
+    auto* panel = new KPanel("panel");
+    panel->setBounds(CRect(10, 10, 60, 60));
+    root.add(panel);
+    KComponent* a = child(*panel, "a", CRect(0, 0, 20, 20));
+    a->setBackground(RGB(255, 0, 0));
+    KComponent* b = child(*panel, "b", CRect(30, 30, 80, 80));  // sticks out of the panel
+    b->setBackground(RGB(0, 0, 255));
+    KComponent* outside = child(*panel, "outside", CRect(300, 300, 320, 320));
+    outside->setBackground(RGB(0, 255, 0));
+
+    CRecordingDC dc(CSize(100, 100));
+    {
+        KGraphics g(&dc);
+        root.paintAll(g);
+    }
+    std::vector<COLORREF> fills;
+    CRect bClip;
+    for (const auto& e : dc.GetEntries()) {
+        if (e.call != CDC::Call::FillRect) continue;
+        fills.push_back(e.brush.GetColor());
+        if (e.brush.GetColor() == RGB(0, 0, 255)) bClip = e.state.clip;
+    }
+    ASSERT_EQ(fills.size(), 4u) << "root, panel, a, b; the child outside the clip is skipped";
+    EXPECT_EQ(fills[2], RGB(255, 0, 0));
+    EXPECT_EQ(fills[3], RGB(0, 0, 255));
+    EXPECT_EQ(bClip, CRect(10, 10, 60, 60)) << "b is clipped to the panel (device coordinates)";
+
+    // A free layout shows pads around the focused stretchable child, a grey frame in style 0.
+    panel->setLayout(new ProbeLayout(KLayout::DRAG_FREE));
+    a->setStretch(3);
+    KComponent::setFocus(a);
+    KComponent::setStyle(0);
+    dc.Clear();
+    {
+        KGraphics g(&dc);
+        root.paintAll(g);
+    }
+    KComponent::setStyle(2);
+    EXPECT_EQ(dc.Count(CDC::Call::Rectangle), 8);
+    bool grey = false;
+    for (const auto& e : dc.GetEntries()) {
+        if (e.call == CDC::Call::LineTo && e.state.pen.GetColor() == 0x808080) grey = true;
+    }
+    EXPECT_TRUE(grey);
+
+    // Printing leaves out what is not printable.
+    b->setPrintable(false);
+    dc.Clear();
+    dc.SetPrinting(true);
+    {
+        KGraphics g(&dc);
+        root.paintAll(g);
+    }
+    EXPECT_EQ(dc.Count(CDC::Call::FillRect), 3);
+    KComponent::setFocus(nullptr);
+}
+
+TEST(KContainerTest, StoredTreeLoadsEqual) {
+    auto frame = std::make_unique<KFrame>("frame");
+    frame->setBounds(CRect(0, 0, 300, 200));
+    frame->setLayout(new KLayout(4, 6));
+    auto* client = new KPanel("client");
+    client->setBounds(CRect(0, 0, 300, 180));
+    client->setProperty("title", "Voltages");
+    client->setGrid(5);
+    frame->add(client);
+    auto* footer = new KPanel("footer");
+    footer->setBounds(CRect(0, 180, 300, 200));
+    frame->add(footer);
+    auto* inner = new KPanel("midclient");
+    client->add(inner);
+    KComponent* east = child(*inner, "eastpanel", CRect(1, 2, 3, 4));
+    east->setForeground(RGB(9, 8, 7));
+    footer->addListener(east);  // identities map back to the loaded tree
+
+    KArchive out;
+    out.writeObject(frame.get());
+    KArchive in(out.getBuffer());
+    std::unique_ptr<KObject> object(in.readObject());
+    auto* loaded = k_dynamic_cast<KFrame>(object.get());
+    ASSERT_NE(loaded, nullptr);
+
+    // Equal trees: same classes, names, bounds and parents at every node.
+    std::vector<KComponent*> before, after;
+    frame->enumComponents(before, nullptr);
+    loaded->enumComponents(after, nullptr);
+    ASSERT_EQ(before.size(), after.size());
+    for (size_t i = 0; i < before.size(); ++i) {
+        EXPECT_STREQ(before[i]->getClassName(), after[i]->getClassName());
+        EXPECT_STREQ(before[i]->getName().c_str(), after[i]->getName().c_str());
+        EXPECT_EQ(before[i]->getBounds(), after[i]->getBounds());
+        if (i > 0) EXPECT_STREQ(after[i]->getParent()->getName().c_str(),
+                                before[i]->getParent()->getName().c_str());
+    }
+    EXPECT_EQ(loaded->getClient(), loaded->findComponent("client"));
+    EXPECT_EQ(loaded->getFooter()->getListeners().size(), 1u);
+    EXPECT_EQ(loaded->getFooter()->getListeners()[0], loaded->findComponent("client.midclient.eastpanel"));
+    EXPECT_STREQ(static_cast<KPanel*>(loaded->getClient())->getProperty("title").c_str(), "Voltages");
+    EXPECT_EQ(loaded->getClient()->getGrid(), 10) << "the grid is not part of the stored form";
+    EXPECT_EQ(loaded->getLayout()->getHorzGap(), 4);
+    EXPECT_EQ(loaded->getLayout()->getVertGap(), 6);
+    EXPECT_EQ(loaded->getStretch(), 3);
+
+    // Every toolkit class can be created by name from the library.
+    for (const KClass* const* c = KToolkit::getClasses(); *c != nullptr; ++c) {
+        std::unique_ptr<KObject> made(KClass::createObject((*c)->getClassName()));
+        EXPECT_NE(made, nullptr) << (*c)->getClassName();
+    }
+
+    // A truncated tree raises and leaks nothing.
+    const int live = KComponent::getInstanceCount();
+    std::vector<std::uint8_t> bytes = out.getBuffer();
+    bytes.resize(bytes.size() / 2);
+    KArchive cut(bytes);
+    EXPECT_THROW(cut.readObject(), KException);
+    EXPECT_EQ(KComponent::getInstanceCount(), live);
+}
+
+TEST(KContainerTest, FrameMessagesAndCopy) {
+    KFrame frame("frame");
+    frame.add(new KComponent("client"));
+    try {
+        frame.getClient();
+        FAIL();
+    } catch (const KException& e) {
+        EXPECT_STREQ(e.getText().c_str(), "Unable to find client panel.");
+    }
+    try {
+        frame.getFooter();
+        FAIL();
+    } catch (const KException& e) {
+        EXPECT_STREQ(e.getText().c_str(), "Unable to find footer panel.");
+    }
+
+    KPanel source("source");
+    source.setLayout(new KLayout(3, 3));
+    source.add(new KPanel("p"));
+    static_cast<KPanel*>(source.findComponent("p"))->add(new KComponent("q"));
+    std::unique_ptr<KObject> copy(source.clone());
+    auto* panel = k_dynamic_cast<KPanel>(copy.get());
+    ASSERT_NE(panel, nullptr);
+    ASSERT_NE(panel->findComponent("p.q"), nullptr);
+    EXPECT_NE(panel->findComponent("p.q"), source.findComponent("p.q"));
+    EXPECT_EQ(panel->getLayout()->getHorzGap(), 3);
+}
