@@ -228,7 +228,7 @@ TEST(KLabel, paintsBackgroundBorderMarkAndTextByAlignment) {
         }
         ASSERT_NE(fill, nullptr) << "the label background";
         EXPECT_EQ(fill->rect, CRect(0, 0, 108, 36));
-        EXPECT_EQ(lines, 4) << "the square glyph";
+        EXPECT_EQ(lines, 4 + 4) << "the border and the square glyph";
         ASSERT_NE(text, nullptr);
         EXPECT_STREQ(text->text.c_str(), "Ua");
         EXPECT_EQ(text->state.textColor, RGB(0, 0, 255));
@@ -238,22 +238,27 @@ TEST(KLabel, paintsBackgroundBorderMarkAndTextByAlignment) {
         // The glyph's square sits left of the text, centred on the height: 12 high in 30.
         const CRecordingDC::Entry* first = nullptr;
         for (const auto& e : entries)
-            if (e.call == CDC::Call::LineTo && first == nullptr) first = &e;
+            if (e.call == CDC::Call::LineTo && e.state.pen.GetColor() == 0 && first == nullptr)
+                first = &e;
         EXPECT_EQ(first->points[0], CPoint(lefts[align] + 1, 3 + 9 + 1)) << "align " << align;
     }
 
-    // The border is four edges of the 3-D frame around the extents.
+    // The border is a frame in the shadow colour along the extents; none without it.
     label.setGlyph(-1);
-    label.setBorder(true);
-    {
+    for (bool border : {true, false}) {
+        label.setBorder(border);
         CRecordingDC dc(CSize(200, 100));
         KGraphics g(&dc);
         label.paint(g);
-        int edges = 0;
-        for (const auto& e : dc.GetEntries())
-            edges += e.call == CDC::Call::FillRect && (e.rect.Width() == 1 || e.rect.Height() == 1);
-        EXPECT_EQ(edges, 4);
+        std::vector<std::string> edges;
+        for (const auto& e : dc.GetEntries()) {
+            if (e.call != CDC::Call::LineTo) continue;
+            EXPECT_EQ(e.state.pen.GetColor(), GetSysColor(COLOR_BTNSHADOW));
+            edges.push_back(std::to_string(e.points[1].x) + "," + std::to_string(e.points[1].y));
+        }
+        EXPECT_EQ(edges, border ? (Lines{"107,0", "107,35", "0,35", "0,0"}) : Lines{});
     }
+    label.setBorder(true);
     // Text too wide for the label is cut with an ellipsis inside the content.
     label.setText("A text far too long for a label of six units");
     CRecordingDC dc(CSize(200, 100));

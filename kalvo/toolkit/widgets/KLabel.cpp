@@ -7,6 +7,7 @@
 #include <kalvo/platform/CRecordingDC.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
+#include <kalvo/platform/SysColor.h>
 #include <kalvo/toolkit/KGraphics.h>
 #include <kalvo/toolkit/KImage.h>
 
@@ -137,7 +138,10 @@ void KLabel::drawBackground(KGraphics& graphics) {
     } else if (fillStyle_ == FILL_SHADED) {
         graphics.fillShadedRect(extents, fill);
     }
-    if (border_) graphics.draw3DRect(extents, false);
+    if (border_) {
+        graphics.setColor(GetSysColor(COLOR_BTNSHADOW));
+        graphics.drawRect(extents);
+    }
 }
 
 void KLabel::drawForeground(KGraphics& graphics) {

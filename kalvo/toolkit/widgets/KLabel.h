@@ -10,7 +10,8 @@ class KImage;
 
 // A text on a background, optionally with a mark beside it: a glyph (the shapes that curves
 // also mark their samples and key entries with), an icon of the library's "LABEL_ICONS", or
-// an image. Painting fills the background by the fill style, draws the sunken border, then
+// an image. Painting fills the background by the fill style, draws the border (a frame in the
+// shadow colour), then
 // the mark and the text placed together by the alignments and the image constraint.
 class KLabel : public KComponent {
     K_DECLARE_CLASS(KLabel);
