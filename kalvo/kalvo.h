@@ -42,15 +42,31 @@
 #include <kalvo/platform/DrawTextFormat.h>
 #include <kalvo/platform/HatchStyle.h>
 #include <kalvo/platform/KHost.h>
+#include <kalvo/platform/KCursorService.h>
+#include <kalvo/platform/KLocalClipboard.h>
+#include <kalvo/platform/KPlatformClipboard.h>
 #include <kalvo/platform/PenStyle.h>
 #include <kalvo/platform/RasterOp.h>
 #include <kalvo/platform/StockObject.h>
 #include <kalvo/platform/SysColor.h>
 #include <kalvo/platform/TextMetric.h>
 
+// record
+#include <kalvo/record/KDataTransform.h>
+#include <kalvo/record/KDataTransformExt.h>
+#include <kalvo/record/KRecord.h>
+#include <kalvo/record/KRecordActor.h>
+#include <kalvo/record/KRecordConsumer.h>
+#include <kalvo/record/KRecordObserver.h>
+#include <kalvo/record/KRecordProducer.h>
+#include <kalvo/record/KSampleStatistics.h>
+#include <kalvo/record/KTransform.h>
+#include <kalvo/record/PolarTransform.h>
+
 // toolkit
 #include <kalvo/toolkit/AffineTransform.h>
 #include <kalvo/toolkit/KBufferedContext.h>
+#include <kalvo/toolkit/KClipboard.h>
 #include <kalvo/toolkit/KColor.h>
 #include <kalvo/toolkit/KComponent.h>
 #include <kalvo/toolkit/KContainer.h>
@@ -75,3 +91,6 @@
 #include <kalvo/resources/KImageResource.h>
 #include <kalvo/resources/KMenuResource.h>
 #include <kalvo/resources/KResources.h>
+
+// headless host
+#include <kalvo/host/headless/KCanvas.h>

@@ -167,3 +167,18 @@ bool CBitmap::WritePNG(const char* path) const {
     return surface_ != nullptr &&
            cairo_surface_write_to_png(surface_, path) == CAIRO_STATUS_SUCCESS;
 }
+
+std::string CBitmap::ToPNG() const {
+    std::string out;
+    if (surface_ == nullptr) return out;
+    cairo_surface_flush(surface_);
+    cairo_surface_write_to_png_stream(
+        surface_,
+        [](void* closure, const unsigned char* data, unsigned int length) {
+            static_cast<std::string*>(closure)->append(reinterpret_cast<const char*>(data),
+                                                       length);
+            return CAIRO_STATUS_SUCCESS;
+        },
+        &out);
+    return out;
+}

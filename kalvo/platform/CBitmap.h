@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include <cairo.h>
 
@@ -60,6 +61,8 @@ public:
     cairo_surface_t* GetSurface() const { return surface_; }
     // Writes the bitmap as a PNG file; false when it cannot be written.
     bool WritePNG(const char* path) const;
+    // The bitmap encoded as PNG; empty for a null bitmap.
+    std::string ToPNG() const;
 
 private:
     cairo_surface_t* surface_ = nullptr;

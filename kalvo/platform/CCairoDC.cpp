@@ -135,11 +135,13 @@ CCairoDC* CCairoDC::CreateSVG(const char* path, int width, int height) {
         cairo_surface_destroy(s);
         return nullptr;
     }
+    cairo_svg_surface_set_document_unit(s, CAIRO_SVG_UNIT_PX);  // one unit, one pixel
     return new CCairoDC(s, Kind::VECTOR, CSize(width, height));
 }
 
 CCairoDC* CCairoDC::CreateSVG(std::string* out, int width, int height) {
     cairo_surface_t* s = cairo_svg_surface_create_for_stream(appendTo, out, width, height);
+    cairo_svg_surface_set_document_unit(s, CAIRO_SVG_UNIT_PX);
     CCairoDC* dc = new CCairoDC(s, Kind::VECTOR, CSize(width, height));
     dc->out_ = out;
     return dc;

@@ -1,0 +1,101 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include <kalvo/kalvo.h>
+
+namespace {
+using Call = CDC::Call;
+constexpr COLORREF WHITE = RGB(255, 255, 255);
+constexpr COLORREF BLACK = RGB(0, 0, 0);
+}  // namespace
+
+TEST(CRecordingDC, keepsEveryCallWithItsState) {
+    CRecordingDC dc(CSize(100, 50));
+    dc.SelectObject(CPen(PS_DASH, 0, RGB(1, 2, 3)));
+    dc.SetWindowOrg(5, 5);
+    dc.MoveTo(10, 10);
+    dc.LineTo(20, 30);
+    dc.Rectangle(40, 30, 10, 5);  // normalised
+    const CBrush hatch(HS_CROSS, BLACK);
+    dc.FillRect(CRect(0, 0, 4, 4), &hatch);
+    dc.TextOut(1, 2, "abc");
+    const auto& e = dc.GetEntries();
+    ASSERT_EQ(e.size(), 7u);
+    EXPECT_EQ(e[0].call, Call::SelectPen);
+    EXPECT_EQ(e[1].call, Call::SetWindowOrg);
+    EXPECT_EQ(e[2].call, Call::MoveTo);
+    EXPECT_EQ(e[3].call, Call::LineTo);
+    EXPECT_EQ(e[3].points, (std::vector<CPoint>{{10, 10}, {20, 30}}));
+    EXPECT_EQ(e[3].state.pen, CPen(PS_DASH, 0, RGB(1, 2, 3)));
+    EXPECT_EQ(e[3].state.windowOrg, CPoint(5, 5));
+    EXPECT_EQ(e[4].rect, CRect(10, 5, 40, 30));
+    EXPECT_EQ(e[5].brush, hatch);
+    EXPECT_EQ(e[6].text, "abc");
+    EXPECT_EQ(dc.GetCurrentPosition(), CPoint(20, 30));
+    EXPECT_EQ(dc.Count(Call::LineTo), 1);
+    // Measuring records nothing and agrees with the cairo backend.
+    std::unique_ptr<CCairoDC> image(CCairoDC::CreateImage(10, 10));
+    const CFont font("Arial", -13);
+    dc.SelectObject(font);
+    image->SelectObject(font);
+    const size_t before = e.size();
+    EXPECT_EQ(dc.GetTextExtent("Measured"), image->GetTextExtent("Measured"));
+    CRect calc(0, 0, 0, 0);
+    dc.DrawText("two\nlines", &calc, DT_CALCRECT);
+    EXPECT_EQ(e.size(), before);
+    EXPECT_EQ(dc.GetPixel(0, 0), CLR_INVALID);
+}
+
+TEST(CRecordingDC, playsAtTheTargetOriginInsideItsClipAndLeavesItsState) {
+    CRecordingDC recording(CSize(20, 20));
+    const CBrush black(BLACK);
+    recording.FillRect(CRect(0, 0, 4, 4), &black);
+    recording.IntersectClipRect(10, 10, 12, 12);
+    recording.FillRect(CRect(0, 0, 20, 20), &black);
+
+    std::unique_ptr<CCairoDC> target(CCairoDC::CreateImage(40, 40));
+    target->SetWindowOrg(-20, -20);  // recording's (0, 0) lands at device (20, 20)
+    target->IntersectClipRect(-20, -20, 11, 40);  // and device x below 31
+    target->SelectObject(CPen(PS_DOT, 0, WHITE));
+    recording.Play(target.get());
+    EXPECT_EQ(target->GetWindowOrg(), CPoint(-20, -20));
+    EXPECT_EQ(target->GetCurrentPen(), CPen(PS_DOT, 0, WHITE));
+    target->SetWindowOrg(0, 0);
+    target->SelectClipRgn(nullptr);
+    int black_ = 0;
+    for (int y = 0; y < 40; ++y)
+        for (int x = 0; x < 40; ++x) black_ += target->GetPixel(x, y) == BLACK;
+    EXPECT_EQ(black_, 16 + 2) << "the 4x4 square and the clipped 1x2 column";
+    EXPECT_EQ(target->GetPixel(20, 20), BLACK);
+    EXPECT_EQ(target->GetPixel(30, 30), BLACK);
+    EXPECT_EQ(target->GetPixel(31, 30), WHITE);
+}
+
+TEST(CRecordingDC, savesAsSvgAndPdf) {
+    CRecordingDC dc(CSize(120, 80));
+    dc.Ellipse(10, 10, 110, 70);
+    dc.TextOut(20, 30, "metafile");
+    CBitmap icons;
+    icons.LoadBitmap("LABEL_ICONS");
+    std::unique_ptr<CDC> memory(dc.CreateCompatibleDC());
+    memory->SelectObject(icons);
+    EXPECT_TRUE(dc.BitBlt(0, 0, 16, 16, memory.get(), 16, 0, SRCCOPY));
+    icons.SetPixel(16, 0, BLACK);  // later changes do not reach the recording
+    EXPECT_EQ(dc.GetEntries().back().bitmap.GetPixel(0, 0), WHITE);
+
+    const std::string svg = dc.ToSVG();
+    EXPECT_NE(svg.find("<svg"), std::string::npos);
+    EXPECT_NE(svg.find("120"), std::string::npos);
+    const std::string path = ::testing::TempDir() + "/kalvo_recording.pdf";
+    ASSERT_TRUE(dc.SavePDF(path.c_str()));
+    FILE* f = std::fopen(path.c_str(), "rb");
+    ASSERT_NE(f, nullptr);
+    char head[5] = {};
+    EXPECT_EQ(std::fread(head, 1, 5, f), 5u);
+    std::fclose(f);
+    EXPECT_EQ(std::string(head, 5), "%PDF-");
+    EXPECT_FALSE(dc.SaveSVG("/nonexistent/folder/x.svg"));
+}

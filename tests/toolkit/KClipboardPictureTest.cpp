@@ -1,0 +1,89 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <kalvo/kalvo.h>
+
+namespace {
+
+// Paints a red square with a black frame at (10, 10)-(20, 20), in its parent's coordinates.
+class Square : public KPainter {
+public:
+    void paint(KGraphics& g) override {
+        ++painted;
+        g.setColor(RGB(255, 0, 0));
+        g.fillRect(10, 10, 20, 20);
+        g.setColor(RGB(0, 0, 0));
+        g.drawRect(10, 10, 20, 20);
+    }
+    int painted = 0;
+};
+
+std::string read(const char* formatName) {
+    KPlatformClipboard& clipboard = KPlatformClipboard::get();
+    const unsigned format = clipboard.registerFormat(formatName);
+    std::string bytes;
+    if (!clipboard.open(nullptr)) return bytes;
+    size_t size = 0;
+    if (clipboard.getDataSize(format, size)) {
+        bytes.resize(size);
+        clipboard.getData(format, bytes.data(), size);
+    }
+    clipboard.close();
+    return bytes;
+}
+
+}  // namespace
+
+TEST(KClipboard, placesAPaintedAreaAsPngAndAsSvg) {
+    KLocalClipboard clipboard;
+    KPlatformClipboard::install(&clipboard);
+    Square square;
+    std::unique_ptr<CCairoDC> screen(CCairoDC::CreateImage(100, 100));
+    ASSERT_EQ(KClipboard::setBitmap(CRect(5, 5, 25, 30), screen.get(), &square, nullptr), 1);
+    EXPECT_EQ(square.painted, 1);
+    EXPECT_EQ(screen->GetPixel(15, 15), RGB(255, 255, 255)) << "painted off-screen only";
+
+    const std::string png = read(KClipboard::BITMAP_FORMAT_NAME);
+    ASSERT_GT(png.size(), 8u);
+    EXPECT_EQ(png.substr(1, 3), "PNG");
+    struct Reader {
+        const std::string& data;
+        size_t at = 0;
+    } reader{png};
+    cairo_surface_t* image = cairo_image_surface_create_from_png_stream(
+        [](void* closure, unsigned char* out, unsigned int length) {
+            auto* r = static_cast<Reader*>(closure);
+            if (r->at + length > r->data.size()) return CAIRO_STATUS_READ_ERROR;
+            std::copy_n(r->data.data() + r->at, length, out);
+            r->at += length;
+            return CAIRO_STATUS_SUCCESS;
+        },
+        &reader);
+    ASSERT_EQ(cairo_surface_status(image), CAIRO_STATUS_SUCCESS);
+    CBitmap bitmap;
+    bitmap.Attach(image, false);
+    cairo_surface_destroy(image);
+    EXPECT_EQ(bitmap.GetWidth(), 20);
+    EXPECT_EQ(bitmap.GetHeight(), 25);
+    EXPECT_EQ(bitmap.GetPixel(4, 4), RGB(255, 255, 255));
+    EXPECT_EQ(bitmap.GetPixel(5, 5), RGB(0, 0, 0)) << "the frame's corner at (10, 10)";
+    EXPECT_EQ(bitmap.GetPixel(14, 14), RGB(0, 0, 0));
+    EXPECT_EQ(bitmap.GetPixel(8, 8), RGB(255, 0, 0));
+    EXPECT_EQ(bitmap.GetPixel(15, 15), RGB(255, 255, 255));
+
+    ASSERT_EQ(KClipboard::setMetaFile(CRect(5, 5, 25, 30), screen.get(), &square, nullptr), 1);
+    EXPECT_EQ(square.painted, 2);
+    const std::string svg = read(KClipboard::METAFILE_FORMAT_NAME);
+    EXPECT_NE(svg.find("<svg"), std::string::npos);
+    EXPECT_NE(svg.find("width=\"20px\" height=\"25px\""), std::string::npos) << svg.substr(0, 300);
+    EXPECT_TRUE(read(KClipboard::BITMAP_FORMAT_NAME).empty()) << "the clipboard was emptied";
+
+    EXPECT_EQ(KClipboard::setBitmap(CRect(0, 0, 10, 10), nullptr, nullptr, nullptr), 0);
+    ASSERT_TRUE(clipboard.open(nullptr));  // someone else holds the clipboard
+    EXPECT_EQ(KClipboard::setBitmap(CRect(0, 0, 10, 10), nullptr, &square, nullptr), 0);
+    clipboard.close();
+    KPlatformClipboard::install(nullptr);
+}
