@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr COLORREF PHASE_COLORS[] = {RGB(200, 30, 30), RGB(200, 160, 0), RGB(30, 80, 200),
-                                     RGB(0, 140, 60), RGB(120, 60, 160), RGB(0, 130, 140),
+constexpr COLORREF PHASE_COLORS[] = {RGB(200, 30, 30), RGB(200, 160, 0),  RGB(30, 80, 200),
+                                     RGB(0, 140, 60),  RGB(120, 60, 160), RGB(0, 130, 140),
                                      RGB(90, 90, 90)};
 
 KLabel* label(const char* name, const char* text, int align = KLabel::LEFT) {
@@ -46,7 +46,8 @@ KContainer* buildFrame() {
     auto* frame = new KFrame("frame");
     frame->setLayout(new KBorderLayout(0, 44, 0, 96));
     frame->setBackground(RGB(236, 238, 242));
-    KLabel* title = label("title", "Feeder 7 disturbance record - layouts and glyphs", KLabel::CENTER);
+    KLabel* title =
+        label("title", "Feeder 7 disturbance record - layouts and glyphs", KLabel::CENTER);
     title->setBackground(RGB(255, 250, 230));
     title->setImageIndex(1);
     frame->add(title, "North");
@@ -115,8 +116,8 @@ KContainer* buildFrame() {
     }
 
     // Freely placed labels with the library's icons.
-    KPanel* bag = box(frame, "footer", "South", "KBagLayout: free placement",
-                      new KBagLayout(), RGB(252, 252, 252));
+    KPanel* bag = box(frame, "footer", "South", "KBagLayout: free placement", new KBagLayout(),
+                      RGB(252, 252, 252));
     const char* notes[] = {"Information", "Warning", "Error", "Question"};
     for (int i = 0; i < 4; ++i) {
         KLabel* l = label(notes[i], notes[i]);

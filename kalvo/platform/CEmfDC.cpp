@@ -66,7 +66,9 @@ constexpr std::size_t MAX_OBJECTS = 256;
 constexpr int REF_WIDTH = 1920;
 constexpr int REF_HEIGHT = 1080;
 
-int hundredthsOfMm(int pixels) { return static_cast<int>(std::lround(pixels * 2540.0 / 96.0)); }
+int hundredthsOfMm(int pixels) {
+    return static_cast<int>(std::lround(pixels * 2540.0 / 96.0));
+}
 
 // UTF-8 to UTF-16 code units; a malformed byte stands for itself (Latin-1), so that bytes
 // of older single-byte texts still show.
@@ -274,7 +276,8 @@ private:
     int penMargin(const CDC::State& s) const {
         if (s.pen.GetStyle() == PS_NULL) return 0;
         return static_cast<int>(std::ceil(s.pen.GetWidth() * std::fabs(s.viewportExt.cx) /
-                                          std::fabs(s.windowExt.cx) / 2)) + 1;
+                                          std::fabs(s.windowExt.cx) / 2)) +
+               1;
     }
 
     // Objects: created once per distinct value, selected by handle.
@@ -354,8 +357,8 @@ private:
                         COLORREF c = p.GetPixel(x, y);
                         if (c == CLR_INVALID) c = 0xFFFFFF;
                         if (mono) c = c == 0 ? s.textColor : s.bkColor;
-                        const std::uint32_t bgr = (GetRValue(c) << 16) | (GetGValue(c) << 8) |
-                                                  GetBValue(c);
+                        const std::uint32_t bgr =
+                            (GetRValue(c) << 16) | (GetGValue(c) << 8) | GetBValue(c);
                         pixels.push_back(bgr);
                         std::snprintf(key, sizeof key, "%x,", bgr);
                         k += key;
@@ -449,11 +452,10 @@ private:
     void sync(const CDC::State& s, const CPen& pen, const CBrush& brush, unsigned textAlign) {
         CDC::State& w = written_.state;
         if (w.clipped) {
-            const bool narrower = s.clipped && (s.clip.IsRectEmpty() ||
-                                                (s.clip.left >= w.clip.left &&
-                                                 s.clip.top >= w.clip.top &&
-                                                 s.clip.right <= w.clip.right &&
-                                                 s.clip.bottom <= w.clip.bottom));
+            const bool narrower =
+                s.clipped && (s.clip.IsRectEmpty() ||
+                              (s.clip.left >= w.clip.left && s.clip.top >= w.clip.top &&
+                               s.clip.right <= w.clip.right && s.clip.bottom <= w.clip.bottom));
             if (!narrower) {
                 simple(EMR_RESTOREDC, static_cast<std::uint32_t>(-1));
                 written_ = *saved_;
@@ -509,8 +511,8 @@ private:
             if (s.clip.IsRectEmpty()) {
                 rect(CRect());
             } else {
-                rect(CRect(toLogX(w, s.clip.left), toLogY(w, s.clip.top),
-                           toLogX(w, s.clip.right), toLogY(w, s.clip.bottom)));
+                rect(CRect(toLogX(w, s.clip.left), toLogY(w, s.clip.top), toLogX(w, s.clip.right),
+                           toLogY(w, s.clip.bottom)));
             }
             w.clipped = true;
             w.clip = s.clip;
@@ -635,8 +637,8 @@ private:
             f32(1);
             f32(0);
             f32(0);
-            u32(0);  // source background colour
-            u32(0);  // usage
+            u32(0);                              // source background colour
+            u32(0);                              // usage
             for (int i = 0; i < 4; ++i) u32(0);  // no bitmap
         } else {
             const int w = b.GetWidth();
@@ -669,12 +671,11 @@ private:
         switch (e.call) {
             case Call::LineTo: {
                 sync(s);
-                if (!positionKnown_ || written_.state.position != e.points[0]) {
+                if (written_.state.position != e.points[0]) {
                     pointRecord(EMR_MOVETOEX, e.points[0]);
                 }
                 pointRecord(EMR_LINETO, e.points[1]);
                 written_.state.position = e.points[1];
-                positionKnown_ = true;
                 CRect r(e.points[0], e.points[1]);
                 r.NormalizeRect();
                 touch(s, CRect(r.left, r.top, r.right + 1, r.bottom + 1), penMargin(s));
@@ -716,8 +717,8 @@ private:
                 end(EMR_SETPIXELV);
                 point(e.points[0]);
                 u32(e.color);
-                touch(s, CRect(e.points[0].x, e.points[0].y, e.points[0].x + 1,
-                               e.points[0].y + 1), 0);
+                touch(s, CRect(e.points[0].x, e.points[0].y, e.points[0].x + 1, e.points[0].y + 1),
+                      0);
                 break;
             case Call::TextOut:
                 text(s, e.points[0], e.text, nullptr, s.textAlign);
@@ -745,7 +746,6 @@ private:
     CRect bounds_;
     Written written_;
     std::unique_ptr<Written> saved_;
-    bool positionKnown_ = true;  // the player starts at (0, 0), as the state does
     std::vector<Object> objects_;
     std::map<std::string, std::uint32_t> handles_;
     unsigned long clock_ = 0;
@@ -757,7 +757,9 @@ CEmfDC::CEmfDC(CSize size) : CRecordingDC(size) {}
 
 CEmfDC::~CEmfDC() = default;
 
-std::string CEmfDC::ToEMF() const { return EmfEncoder(GetDeviceSize()).encode(GetEntries()); }
+std::string CEmfDC::ToEMF() const {
+    return EmfEncoder(GetDeviceSize()).encode(GetEntries());
+}
 
 bool CEmfDC::Save(const char* path) const {
     if (path == nullptr) return false;

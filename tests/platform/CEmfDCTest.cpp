@@ -25,7 +25,9 @@ std::uint32_t u32(const std::string& b, std::size_t at) {
     for (int i = 3; i >= 0; --i) v = v << 8 | static_cast<unsigned char>(b[at + i]);
     return v;
 }
-int i32(const std::string& b, std::size_t at) { return static_cast<int>(u32(b, at)); }
+int i32(const std::string& b, std::size_t at) {
+    return static_cast<int>(u32(b, at));
+}
 
 struct Parsed {
     std::vector<Record> records;
@@ -73,10 +75,27 @@ Parsed parse(const std::string& b) {
 
 // Record types, as the format numbers them.
 enum : std::uint32_t {
-    POLYGON = 3, POLYLINE = 4, SETWINDOWORGEX = 10, SETPIXELV = 15, SETTEXTCOLOR = 24,
-    MOVETOEX = 27, INTERSECTCLIPRECT = 30, SAVEDC = 33, RESTOREDC = 34, SELECTOBJECT = 37,
-    CREATEPEN = 38, CREATEBRUSH = 39, ELLIPSE = 42, RECTANGLE = 43, ARC = 45, CHORD = 46,
-    PIE = 47, LINETO = 54, STRETCHDIBITS = 81, CREATEFONT = 82, EXTTEXTOUTW = 84,
+    POLYGON = 3,
+    POLYLINE = 4,
+    SETWINDOWORGEX = 10,
+    SETPIXELV = 15,
+    SETTEXTCOLOR = 24,
+    MOVETOEX = 27,
+    INTERSECTCLIPRECT = 30,
+    SAVEDC = 33,
+    RESTOREDC = 34,
+    SELECTOBJECT = 37,
+    CREATEPEN = 38,
+    CREATEBRUSH = 39,
+    ELLIPSE = 42,
+    RECTANGLE = 43,
+    ARC = 45,
+    CHORD = 46,
+    PIE = 47,
+    LINETO = 54,
+    STRETCHDIBITS = 81,
+    CREATEFONT = 82,
+    EXTTEXTOUTW = 84,
     CREATEPATTERNBRUSH = 94,
 };
 

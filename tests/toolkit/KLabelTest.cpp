@@ -36,7 +36,8 @@ std::vector<std::string> drawing(const CRecordingDC& dc) {
                 break;
             case CDC::Call::Polygon: {
                 std::string p = "polygon";
-                for (CPoint q : e.points) p += " " + std::to_string(q.x) + "," + std::to_string(q.y);
+                for (CPoint q : e.points)
+                    p += " " + std::to_string(q.x) + "," + std::to_string(q.y);
                 out.push_back(p);
                 continue;
             }

@@ -59,7 +59,10 @@ TEST(KGridBagLayout, placesRectanglesOnTheGridAtSeveralSizes) {
     EXPECT_EQ(reversed->getBounds(), CRect(80, 10, 240, 190)) << "normalised";
     EXPECT_EQ(fraction->getBounds(), CRect(50, 0, 101, 100)) << "25.25 * 4 + 0.5 = 101.5";
 
-    const struct { int w, h; CRect expected; } sizes[] = {
+    const struct {
+        int w, h;
+        CRect expected;
+    } sizes[] = {
         {200, 100, CRect(40, 5, 120, 95)},
         {1000, 500, CRect(200, 25, 600, 475)},
         {33, 17, CRect(7, 1, 20, 16)},  // 7.1, 1.35, 20.3, 16.65 truncated
@@ -190,7 +193,7 @@ TEST(KGridLayout, equalCellsRowByRow) {
     p->setLayout(new KGridLayout(2, 3, 10, 5));
     p->setSize(302, 105);
     p->doLayout();
-    EXPECT_EQ(c[0]->getBounds(), CRect(0, 0, 94, 50));   // 282 = 94 + 94 + 94
+    EXPECT_EQ(c[0]->getBounds(), CRect(0, 0, 94, 50));  // 282 = 94 + 94 + 94
     EXPECT_EQ(c[1]->getBounds(), CRect(104, 0, 198, 50));
     EXPECT_EQ(c[5]->getBounds(), CRect(208, 55, 302, 105));
     p->setSize(301, 100);

@@ -17,14 +17,14 @@ void KBagLayout::layoutContainer(KContainer* container) {
         CRect common;
         if (common.IntersectRect(bounds, client) || client.IsRectEmpty()) continue;
         // Moved just far enough to lie inside again, top-left first when it is too big.
-        const int dx = bounds.right <= client.left  ? client.left - bounds.left
-                       : bounds.left >= client.right ? std::max(client.right - bounds.right,
-                                                                client.left - bounds.left)
-                                                     : 0;
-        const int dy = bounds.bottom <= client.top  ? client.top - bounds.top
-                       : bounds.top >= client.bottom ? std::max(client.bottom - bounds.bottom,
-                                                                client.top - bounds.top)
-                                                     : 0;
+        const int dx = bounds.right <= client.left ? client.left - bounds.left
+                       : bounds.left >= client.right
+                           ? std::max(client.right - bounds.right, client.left - bounds.left)
+                           : 0;
+        const int dy = bounds.bottom <= client.top ? client.top - bounds.top
+                       : bounds.top >= client.bottom
+                           ? std::max(client.bottom - bounds.bottom, client.top - bounds.top)
+                           : 0;
         bounds.OffsetRect(dx, dy);
         child->setBounds(bounds);
     }

@@ -72,8 +72,7 @@ void KBorderLayout::layoutContainer(KContainer* container) {
     }
     if (KComponent* south = region(SOUTH)) {
         if (bottom_ >= 1) {
-            south->setBounds(
-                CRect(c.left + left_, c.bottom - bottom_, c.right - right_, c.bottom));
+            south->setBounds(CRect(c.left + left_, c.bottom - bottom_, c.right - right_, c.bottom));
         } else {
             south->setVisible(false);
         }
@@ -126,8 +125,7 @@ void KBorderLayout::Serialize(KArchive& archive) {
 
 void KBorderLayout::copy(const KObject& other) {
     KLayout::copy(other);
-    if (const KBorderLayout* border =
-            k_dynamic_cast<KBorderLayout>(const_cast<KObject*>(&other))) {
+    if (const KBorderLayout* border = k_dynamic_cast<KBorderLayout>(const_cast<KObject*>(&other))) {
         left_ = border->left_;
         top_ = border->top_;
         right_ = border->right_;

@@ -32,9 +32,13 @@ CSize KFlowLayout::oneRow(KContainer* container, bool preferred) const {
     return CSize(size.cx + insets.left + insets.right, size.cy + insets.top + insets.bottom);
 }
 
-CSize KFlowLayout::minimumLayoutSize(KContainer* container) { return oneRow(container, false); }
+CSize KFlowLayout::minimumLayoutSize(KContainer* container) {
+    return oneRow(container, false);
+}
 
-CSize KFlowLayout::preferredLayoutSize(KContainer* container) { return oneRow(container, true); }
+CSize KFlowLayout::preferredLayoutSize(KContainer* container) {
+    return oneRow(container, true);
+}
 
 void KFlowLayout::layoutContainer(KContainer* container) {
     if (container == nullptr) return;

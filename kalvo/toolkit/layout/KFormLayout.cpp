@@ -52,9 +52,9 @@ CSize KFormLayout::layoutSize(KContainer* container, bool preferred) {
     }
     const CRect insets = container->getInsets();
     const int gaps = rows.empty() ? 0 : static_cast<int>(rows.size() - 1) * getVertGap();
-    return CSize(insets.left + insets.right + labelWidth + (fieldWidth > 0 ? getHorzGap() : 0) +
-                     fieldWidth,
-                 insets.top + insets.bottom + height + gaps);
+    return CSize(
+        insets.left + insets.right + labelWidth + (fieldWidth > 0 ? getHorzGap() : 0) + fieldWidth,
+        insets.top + insets.bottom + height + gaps);
 }
 
 CSize KFormLayout::minimumLayoutSize(KContainer* container) {
@@ -76,8 +76,7 @@ void KFormLayout::layoutContainer(KContainer* container) {
     const int fieldRight = std::max(client.right, fieldLeft);
     int y = client.top;
     for (const Row& row : rows) {
-        const int height =
-            std::max(row.label->getPreferredSize().cy, sizeOf(row.field, true).cy);
+        const int height = std::max(row.label->getPreferredSize().cy, sizeOf(row.field, true).cy);
         row.label->setBounds(CRect(client.left, y, client.left + labelWidth, y + height));
         if (row.field != nullptr) row.field->setBounds(CRect(fieldLeft, y, fieldRight, y + height));
         y += height + getVertGap();

@@ -56,7 +56,8 @@ void KGridBagLayout::layoutContainer(KContainer* container) {
         KComponent* child = container->findComponent(table_.getKey(i).c_str());
         const KString constraint = table_.getValue(i);
         double field[4];
-        if (child == nullptr || constraint.isEmpty() || !parseConstraint(constraint.c_str(), field)) {
+        if (child == nullptr || constraint.isEmpty() ||
+            !parseConstraint(constraint.c_str(), field)) {
             continue;
         }
         CRect r(static_cast<int>(field[0] * cellWidth + 0.5),
@@ -82,8 +83,7 @@ void KGridBagLayout::Serialize(KArchive& archive) {
 
 void KGridBagLayout::copy(const KObject& other) {
     KLayout::copy(other);
-    if (const KGridBagLayout* bag =
-            k_dynamic_cast<KGridBagLayout>(const_cast<KObject*>(&other))) {
+    if (const KGridBagLayout* bag = k_dynamic_cast<KGridBagLayout>(const_cast<KObject*>(&other))) {
         columns_ = bag->columns_;
         rows_ = bag->rows_;
         table_ = bag->table_;

@@ -22,7 +22,8 @@ public:
     void addLayoutComponent(KComponent* component, const char* constraint) override;
     void layoutContainer(KContainer* container) override;
 
-    // After the gaps: version 1, the constraint table.
+    // After the gaps: version 1, the constraint table. The grid itself is not part of the
+    // stored form: a loaded layout has the default grid of 100 by 100.
     void Serialize(KArchive& archive) override;
     void copy(const KObject& other) override;
 

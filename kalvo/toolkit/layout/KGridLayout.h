@@ -6,7 +6,8 @@
 // list order. With both counts given the grid is fixed; with one of them 0 that one grows
 // to hold every child (rows 0: as many rows of the given columns as needed); with both 0
 // the children stand in one row. Cells split the client area less the gaps between them;
-// pixels that do not divide evenly go one each to the first cells.
+// pixels that do not divide evenly go one each to the first cells. Children beyond the cells
+// of a fixed grid are not moved.
 class KGridLayout : public KLayout {
     K_DECLARE_CLASS(KGridLayout);
 

@@ -35,8 +35,8 @@ KLabel::~KLabel() {
 }
 
 const char* KLabel::getGlyphName(int index) {
-    static const char* const names[GLYPH_COUNT] = {"Circle",       "Square",         "Triangle",
-                                                   "Solid Circle", "Solid Square",   "Solid Triangle",
+    static const char* const names[GLYPH_COUNT] = {"Circle",       "Square",       "Triangle",
+                                                   "Solid Circle", "Solid Square", "Solid Triangle",
                                                    "Crossing"};
     return index >= 0 && index < GLYPH_COUNT ? names[index] : nullptr;
 }
@@ -118,9 +118,9 @@ CSize KLabel::getMinimumSize() const {
         width += mark.cx + (text.cx > 0 ? MARK_GAP : 0);
     }
     const CSize least = KComponent::getMinimumSize();
-    return CSize(std::max(least.cx, width + frame + insets.left + insets.right),
-                 std::max(least.cy, std::max(text.cy, mark.cy) + frame + insets.top +
-                                        insets.bottom));
+    return CSize(
+        std::max(least.cx, width + frame + insets.left + insets.right),
+        std::max(least.cy, std::max(text.cy, mark.cy) + frame + insets.top + insets.bottom));
 }
 
 void KLabel::paint(KGraphics& graphics) {
@@ -187,12 +187,13 @@ void KLabel::drawForeground(KGraphics& graphics) {
     const COLORREF color = dc->SetTextColor(textColor_);
     unsigned format = DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS;
     if (!beside) {
-        format |= horizontalAlignment_ == CENTER ? DT_CENTER
+        format |= horizontalAlignment_ == CENTER  ? DT_CENTER
                   : horizontalAlignment_ == RIGHT ? DT_RIGHT
                                                   : DT_LEFT;
     }
-    format |= verticalAlignment_ == TOP ? DT_TOP : verticalAlignment_ == BOTTOM ? DT_BOTTOM
-                                                                                : DT_VCENTER;
+    format |= verticalAlignment_ == TOP      ? DT_TOP
+              : verticalAlignment_ == BOTTOM ? DT_BOTTOM
+                                             : DT_VCENTER;
     dc->DrawText(text_.c_str(), &textRect, format);
     dc->SetTextColor(color);
     dc->SetBkMode(mode);
@@ -309,9 +310,8 @@ void KLabel::Serialize(KArchive& ar) {
     std::int16_t imageIndex, fillStyle;
     std::int32_t horizontal, vertical, constraint;
     std::uint32_t background, imageColor, textColor;
-    ar >> border_ >> glyph_ >> glyphSize_ >> hatchGlyph_ >> imageIndex >> fillStyle >>
-        horizontal >> vertical >> constraint >> background >> imageColor >> textColor >>
-        userBackground_;
+    ar >> border_ >> glyph_ >> glyphSize_ >> hatchGlyph_ >> imageIndex >> fillStyle >> horizontal >>
+        vertical >> constraint >> background >> imageColor >> textColor >> userBackground_;
     setImageIndex(imageIndex);
     setFillStyle(fillStyle);
     setHorizontalAlignment(horizontal);

@@ -18,8 +18,17 @@ class KLabel : public KComponent {
 
 public:
     // Glyph indices; their names are getGlyphName's.
-    enum Glyph { NO_GLYPH = -1, CIRCLE, SQUARE, TRIANGLE, SOLID_CIRCLE, SOLID_SQUARE,
-                 SOLID_TRIANGLE, CROSSING, GLYPH_COUNT };
+    enum Glyph {
+        NO_GLYPH = -1,
+        CIRCLE,
+        SQUARE,
+        TRIANGLE,
+        SOLID_CIRCLE,
+        SOLID_SQUARE,
+        SOLID_TRIANGLE,
+        CROSSING,
+        GLYPH_COUNT
+    };
     // Horizontal alignment: LEFT, CENTER, RIGHT; vertical: TOP, CENTER, BOTTOM.
     enum Align { LEFT = 0, TOP = 0, CENTER = 1, RIGHT = 2, BOTTOM = 2 };
     // Where the mark stands: behind the text (centred on its own), left or right of it.
