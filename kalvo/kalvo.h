@@ -30,6 +30,7 @@
 #include <kalvo/platform/CBitmap.h>
 #include <kalvo/platform/CBrush.h>
 #include <kalvo/platform/CCairoDC.h>
+#include <kalvo/platform/CEmfDC.h>
 #include <kalvo/platform/CDC.h>
 #include <kalvo/platform/CFont.h>
 #include <kalvo/platform/CPen.h>
@@ -75,11 +76,19 @@
 #include <kalvo/toolkit/KEvent.h>
 #include <kalvo/toolkit/KFrame.h>
 #include <kalvo/toolkit/KGraphics.h>
+#include <kalvo/toolkit/KImage.h>
 #include <kalvo/toolkit/KImageContext.h>
 #include <kalvo/toolkit/KPainter.h>
 #include <kalvo/toolkit/KPanel.h>
 #include <kalvo/toolkit/KToolkit.h>
+#include <kalvo/toolkit/layout/KBagLayout.h>
+#include <kalvo/toolkit/layout/KBorderLayout.h>
+#include <kalvo/toolkit/layout/KFlowLayout.h>
+#include <kalvo/toolkit/layout/KFormLayout.h>
+#include <kalvo/toolkit/layout/KGridBagLayout.h>
+#include <kalvo/toolkit/layout/KGridLayout.h>
 #include <kalvo/toolkit/layout/KLayout.h>
+#include <kalvo/toolkit/widgets/KLabel.h>
 
 // resources
 #include <kalvo/resources/KImageResource.h>

@@ -8,7 +8,7 @@ CRecordingDC::CRecordingDC(CSize size) : size_(size) {}
 CRecordingDC::~CRecordingDC() = default;
 
 CRecordingDC::Entry& CRecordingDC::add(Call call) {
-    entries_.push_back(Entry{call, state_, {}, {}, {}, 0, 0, {}, {}, 0});
+    entries_.push_back(Entry{call, state_, {}, {}, {}, 0, {}, 0, {}, {}, 0});
     return entries_.back();
 }
 
@@ -75,11 +75,12 @@ void CRecordingDC::doTextOut(int x, int y, const char* text, int count) {
 }
 
 void CRecordingDC::doDrawText(const char* text, int count, const CRect& rect, unsigned format,
-                              const std::vector<TextLine>&) {
+                              const std::vector<TextLine>& lines) {
     Entry& e = add(Call::DrawText);
     e.text.assign(text, count);
     e.rect = rect;
     e.format = format & ~DT_MODIFYSTRING;
+    e.lines = lines;
 }
 
 void CRecordingDC::doBlit(const CRect& destination, const CBitmap& source, const CRect& from,

@@ -21,6 +21,7 @@ public:
         CRect rect;                  // shapes, FillRect, DrawText, blit destinations
         std::string text;            // TextOut, DrawText
         unsigned format = 0;         // DrawText flags
+        std::vector<TextLine> lines; // DrawText: the lines as laid out
         COLORREF color = 0;          // SetPixel
         CBrush brush;                // FillRect
         CBitmap bitmap;              // blits: the copied pixels

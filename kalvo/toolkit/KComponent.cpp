@@ -9,6 +9,7 @@
 
 #include <kalvo/foundation/KArchive.h>
 #include <kalvo/platform/CCairoDC.h>
+#include <kalvo/platform/CEmfDC.h>
 #include <kalvo/platform/KHost.h>
 #include <kalvo/platform/RasterOp.h>
 #include <kalvo/platform/StockObject.h>
@@ -453,19 +454,26 @@ void KComponent::createMetaFile(const char* path) {
     const int width = std::max(1, bounds.Width()), height = std::max(1, bounds.Height());
     const char* dot = path != nullptr ? std::strrchr(path, '.') : nullptr;
     const KString extension(dot);
-    std::unique_ptr<CCairoDC> dc;
+    auto paintOn = [&](CDC* dc) {
+        KGraphics graphics(dc);
+        graphics.setOrigin(bounds.TopLeft());
+        paintAll(graphics);
+    };
     // The one place where a picture's format follows from the file's extension.
+    if (extension.equals(".emf")) {
+        CEmfDC dc(CSize(width, height));
+        paintOn(&dc);
+        if (!dc.Save(path)) throwError(nullptr, "Unable to create metafile.");
+        return;
+    }
+    std::unique_ptr<CCairoDC> dc;
     if (extension.equals(".svg")) {
         dc.reset(CCairoDC::CreateSVG(path, width, height));
     } else if (extension.equals(".pdf")) {
         dc.reset(CCairoDC::CreatePDF(path, width, height));
     }
     if (dc == nullptr) throwError(nullptr, "Unable to create metafile.");
-    {
-        KGraphics graphics(dc.get());
-        graphics.setOrigin(bounds.TopLeft());
-        paintAll(graphics);
-    }
+    paintOn(dc.get());
     dc->Finish();
     if (cairo_surface_status(dc->GetSurface()) != CAIRO_STATUS_SUCCESS) {
         throwError(nullptr, "Unable to create metafile.");

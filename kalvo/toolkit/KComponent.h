@@ -195,7 +195,7 @@ public:
     virtual KGraphics* getGraphics();
     // The same on a given device context whose origin is the host's client origin.
     virtual KGraphics* getGraphics(CDC* dc);
-    // Writes the component's picture by the file's extension (".svg", ".pdf").
+    // Writes the component's picture by the file's extension (".svg", ".pdf", ".emf").
     void createMetaFile(const char* path);
     // Lays out the component (containers their children); nothing for a plain component.
     virtual void layoutAll();

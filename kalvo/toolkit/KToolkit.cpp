@@ -4,12 +4,21 @@
 #include <kalvo/toolkit/KContainer.h>
 #include <kalvo/toolkit/KFrame.h>
 #include <kalvo/toolkit/KPanel.h>
+#include <kalvo/toolkit/layout/KBagLayout.h>
+#include <kalvo/toolkit/layout/KBorderLayout.h>
+#include <kalvo/toolkit/layout/KFlowLayout.h>
+#include <kalvo/toolkit/layout/KFormLayout.h>
+#include <kalvo/toolkit/layout/KGridBagLayout.h>
+#include <kalvo/toolkit/layout/KGridLayout.h>
 #include <kalvo/toolkit/layout/KLayout.h>
+#include <kalvo/toolkit/widgets/KLabel.h>
 
 const KClass* const* KToolkit::getClasses() {
     static const KClass* const classes[] = {
         K_CLASS(KComponent), K_CLASS(KContainer), K_CLASS(KPanel), K_CLASS(KFrame),
-        K_CLASS(KLayout),    nullptr,
+        K_CLASS(KLayout),    K_CLASS(KBagLayout), K_CLASS(KGridLayout), K_CLASS(KFlowLayout),
+        K_CLASS(KBorderLayout), K_CLASS(KGridBagLayout), K_CLASS(KFormLayout), K_CLASS(KLabel),
+        nullptr,
     };
     return classes;
 }

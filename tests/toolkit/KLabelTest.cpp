@@ -1,0 +1,474 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <kalvo/foundation/KArchive.h>
+#include <kalvo/kalvo.h>
+
+namespace {
+
+constexpr COLORREF RED = RGB(255, 0, 0);
+
+// The drawing calls of a recording as text, one per call: "line 1,1 9,9", "ellipse 1,1 9,9
+// hollow", "fill 1,1 9,9", "polygon 6,1 11,11 1,11".
+std::vector<std::string> drawing(const CRecordingDC& dc) {
+    std::vector<std::string> out;
+    char s[160];
+    for (const CRecordingDC::Entry& e : dc.GetEntries()) {
+        const CRect& r = e.rect;
+        switch (e.call) {
+            case CDC::Call::LineTo:
+                std::snprintf(s, sizeof s, "line %d,%d %d,%d", e.points[0].x, e.points[0].y,
+                              e.points[1].x, e.points[1].y);
+                break;
+            case CDC::Call::Ellipse:
+                std::snprintf(s, sizeof s, "ellipse %d,%d %d,%d %s", r.left, r.top, r.right,
+                              r.bottom,
+                              e.state.brush.GetKind() == CBrush::HOLLOW ? "hollow" : "filled");
+                break;
+            case CDC::Call::FillRect:
+                std::snprintf(s, sizeof s, "fill %d,%d %d,%d", r.left, r.top, r.right, r.bottom);
+                break;
+            case CDC::Call::Polygon: {
+                std::string p = "polygon";
+                for (CPoint q : e.points)
+                    p += " " + std::to_string(q.x) + "," + std::to_string(q.y);
+                out.push_back(p);
+                continue;
+            }
+            default:
+                if (e.call >= CDC::Call::LineTo) out.push_back("other");
+                continue;
+        }
+        out.push_back(s);
+    }
+    return out;
+}
+
+using Lines = std::vector<std::string>;
+
+// What drawGlyph draws for the glyph in the rectangle, on the screen or when printing. The
+// pen and brush the calls ran with are checked too: a solid pen of width 1 and a solid brush
+// in the colour (the outlines switch the brush to hollow for the ellipse only).
+Lines glyph(int index, CRect rect, bool printing) {
+    CRecordingDC dc(CSize(200, 200));
+    dc.SetPrinting(printing);
+    KLabel label("l");
+    label.setGlyph(index);
+    KGraphics g(&dc);
+    dc.Clear();
+    label.drawGlyph(g, rect, RED);
+    for (const CRecordingDC::Entry& e : dc.GetEntries()) {
+        if (e.call < CDC::Call::LineTo) continue;
+        EXPECT_EQ(e.state.pen, CPen(PS_SOLID, 1, RED)) << "glyph " << index;
+        if (e.call != CDC::Call::Ellipse || index == KLabel::SOLID_CIRCLE) {
+            EXPECT_EQ(e.state.brush, CBrush(RED)) << "glyph " << index;
+        }
+    }
+    return drawing(dc);
+}
+
+}  // namespace
+
+TEST(KLabel, newLabelDefaults) {
+    KLabel label("volts");
+    EXPECT_EQ(label.getSize(), CSize(108, 36));
+    EXPECT_EQ(label.getGlyphSize(), 27);
+    EXPECT_EQ(label.getGlyph(), -1);
+    EXPECT_TRUE(label.isBorder());
+    EXPECT_FALSE(label.isHatchGlyph());
+    EXPECT_EQ(label.getForeground(), 0xFFFFFFu);
+    EXPECT_EQ(label.getBackground(), 0xFFFFFFu);
+    EXPECT_EQ(label.getTextColor(), 0u);
+    EXPECT_EQ(label.getImageColor(), 0u);
+    EXPECT_EQ(label.getFillStyle(), KLabel::FILL_SOLID);
+    EXPECT_EQ(label.getStretch(), 2);
+    EXPECT_STREQ(label.getMenu().c_str(), "KLabel");
+    EXPECT_EQ(KLabel::getLabelFont().GetHeight(), 14);
+    EXPECT_STREQ(KLabel::getLabelFont().GetFaceName().c_str(), "Arial");
+    EXPECT_EQ(KLabel::getLabelFont().GetWeight(), 400);
+    label.setText("230 kV");
+    label.setLocation(3, 4);
+    EXPECT_STREQ(label.paramString().c_str(), "Name=\"volts\", Origin(3,4), Text=\"230 kV\"");
+
+    const char* names[] = {"Circle",       "Square",         "Triangle", "Solid Circle",
+                           "Solid Square", "Solid Triangle", "Crossing"};
+    for (int i = 0; i < 7; ++i) EXPECT_STREQ(KLabel::getGlyphName(i), names[i]);
+    EXPECT_EQ(KLabel::getGlyphName(-1), nullptr);
+    EXPECT_EQ(KLabel::getGlyphName(7), nullptr);
+
+    // Refused settings leave the values alone.
+    label.setFillStyle(3);
+    label.setHorizontalAlignment(-1);
+    label.setImageConstraint(5);
+    EXPECT_EQ(label.getFillStyle(), KLabel::FILL_SOLID);
+    EXPECT_EQ(label.getHorizontalAlignment(), KLabel::CENTER);
+    EXPECT_EQ(label.getImageConstraint(), KLabel::IMAGE_LEFT);
+}
+
+TEST(KLabel, glyphsAreDrawnExactlyOnTheScreen) {
+    const CRect r(0, 0, 10, 10);  // L = T = 1, R = B = 9
+    EXPECT_EQ(glyph(KLabel::CIRCLE, r, false), Lines{"ellipse 1,1 9,9 hollow"});
+    EXPECT_EQ(glyph(KLabel::SQUARE, r, false),
+              (Lines{"line 1,1 8,1", "line 8,1 8,8", "line 8,8 1,8", "line 1,8 1,1"}));
+    EXPECT_EQ(glyph(KLabel::TRIANGLE, r, false),
+              (Lines{"line 5,1 9,9", "line 5,1 1,9", "line 1,9 9,9"}));
+    EXPECT_EQ(glyph(KLabel::SOLID_CIRCLE, r, false), Lines{"ellipse 1,1 9,9 filled"});
+    EXPECT_EQ(glyph(KLabel::SOLID_SQUARE, r, false), Lines{"fill 1,1 9,9"});
+    EXPECT_EQ(glyph(KLabel::SOLID_TRIANGLE, r, false), Lines{"polygon 5,1 9,9 1,9"});
+    EXPECT_EQ(glyph(KLabel::CROSSING, r, false), (Lines{"line 1,1 9,9", "line 1,8 9,0"}));
+
+    // The apex of a triangle in 0, 0, 12, 12 is (6, 1) = ((1 + 11) / 2, 6 - 5).
+    EXPECT_EQ(glyph(KLabel::TRIANGLE, CRect(0, 0, 12, 12), false),
+              (Lines{"line 6,1 11,11", "line 6,1 1,11", "line 1,11 11,11"}));
+    // The glyph size of a new label, away from the origin; odd sides truncate the halves.
+    EXPECT_EQ(glyph(KLabel::SOLID_TRIANGLE, CRect(20, 30, 47, 57), false),
+              Lines{"polygon 33,31 46,56 21,56"});  // (21 + 46) / 2 = 33; 43 - 12 = 31
+    EXPECT_EQ(glyph(KLabel::CROSSING, CRect(20, 30, 47, 57), false),
+              (Lines{"line 21,31 46,56", "line 21,55 46,30"}));
+    // Tiny and degenerate rectangles are drawn as computed, never refused.
+    EXPECT_EQ(glyph(KLabel::TRIANGLE, CRect(0, 0, 3, 3), false),
+              (Lines{"line 1,1 2,2", "line 1,1 1,2", "line 1,2 2,2"}));
+    EXPECT_EQ(glyph(KLabel::CIRCLE, CRect(5, 5, 6, 6), false), Lines{"ellipse 5,5 6,6 hollow"})
+        << "shrunk past itself: the device context normalises 6, 6, 5, 5";
+}
+
+TEST(KLabel, glyphsWhenPrinting) {
+    const CRect r(0, 0, 10, 10);
+    EXPECT_EQ(glyph(KLabel::CROSSING, r, true), (Lines{"line 1,1 9,9", "line 1,9 9,1"}));
+    EXPECT_EQ(glyph(KLabel::CROSSING, CRect(20, 30, 47, 57), true),
+              (Lines{"line 21,31 46,56", "line 21,56 46,31"}));
+    // Every other glyph is the same on paper as on the screen.
+    for (int index = 0; index < 6; ++index) {
+        for (const CRect& rect : {r, CRect(0, 0, 12, 12), CRect(20, 30, 47, 57)}) {
+            EXPECT_EQ(glyph(index, rect, true), glyph(index, rect, false)) << "glyph " << index;
+        }
+    }
+}
+
+TEST(KLabel, glyphOutsideTheRangeDrawsNothingButSetsTheColour) {
+    for (int index : {-1, 7, 100}) {
+        CRecordingDC dc(CSize(50, 50));
+        KLabel label("l");
+        label.setGlyph(index);
+        KGraphics g(&dc);
+        dc.Clear();
+        label.drawGlyph(g, CRect(0, 0, 10, 10), RED);
+        EXPECT_TRUE(drawing(dc).empty()) << index;
+        EXPECT_EQ(dc.GetCurrentPen(), CPen(PS_SOLID, 1, RED)) << index;
+        EXPECT_EQ(dc.GetCurrentBrush(), CBrush(RED)) << index;
+    }
+    // The solid square is a fill, and fills draw nothing outside copy mode.
+    CRecordingDC dc(CSize(50, 50));
+    KLabel label("l");
+    label.setGlyph(KLabel::SOLID_SQUARE);
+    KGraphics g(&dc);
+    dc.SetROP2(R2_XORPEN);
+    dc.Clear();
+    label.drawGlyph(g, CRect(0, 0, 10, 10), RED);
+    EXPECT_TRUE(drawing(dc).empty());
+}
+
+TEST(KLabel, hatchGlyphIsASquareHatchedInWhite) {
+    const int expected[] = {HS_BDIAGONAL, HS_CROSS, HS_DIAGCROSS};
+    for (int index = 0; index < 3; ++index) {
+        CRecordingDC dc(CSize(50, 50));
+        KLabel label("l");
+        label.setGlyph(index);
+        KGraphics g(&dc);
+        dc.Clear();
+        label.drawHatchGlyph(g, CRect(2, 3, 20, 21), RED);
+        ASSERT_EQ(drawing(dc), Lines{"fill 2,3 20,21"}) << "the whole rectangle, not shrunk";
+        const CRecordingDC::Entry* fill = nullptr;
+        for (const auto& e : dc.GetEntries())
+            if (e.call == CDC::Call::FillRect) fill = &e;
+        EXPECT_EQ(fill->brush, CBrush(expected[index], RGB(255, 255, 255)));
+        EXPECT_EQ(fill->state.bkColor, RED);
+        EXPECT_EQ(fill->state.bkMode, OPAQUE);
+    }
+}
+
+TEST(KLabel, paintsBackgroundBorderMarkAndTextByAlignment) {
+    KLabel label("l");
+    label.setText("Ua");
+    label.setGlyph(KLabel::SQUARE);
+    label.setGlyphSize(12);
+    label.setBackground(RGB(1, 2, 3));
+    label.setTextColor(RGB(0, 0, 255));
+    auto paint = [&](int align) {
+        label.setHorizontalAlignment(align);
+        auto dc = std::make_unique<CRecordingDC>(CSize(200, 100));
+        KGraphics g(dc.get());
+        label.paint(g);
+        return dc;
+    };
+    const CSize text = [] {
+        CRecordingDC m(CSize(1, 1));
+        m.SelectObject(KLabel::getLabelFont());
+        return m.GetTextExtent("Ua");
+    }();
+    // Content: extents 108 x 36 less the border (1) and the padding (2): 3, 3, 105, 33.
+    const int block = 12 + 4 + text.cx;
+    const int lefts[] = {3, 3 + (102 - block) / 2, 105 - block};
+    for (int align = KLabel::LEFT; align <= KLabel::RIGHT; ++align) {
+        auto dc = paint(align);
+        const auto& entries = dc->GetEntries();
+        const CRecordingDC::Entry* fill = nullptr;
+        const CRecordingDC::Entry* text = nullptr;
+        int lines = 0;
+        for (const auto& e : entries) {
+            if (e.call == CDC::Call::FillRect && fill == nullptr && e.brush == CBrush(RGB(1, 2, 3)))
+                fill = &e;
+            if (e.call == CDC::Call::DrawText) text = &e;
+            lines += e.call == CDC::Call::LineTo;
+        }
+        ASSERT_NE(fill, nullptr) << "the label background";
+        EXPECT_EQ(fill->rect, CRect(0, 0, 108, 36));
+        EXPECT_EQ(lines, 4 + 4) << "the border and the square glyph";
+        ASSERT_NE(text, nullptr);
+        EXPECT_STREQ(text->text.c_str(), "Ua");
+        EXPECT_EQ(text->state.textColor, RGB(0, 0, 255));
+        EXPECT_EQ(text->rect.left, lefts[align] + 12 + 4) << "align " << align;
+        EXPECT_EQ(text->state.font, KLabel::getLabelFont());
+        EXPECT_TRUE(text->format & DT_VCENTER);
+        // The glyph's square sits left of the text, centred on the height: 12 high in 30.
+        const CRecordingDC::Entry* first = nullptr;
+        for (const auto& e : entries)
+            if (e.call == CDC::Call::LineTo && e.state.pen.GetColor() == 0 && first == nullptr)
+                first = &e;
+        EXPECT_EQ(first->points[0], CPoint(lefts[align] + 1, 3 + 9 + 1)) << "align " << align;
+    }
+
+    // The border is a frame in the shadow colour along the extents; none without it.
+    label.setGlyph(-1);
+    for (bool border : {true, false}) {
+        label.setBorder(border);
+        CRecordingDC dc(CSize(200, 100));
+        KGraphics g(&dc);
+        label.paint(g);
+        std::vector<std::string> edges;
+        for (const auto& e : dc.GetEntries()) {
+            if (e.call != CDC::Call::LineTo) continue;
+            EXPECT_EQ(e.state.pen.GetColor(), GetSysColor(COLOR_BTNSHADOW));
+            edges.push_back(std::to_string(e.points[1].x) + "," + std::to_string(e.points[1].y));
+        }
+        EXPECT_EQ(edges, border ? (Lines{"107,0", "107,35", "0,35", "0,0"}) : Lines{});
+    }
+    label.setBorder(true);
+    // Text too wide for the label is cut with an ellipsis inside the content.
+    label.setText("A text far too long for a label of six units");
+    CRecordingDC dc(CSize(200, 100));
+    KGraphics g(&dc);
+    label.paint(g);
+    for (const auto& e : dc.GetEntries()) {
+        if (e.call != CDC::Call::DrawText) continue;
+        EXPECT_TRUE(e.format & DT_END_ELLIPSIS);
+        EXPECT_LE(e.rect.right, 105);
+    }
+}
+
+TEST(KLabel, iconsAndImagesStandBesideTheText) {
+    KLabel label("l");
+    label.setImageIndex(2);  // warning
+    label.setImageConstraint(KLabel::IMAGE_RIGHT);
+    label.setHorizontalAlignment(KLabel::RIGHT);
+    label.setText("Trip");
+    CRecordingDC dc(CSize(200, 100));
+    {
+        KGraphics g(&dc);
+        label.paint(g);
+    }
+    const CRecordingDC::Entry* blit = nullptr;
+    for (const auto& e : dc.GetEntries())
+        if (e.call == CDC::Call::StretchBlt) blit = &e;
+    ASSERT_NE(blit, nullptr);
+    EXPECT_EQ(blit->rect, CRect(105 - 16, 10, 105, 26)) << "right-aligned, centred on the height";
+    const KImageResource* icons = KResources::findBitmap("LABEL_ICONS");
+    EXPECT_EQ(blit->bitmap.GetPixel(8, 8), icons->pixel(16 + 8, 8) & 0xFFFFFF)
+        << "the second cell of the strip";
+
+    // An owned image goes with the label; copies get their own.
+    label.setImage(KImage::load("LABEL_ICONS", 0), true);
+    EXPECT_EQ(label.getImage()->getSize(), CSize(16, 16));
+    EXPECT_EQ(KImage::load("LABEL_ICONS", 4), nullptr) << "no fifth cell";
+    EXPECT_EQ(KImage::load("NO_SUCH_BITMAP"), nullptr);
+    KLabel copy("c");
+    copy.copy(label);
+    EXPECT_NE(copy.getImage(), label.getImage());
+    EXPECT_EQ(copy.getImage()->getSource(), label.getImage()->getSource());
+}
+
+TEST(KLabel, minimumSizeHoldsMarkAndText) {
+    KLabel label("l");
+    EXPECT_EQ(label.getMinimumSize(), CSize(9, 9)) << "nothing to show: the component's least";
+    label.setGlyph(KLabel::CIRCLE);
+    EXPECT_EQ(label.getMinimumSize(), CSize(27 + 6, 27 + 6));
+    label.setText("Ib");
+    CRecordingDC m(CSize(1, 1));
+    m.SelectObject(KLabel::getLabelFont());
+    EXPECT_EQ(label.getMinimumSize().cx, 27 + 4 + m.GetTextExtent("Ib").cx + 6);
+    label.setBorder(false);
+    EXPECT_EQ(label.getClientRect(), CRect(0, 0, 108, 36));
+}
+
+TEST(KLabel, storedFormAndCopy) {
+    KLabel label("ia");
+    label.setText("I\xc3\xa4");
+    label.setBorder(false);
+    label.setGlyph(KLabel::SOLID_TRIANGLE);
+    label.setGlyphSize(20);
+    label.setHatchGlyph(true);
+    label.setImageIndex(3);
+    label.setFillStyle(KLabel::FILL_SHADED);
+    label.setHorizontalAlignment(KLabel::RIGHT);
+    label.setVerticalAlignment(KLabel::TOP);
+    label.setImageConstraint(KLabel::IMAGE_CENTER);
+    label.setBackground(RGB(10, 20, 30));
+    label.setImageColor(RGB(40, 50, 60));
+    label.setTextColor(RGB(70, 80, 90));
+    label.setUserBackground(false);
+
+    auto same = [&](const KLabel& other) {
+        EXPECT_STREQ(other.getText().c_str(), "I\xc3\xa4");
+        EXPECT_FALSE(other.isBorder());
+        EXPECT_EQ(other.getGlyph(), KLabel::SOLID_TRIANGLE);
+        EXPECT_EQ(other.getGlyphSize(), 20);
+        EXPECT_TRUE(other.isHatchGlyph());
+        EXPECT_EQ(other.getImageIndex(), 3);
+        EXPECT_EQ(other.getFillStyle(), KLabel::FILL_SHADED);
+        EXPECT_EQ(other.getHorizontalAlignment(), KLabel::RIGHT);
+        EXPECT_EQ(other.getVerticalAlignment(), KLabel::TOP);
+        EXPECT_EQ(other.getImageConstraint(), KLabel::IMAGE_CENTER);
+        EXPECT_EQ(other.getBackground(), RGB(10, 20, 30));
+        EXPECT_EQ(other.getImageColor(), RGB(40, 50, 60));
+        EXPECT_EQ(other.getTextColor(), RGB(70, 80, 90));
+        EXPECT_FALSE(other.isUserBackground());
+        EXPECT_EQ(other.getSize(), CSize(108, 36));
+    };
+    KArchive out;
+    out.writeObject(&label);
+    KArchive in(out.getBuffer());
+    std::unique_ptr<KObject> read(in.readObject(K_CLASS(KComponent)));
+    ASSERT_STREQ(read->getClassName(), "KLabel");
+    same(*static_cast<KLabel*>(read.get()));
+    std::unique_ptr<KObject> cloned(label.clone());
+    same(*static_cast<KLabel*>(cloned.get()));
+    EXPECT_THROW(label.copy(label), KException);
+
+    std::vector<std::uint8_t> bytes = out.getBuffer();
+    bytes.resize(bytes.size() - 2);
+    KArchive cut(bytes);
+    EXPECT_THROW(delete cut.readObject(), KException);
+}
+
+// A frame of nested panels placed by each layout, with labels, stores and loads to an equal
+// tree that lays out the same.
+TEST(KLabel, frameOfLayoutsAndLabelsStoresAndLoadsEqual) {
+    auto frame = std::make_unique<KFrame>("frame");
+    frame->setBounds(CRect(0, 0, 400, 300));
+    frame->setLayout(new KBorderLayout(0, 40, 0, 30));
+    auto* client = new KPanel("client");
+    frame->add(client, "Center");
+    auto* title = new KLabel("title");
+    title->setText("Feeder 7");
+    frame->add(title, "North");
+    auto* footer = new KPanel("footer");
+    footer->setLayout(new KFlowLayout(KFlowLayout::LEFT, 4, 2));
+    frame->add(footer, "South");
+    client->setLayout(new KGridBagLayout(100, 100));
+    auto* grid = new KPanel("grid");
+    grid->setLayout(new KGridLayout(2, 0, 2, 2));
+    client->add(grid, "0, 0, 50, 100");
+    auto* form = new KPanel("form");
+    form->setLayout(new KFormLayout(4, 4));
+    client->add(form, "50, 0, 100, 100");
+    for (int i = 0; i < 7; ++i) {
+        auto* glyph = new KLabel(KLabel::getGlyphName(i));
+        glyph->setGlyph(i);
+        glyph->setText(KLabel::getGlyphName(i));
+        grid->add(glyph);
+    }
+    for (const char* name : {"Ua", "Ub"}) {
+        auto* l = new KLabel((std::string(name) + "label").c_str());
+        l->setText(name);
+        form->add(l);
+        form->add(new KLabel(name));
+    }
+    auto* bag = new KPanel("bag");
+    bag->setLayout(new KBagLayout());
+    footer->add(bag);
+    frame->layoutAll();
+
+    KArchive out;
+    out.writeObject(frame.get());
+    KArchive in(out.getBuffer());
+    std::unique_ptr<KObject> object(in.readObject());
+    auto* loaded = k_dynamic_cast<KFrame>(object.get());
+    ASSERT_NE(loaded, nullptr);
+    std::vector<KComponent*> before, after;
+    frame->enumComponents(before, nullptr);
+    loaded->layoutAll();
+    loaded->enumComponents(after, nullptr);
+    ASSERT_EQ(before.size(), after.size());
+    for (size_t i = 0; i < before.size(); ++i) {
+        EXPECT_STREQ(before[i]->getClassName(), after[i]->getClassName());
+        EXPECT_STREQ(before[i]->getName().c_str(), after[i]->getName().c_str());
+        EXPECT_EQ(before[i]->getBounds(), after[i]->getBounds()) << before[i]->getName().c_str();
+        if (auto* c = k_dynamic_cast<KContainer>(before[i])) {
+            EXPECT_STREQ(c->getLayout()->getClassName(),
+                         static_cast<KContainer*>(after[i])->getLayout()->getClassName());
+        }
+        if (auto* l = k_dynamic_cast<KLabel>(before[i])) {
+            EXPECT_STREQ(l->getText().c_str(), static_cast<KLabel*>(after[i])->getText().c_str());
+            EXPECT_EQ(l->getGlyph(), static_cast<KLabel*>(after[i])->getGlyph());
+        }
+    }
+    EXPECT_EQ(loaded->findComponent("client.grid.Crossing")->getBounds(),
+              frame->findComponent("client.grid.Crossing")->getBounds());
+}
+
+TEST(KLabel, enhancedMetafileOfALabel) {
+    KLabel label("l");
+    label.setText("Uc");
+    label.setGlyph(KLabel::SOLID_CIRCLE);
+    label.setBounds(CRect(50, 60, 158, 96));
+    const std::string path = ::testing::TempDir() + "kalvo_label.emf";
+    label.createMetaFile(path.c_str());
+    std::ifstream in(path, std::ios::binary);
+    const std::string b((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::remove(path.c_str());
+    ASSERT_GE(b.size(), 108u);
+    auto u32 = [&](size_t at) {
+        return static_cast<unsigned>(static_cast<unsigned char>(b[at])) |
+               static_cast<unsigned>(static_cast<unsigned char>(b[at + 1])) << 8 |
+               static_cast<unsigned>(static_cast<unsigned char>(b[at + 2])) << 16 |
+               static_cast<unsigned>(static_cast<unsigned char>(b[at + 3])) << 24;
+    };
+    EXPECT_EQ(u32(0), 1u);
+    EXPECT_EQ(u32(48), b.size());
+    // The picture is the label alone, drawn from its own top-left: bounds 0, 0 to 107, 35.
+    EXPECT_EQ(u32(8), 0u);
+    EXPECT_EQ(u32(12), 0u);
+    EXPECT_EQ(u32(16), 107u);
+    EXPECT_EQ(u32(20), 35u);
+    int ellipses = 0, texts = 0;
+    size_t at = 0;
+    unsigned last = 0;
+    while (at + 8 <= b.size()) {
+        last = u32(at);
+        ellipses += last == 42;
+        texts += last == 84;
+        ASSERT_GE(u32(at + 4), 8u);
+        at += u32(at + 4);
+    }
+    EXPECT_EQ(at, b.size());
+    EXPECT_EQ(last, 14u);
+    EXPECT_EQ(ellipses, 1);
+    EXPECT_EQ(texts, 1);
+    EXPECT_THROW(label.createMetaFile("/nonexistent-folder/label.emf"), KException);
+}
