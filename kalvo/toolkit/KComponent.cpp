@@ -98,7 +98,6 @@ KComponent::KComponent(const char* name)
     : extents_(0, 0, getUnitSize(), getUnitSize()), name_(name) {
     flags_.set(FLAG_OPAQUE);
     flags_.set(FLAG_PRINTABLE);
-    menu_ = getClassName();
     if (instanceCount_++ == 0) {
         blackPen_ = CPen::Stock(BLACK_PEN);
         whiteBrush_ = CBrush::Stock(WHITE_BRUSH);
@@ -223,9 +222,15 @@ bool KComponent::isXORDraw() const {
 
 KString KComponent::getTooltipText(CPoint) const { return tooltip_; }
 
-void KComponent::setMenu(const char* menu) { menu_ = menu; }
+void KComponent::setMenu(const char* menu) {
+    menu_ = menu;
+    menuByClass_ = false;
+}
 
-void KComponent::setMenu(int id) { menu_.format("%d", id); }
+void KComponent::setMenu(int id) {
+    menu_.format("%d", id);
+    menuByClass_ = false;
+}
 
 // Family.
 
@@ -541,12 +546,13 @@ void KComponent::processKeyEvent(KEvent& event) {
 }
 
 void KComponent::processMenuEvent(KEvent& event) {
-    if (menu_.isEmpty()) return;
-    const KMenuResource* menu = std::isdigit(static_cast<unsigned char>(menu_[0]))
-                                    ? KMenuResource::find(static_cast<unsigned>(std::atoi(menu_.c_str())))
-                                    : KMenuResource::find(menu_.c_str());
+    const KString name = getMenu();
+    if (name.isEmpty()) return;
+    const KMenuResource* menu = std::isdigit(static_cast<unsigned char>(name[0]))
+                                    ? KMenuResource::find(static_cast<unsigned>(std::atoi(name.c_str())))
+                                    : KMenuResource::find(name.c_str());
     const KMenuResource::Item* popup = menu != nullptr ? menu->getPopup() : nullptr;
-    if (popup == nullptr) throwError(nullptr, "Unresolved menu -> '%s'", menu_.c_str());
+    if (popup == nullptr) throwError(nullptr, "Unresolved menu -> '%s'", name.c_str());
     event.consume();
     KHost* host = getCanvas();
     if (host == nullptr) return;
@@ -763,7 +769,7 @@ void KComponent::copy(const KObject& other) {
     clipChildren_ = c->clipChildren_;
     insets_ = c->insets_;
     flags_ = c->flags_;
-    menu_ = c->menu_;
+    setMenu(c->getMenu().c_str());
 }
 
 namespace {
@@ -811,7 +817,7 @@ void KComponent::Serialize(KArchive& ar) {
         enumListeners(ids);
         ar << static_cast<std::int32_t>(ids.size());
         for (std::uint32_t id : ids) ar << id;
-        ar.writeString(menu_);
+        ar.writeString(getMenu());
         return;
     }
     std::int32_t version = 0;
@@ -848,7 +854,7 @@ void KComponent::Serialize(KArchive& ar) {
             pendingListeners_.push_back(id);
         }
     }
-    if (version >= 2) menu_ = ar.readString();
+    if (version >= 2) setMenu(ar.readString().c_str());
     // A plain component loaded on its own can only listen to itself.
     if (!SerialScope::isNested() && !isKindOf(K_CLASS(KContainer))) resolveAll();
 }

@@ -120,7 +120,8 @@ public:
     // Null or empty clears the menu name; a number becomes its decimal text.
     void setMenu(const char* menu);
     void setMenu(int id);
-    const KString& getMenu() const { return menu_; }
+    // The class name until a menu is set: a base constructor cannot know the final class.
+    KString getMenu() const { return menuByClass_ ? KString(getClassName()) : menu_; }
     // Two integers of the component kept for subclasses: the tag is stored and copied,
     // the data stored only.
     int getTag() const { return tag_; }
@@ -291,6 +292,7 @@ private:
     CRect extents_;
     KString name_;
     KString menu_;
+    bool menuByClass_ = true;
     KString tooltip_;
     bool visible_ = true;
     bool enabled_ = true;

@@ -31,7 +31,6 @@ struct LoadingMark {
 KContainer::KContainer(const char* name) : KComponent(name), layout_(new KLayout()) {
     children_.reserve(10);
     setClipChildren(true);
-    setMenu(getClassName());
     ++containerCount_;
 }
 

@@ -2,10 +2,7 @@
 
 K_IMPLEMENT_CLASS(KFrame, KContainer, 1)
 
-KFrame::KFrame(const char* name) : KContainer(name) {
-    setStretch(3);
-    setMenu(getClassName());
-}
+KFrame::KFrame(const char* name) : KContainer(name) { setStretch(3); }
 
 KContainer* KFrame::getClient() const {
     KContainer* client = findContainer("client");

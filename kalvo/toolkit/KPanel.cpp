@@ -10,7 +10,7 @@ namespace {
 constexpr std::int32_t STORED_VERSION = 1;
 }
 
-KPanel::KPanel(const char* name) : KContainer(name) { setMenu(getClassName()); }
+KPanel::KPanel(const char* name) : KContainer(name) {}
 
 void KPanel::copy(const KObject& other) {
     KContainer::copy(other);

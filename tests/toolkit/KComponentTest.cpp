@@ -8,6 +8,7 @@
 #include <kalvo/foundation/KArchive.h>
 #include <kalvo/platform/CRecordingDC.h>
 #include <kalvo/toolkit/KComponent.h>
+#include <kalvo/toolkit/KFrame.h>
 #include <kalvo/toolkit/KGraphics.h>
 #include <kalvo/toolkit/KPanel.h>
 
@@ -390,4 +391,18 @@ TEST(KComponentTest, ListenersHearActions) {
     source.removeListener(&listener);
     source.actionEvent("update");
     EXPECT_EQ(listener.heard.size(), 2u);
+}
+
+// A component's menu is named after its own class, whichever constructor runs last, until
+// one is set; setting one (even empty) sticks through copies and the stored form.
+TEST(KComponent, menuDefaultsToTheMostDerivedClass) {
+    KPanel panel("p");
+    KFrame frame("f");
+    EXPECT_STREQ(panel.getMenu().c_str(), "KPanel");
+    EXPECT_STREQ(frame.getMenu().c_str(), "KFrame");
+    panel.setMenu("");
+    EXPECT_TRUE(panel.getMenu().isEmpty());
+    KPanel other("o");
+    other.copy(panel);
+    EXPECT_TRUE(other.getMenu().isEmpty());
 }

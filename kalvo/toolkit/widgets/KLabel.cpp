@@ -26,7 +26,6 @@ KLabel::KLabel(const char* name) : KComponent(name), glyphSize_(getUnitSize() * 
     KComponent::setForeground(0xFFFFFF);
     fillStyle_ = FILL_SOLID;
     setStretch(2);
-    setMenu(getClassName());
     getLabelFont();
 }
 
