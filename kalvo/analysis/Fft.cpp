@@ -14,9 +14,8 @@
 // digit-reversed order and a final permutation puts them in natural order.
 //
 // Rotation factors are computed once per length with sin/cos (no recurrence, so long
-// factors stay accurate) and kept, stage by stage, as contiguous tables in which the factors
-// of output j run along the butterfly index k, so that the butterfly loops read data and
-// rotations with unit stride.
+// factors stay accurate) and kept, stage by stage, in tables ordered the way the passes read
+// them (see rotationIndex), so that the butterfly loops read data and rotations in sequence.
 
 namespace {
 
@@ -208,6 +207,18 @@ void buildPermutation(size_t n) {
     scratch.permCount = used;
 }
 
+// Where the rotations of butterfly k of a stage with p - 1 rotations per butterfly begin.
+// Two neighbouring butterflies interleave theirs, so that a pass reads one stream of
+// rotations in each table, and rotation j of butterfly k lies at rotationIndex(k) + 2 * (j - 1).
+inline size_t rotationIndex(size_t k, size_t perButterfly) {
+    return (k & ~size_t{1}) * perButterfly + (k & 1);
+}
+
+// Table entries of a stage of radix p with mp butterflies per sub-sequence.
+size_t stageTableSize(size_t p, size_t mp) {
+    return (p - 1) * (mp + (mp & 1));
+}
+
 void fillRotations(size_t n, int sign) {
     size_t m = n;
     size_t base = 0;
@@ -217,16 +228,15 @@ void fillRotations(size_t n, int sign) {
         scratch.stageBase[s] = base;
         if (s + 1 < scratch.factorCount) {
             const double step = sign * kTwoPi / static_cast<double>(m);
-            for (size_t j = 1; j < p; ++j) {
-                double* re = scratch.rotRe + base + (j - 1) * mp;
-                double* im = scratch.rotIm + base + (j - 1) * mp;
-                for (size_t k = 0; k < mp; ++k) {
+            for (size_t k = 0; k < mp; ++k) {
+                const size_t at = base + rotationIndex(k, p - 1);
+                for (size_t j = 1; j < p; ++j) {
                     const double angle = step * static_cast<double>(j * k);
-                    re[k] = std::cos(angle);
-                    im[k] = std::sin(angle);
+                    scratch.rotRe[at + 2 * (j - 1)] = std::cos(angle);
+                    scratch.rotIm[at + 2 * (j - 1)] = std::sin(angle);
                 }
             }
-            base += (p - 1) * mp;
+            base += stageTableSize(p, mp);
         }
         m = mp;
     }
@@ -265,7 +275,7 @@ bool preparePlan(size_t n, int sign, size_t rotHint, size_t permHint) {
         size_t m = n;
         for (int s = 0; s < count; ++s) {
             const size_t p = static_cast<size_t>(factors[s]);
-            if (s + 1 < count) rotNeed += (p - 1) * (m / p);
+            if (s + 1 < count) rotNeed += stageTableSize(p, m / p);
             if (isGeneralOdd(factors[s])) {
                 rotNeed += p;
                 if (p > tmpNeed) tmpNeed = p;
@@ -296,8 +306,8 @@ bool preparePlan(size_t n, int sign, size_t rotHint, size_t permHint) {
 // Butterflies. A kernel's butterfly() computes one butterfly with V = double, or two
 // neighbouring ones at once with V = Pair (two doubles in one vector register). Its p points
 // start at data index k0 and lie `span` apart. With rotations (Rotate), output j > 0 is
-// multiplied by the rotation at wr/wi[(j - 1) * col + w]; for a pair that is two
-// neighbouring rotations, or one shared by both butterflies (Shared).
+// multiplied by the rotation at wr/wi[w + 2 * (j - 1)]; for a pair that is two neighbouring
+// rotations, or one shared by both butterflies (Shared).
 
 typedef double Pair __attribute__((vector_size(16)));
 
@@ -342,10 +352,11 @@ inline void rotateStore(double* __restrict re, double* __restrict im, size_t k, 
 
 #define FFT_BUTTERFLY_ARGS                                                \
     double *__restrict re, double *__restrict im, size_t k0, size_t span, \
-        const double *__restrict wr, const double *__restrict wi, size_t w, size_t col
+        const double *__restrict wr, const double *__restrict wi, size_t w
 
 struct Radix2 {
     static constexpr bool kPairs = true;
+    static constexpr size_t rotationCount() { return 1; }
 
     template <class V, bool Rotate, bool Shared>
     void butterfly(FFT_BUTTERFLY_ARGS) const {
@@ -360,12 +371,12 @@ struct Radix2 {
             store(re + k1, ar - br);
             store(im + k1, ai - bi);
         }
-        (void)col;
     }
 };
 
 struct Radix3 {
     static constexpr bool kPairs = true;
+    static constexpr size_t rotationCount() { return 2; }
     double s120;  // sin 120 degrees, signed with the direction
 
     template <class V, bool Rotate, bool Shared>
@@ -382,7 +393,7 @@ struct Radix3 {
         const V tr = ar - 0.5 * sr, ti = ai - 0.5 * si;
         if constexpr (Rotate) {
             rotateStore<V, Shared>(re, im, k1, tr - di, ti + dr, wr, wi, w);
-            rotateStore<V, Shared>(re, im, k2, tr + di, ti - dr, wr + col, wi + col, w);
+            rotateStore<V, Shared>(re, im, k2, tr + di, ti - dr, wr + 2, wi + 2, w);
         } else {
             store(re + k1, tr - di);
             store(im + k1, ti + dr);
@@ -394,6 +405,7 @@ struct Radix3 {
 
 struct Radix4 {
     static constexpr bool kPairs = true;
+    static constexpr size_t rotationCount() { return 3; }
     double sign;  // +1 or -1: multiplying by sign * i is the quarter turn
 
     template <class V, bool Rotate, bool Shared>
@@ -412,9 +424,8 @@ struct Radix4 {
         store(im + k0, s02i + s13i);
         if constexpr (Rotate) {
             rotateStore<V, Shared>(re, im, k1, d02r - d13i, d02i + d13r, wr, wi, w);
-            rotateStore<V, Shared>(re, im, k2, s02r - s13r, s02i - s13i, wr + col, wi + col, w);
-            rotateStore<V, Shared>(re, im, k3, d02r + d13i, d02i - d13r, wr + 2 * col, wi + 2 * col,
-                                   w);
+            rotateStore<V, Shared>(re, im, k2, s02r - s13r, s02i - s13i, wr + 2, wi + 2, w);
+            rotateStore<V, Shared>(re, im, k3, d02r + d13i, d02i - d13r, wr + 4, wi + 4, w);
         } else {
             store(re + k1, d02r - d13i);
             store(im + k1, d02i + d13r);
@@ -428,6 +439,7 @@ struct Radix4 {
 
 struct Radix5 {
     static constexpr bool kPairs = true;
+    static constexpr size_t rotationCount() { return 4; }
     double c72, s72, c144, s144;  // sines signed with the direction
 
     template <class V, bool Rotate, bool Shared>
@@ -455,9 +467,9 @@ struct Radix5 {
         const V b2i = s144 * d14i - s72 * d23i;
         if constexpr (Rotate) {
             rotateStore<V, Shared>(re, im, k1, a1r - b1i, a1i + b1r, wr, wi, w);
-            rotateStore<V, Shared>(re, im, k2, a2r - b2i, a2i + b2r, wr + col, wi + col, w);
-            rotateStore<V, Shared>(re, im, k3, a2r + b2i, a2i - b2r, wr + 2 * col, wi + 2 * col, w);
-            rotateStore<V, Shared>(re, im, k4, a1r + b1i, a1i - b1r, wr + 3 * col, wi + 3 * col, w);
+            rotateStore<V, Shared>(re, im, k2, a2r - b2i, a2i + b2r, wr + 2, wi + 2, w);
+            rotateStore<V, Shared>(re, im, k3, a2r + b2i, a2i - b2r, wr + 4, wi + 4, w);
+            rotateStore<V, Shared>(re, im, k4, a1r + b1i, a1i - b1r, wr + 6, wi + 6, w);
         } else {
             store(re + k1, a1r - b1i);
             store(im + k1, a1i + b1r);
@@ -476,6 +488,7 @@ struct Radix5 {
 struct OddRadix {
     static constexpr bool kPairs = false;
     size_t p;
+    size_t rotationCount() const { return p - 1; }
     const double* cr;  // cos and signed sin of 2*pi*t/p, t < p
     const double* ci;
     double* sumRe;  // pair sums at [q], differences at [p - q], q = 1 .. (p-1)/2
@@ -513,10 +526,10 @@ struct OddRadix {
             const size_t kj = k0 + j * span;
             const size_t kr = k0 + (p - j) * span;
             if constexpr (Rotate) {
-                rotateStore<double, Shared>(re, im, kj, xr - zi, xi + zr, wr + (j - 1) * col,
-                                            wi + (j - 1) * col, w);
-                rotateStore<double, Shared>(re, im, kr, xr + zi, xi - zr, wr + (p - j - 1) * col,
-                                            wi + (p - j - 1) * col, w);
+                rotateStore<double, Shared>(re, im, kj, xr - zi, xi + zr, wr + 2 * (j - 1),
+                                            wi + 2 * (j - 1), w);
+                rotateStore<double, Shared>(re, im, kr, xr + zi, xi - zr, wr + 2 * (p - j - 1),
+                                            wi + 2 * (p - j - 1), w);
             } else {
                 re[kj] = xr - zi;
                 im[kj] = xi + zr;
@@ -529,22 +542,22 @@ struct OddRadix {
 
 #undef FFT_BUTTERFLY_ARGS
 
-// Runs `count` butterflies, butterfly i starting at data index i * step with its rotations
-// at index i * twStep; two at a time where neighbouring butterflies sit side by side.
-template <bool Rotate, class Kernel, class Step, class TwStep>
+// Runs `count` butterflies, butterfly i starting at data index i * step; two at a time where
+// neighbouring butterflies sit side by side. Each butterfly has its own rotations (see
+// rotationIndex), or with Shared all of them use those at wr/wi[0].
+template <bool Rotate, bool Shared, class Kernel, class Step>
 void runButterflies(const Kernel& kernel, double* re, double* im, size_t count, Step step,
-                    size_t span, const double* wr, const double* wi, TwStep twStep, size_t col) {
-    constexpr bool shared = std::is_same_v<TwStep, Zero>;
+                    size_t span, const double* wr, const double* wi) {
+    const size_t perButterfly = kernel.rotationCount();
     size_t i = 0;
-    if constexpr (Kernel::kPairs && std::is_same_v<Step, Unit> &&
-                  (shared || std::is_same_v<TwStep, Unit>)) {
+    if constexpr (Kernel::kPairs && std::is_same_v<Step, Unit>) {
         for (; i + 2 <= count; i += 2)
-            kernel.template butterfly<Pair, Rotate, shared>(re, im, i, span, wr, wi, shared ? 0 : i,
-                                                            col);
+            kernel.template butterfly<Pair, Rotate, Shared>(re, im, i, span, wr, wi,
+                                                            Shared ? 0 : i * perButterfly);
     }
     for (; i < count; ++i)
-        kernel.template butterfly<double, Rotate, shared>(re, im, i * step, span, wr, wi,
-                                                          i * twStep, col);
+        kernel.template butterfly<double, Rotate, Shared>(
+            re, im, i * step, span, wr, wi, Shared ? 0 : rotationIndex(i, perButterfly));
 }
 
 // Geometry of one pass, in array indices (strides already multiplied by |iSign|).
@@ -566,25 +579,27 @@ void runPass(const Kernel& kernel, const Pass& a, Step step) {
     if (a.mp == 1) {
         // Last pass: no rotations.
         if (a.jc == a.inc) {
-            runButterflies<false>(kernel, a.re, a.im, a.nt / a.kspan, a.kspan, a.span, nullptr,
-                                  nullptr, Zero(), 0);
+            runButterflies<false, true>(kernel, a.re, a.im, a.nt / a.kspan, a.kspan, a.span,
+                                        nullptr, nullptr);
         } else {
             for (size_t g = 0; g < a.nt; g += a.kspan)
-                runButterflies<false>(kernel, a.re + g, a.im + g, a.jc / a.inc, step, a.span,
-                                      nullptr, nullptr, Zero(), 0);
+                runButterflies<false, true>(kernel, a.re + g, a.im + g, a.jc / a.inc, step, a.span,
+                                            nullptr, nullptr);
         }
     } else if (a.jc == a.inc) {
         // Elements of the dimension are neighbours: run along the butterflies of each
         // sub-sequence, rotations in step.
         for (size_t g = 0; g < a.nt; g += a.kspan)
-            runButterflies<true>(kernel, a.re + g, a.im + g, a.mp, step, a.span, a.wr, a.wi, Unit(),
-                                 a.mp);
+            runButterflies<true, false>(kernel, a.re + g, a.im + g, a.mp, step, a.span, a.wr, a.wi);
     } else {
         // A later dimension: run along the earlier dimensions, which share each rotation.
-        for (size_t g = 0; g < a.nt; g += a.kspan)
-            for (size_t k = 0; k < a.mp; ++k)
-                runButterflies<true>(kernel, a.re + g + k * a.jc, a.im + g + k * a.jc, a.jc / a.inc,
-                                     step, a.span, a.wr + k, a.wi + k, Zero(), a.mp);
+        for (size_t g = 0; g < a.nt; g += a.kspan) {
+            for (size_t k = 0; k < a.mp; ++k) {
+                const size_t w = rotationIndex(k, kernel.rotationCount());
+                runButterflies<true, true>(kernel, a.re + g + k * a.jc, a.im + g + k * a.jc,
+                                           a.jc / a.inc, step, a.span, a.wr + w, a.wi + w);
+            }
+        }
     }
 }
 
