@@ -52,6 +52,11 @@ struct Scratch {
     size_t rotUsed = 0;
     size_t swapCount = 0;
     size_t permCount = 0;
+    // The same permutation by tiles (see buildTiles); tileSide 0 when there is none.
+    size_t tileSide = 0;
+    size_t tileRows = 0;  // tiles in a column of them: M in buildTiles
+    size_t tileBase = 0;  // where in perm the tile tables begin
+    size_t tileListEnd = 0;
 };
 
 Scratch scratch;
@@ -129,8 +134,19 @@ bool growPerm(size_t need) {
     return true;
 }
 
+// Largest tile side of the tiled permutation: two tiles of one array are on the stack.
+constexpr size_t kMaxTileSide = 32;
+// Smallest tile side: a row of a tile should fill a cache line.
+constexpr size_t kMinTileSide = 8;
+// Addresses this many bytes apart share a set of the first-level data cache (64 sets of
+// 64-byte lines). When the rows of the tiles lie a multiple of it apart, the swap list
+// thrashes those sets and the tiles are faster; otherwise the list does less work.
+constexpr size_t kCacheSetSpan = 4096;
+
+// The swap and cycle list (at most n entries), the bit set of listed indices, then the tile
+// tables: two of at most kMaxTileSide entries and at most 2 * n / kMinTileSide^2 of cycles.
 size_t permNeed(size_t n) {
-    return n + (n + 31) / 32;
+    return n + (n + 31) / 32 + 2 * kMaxTileSide + 2 * (n / (kMinTileSide * kMinTileSide));
 }
 
 // Position, after the butterflies, of frequency index k.
@@ -205,6 +221,61 @@ void buildPermutation(size_t n) {
         }
     }
     scratch.permCount = used;
+}
+
+// The permutation by tiles, for long one-dimensional transforms. With L the product of the
+// first t factors (also that of the last t, since they mirror them) and M = n / L^2, index
+// k = l + L * (m + M * h) takes its value from
+//     reversedPosition(k) = qh[h] + L * (qm(m) + M * ql[l]),
+// because reversal moves the t lowest digits to the top and the t highest to the bottom.
+// So tile m (the L rows h of L neighbouring elements l) is tile qm(m) transposed, with its
+// rows and columns reordered; permute() copies whole rows of a tile into a buffer, where
+// reading across them costs nothing, and writes whole rows back. Where the swaps of the
+// list would touch L rows far apart at once (rows at power-of-two distances compete for
+// the same few cache sets), this reads and writes every cache line once.
+//
+// Stored after the bit set: ql (times L, the offset of its row in a tile buffer), qh, then
+// the cycles of qm, each led by the one's complement of its first tile.
+void buildTiles(size_t n) {
+    scratch.tileSide = 0;
+    const int* factors = scratch.factors;
+    const int count = scratch.factorCount;
+    size_t side = 1;
+    int t = 0;
+    while (side < kMinTileSide && 2 * (t + 1) <= count && factors[t] == factors[count - 1 - t])
+        side *= static_cast<size_t>(factors[t++]);
+    if (side < kMinTileSide || side > kMaxTileSide) return;
+
+    const uint32_t len = static_cast<uint32_t>(n);
+    auto position = [&](size_t k) {
+        return reversedPosition(static_cast<uint32_t>(k), len, factors, count);
+    };
+    const size_t rows = n / (side * side);
+    const size_t bitWords = (n + 31) / 32;
+    uint32_t* visited = reinterpret_cast<uint32_t*>(scratch.perm + n);
+    int* ql = scratch.perm + n + bitWords;
+    int* qh = ql + side;
+    for (size_t i = 0; i < side; ++i) {
+        ql[i] = static_cast<int>(position(i) / (side * rows) * side);
+        qh[i] = static_cast<int>(position(i * side * rows));
+    }
+    for (size_t w = 0; w < (rows + 31) / 32; ++w) visited[w] = 0;
+    int* list = qh + side;
+    size_t used = 0;
+    for (size_t m = 0; m < rows; ++m) {
+        if (isVisited(visited, static_cast<uint32_t>(m))) continue;
+        list[used++] = ~static_cast<int>(m);
+        markVisited(visited, static_cast<uint32_t>(m));
+        for (size_t next = position(side * m) / side; next != m;
+             next = position(side * next) / side) {
+            list[used++] = static_cast<int>(next);
+            markVisited(visited, static_cast<uint32_t>(next));
+        }
+    }
+    scratch.tileSide = side;
+    scratch.tileRows = rows;
+    scratch.tileBase = n + bitWords;
+    scratch.tileListEnd = scratch.tileBase + 2 * side + used;
 }
 
 // Where the rotations of butterfly k of a stage with p - 1 rotations per butterfly begin.
@@ -297,6 +368,7 @@ bool preparePlan(size_t n, int sign, size_t rotHint, size_t permHint) {
     scratch.factorCount = count;
     fillRotations(n, sign);
     buildPermutation(n);
+    buildTiles(n);
     scratch.length = n;
     scratch.sign = sign;
     return true;
@@ -611,8 +683,56 @@ void runPass(const Kernel& kernel, const Pass& a) {
         runPass(kernel, a, a.inc);
 }
 
+// Data of one tile, row by row, at `stride` between neighbouring elements.
+void copyTile(double* tile, const double* x, size_t side, size_t rowDistance, size_t stride) {
+    for (size_t r = 0; r < side; ++r)
+        for (size_t c = 0; c < side; ++c) tile[r * side + c] = x[r * rowDistance + c * stride];
+}
+
+// One array in one-dimensional order, by the tiles of buildTiles.
+void permuteTiles(double* x, size_t inc) {
+    const size_t side = scratch.tileSide;
+    const size_t rowDistance = side * scratch.tileRows * inc;
+    const size_t tileDistance = side * inc;
+    const int* ql = scratch.perm + scratch.tileBase;
+    const int* qh = ql + side;
+    const int* list = qh + side;
+    const size_t count = static_cast<size_t>(scratch.perm + scratch.tileListEnd - list);
+    double first[kMaxTileSide * kMaxTileSide];
+    double other[kMaxTileSide * kMaxTileSide];
+    size_t c = 0;
+    while (c < count) {
+        // Tile m receives tile qm(m), the next one of the cycle; the first is saved before
+        // the last overwrites it.
+        size_t m = static_cast<size_t>(~list[c]);
+        copyTile(first, x + m * tileDistance, side, rowDistance, inc);
+        for (++c;; ++c) {
+            const bool last = c == count || list[c] < 0;
+            const double* source = first;
+            if (!last) {
+                copyTile(other, x + static_cast<size_t>(list[c]) * tileDistance, side, rowDistance,
+                         inc);
+                source = other;
+            }
+            double* row = x + m * tileDistance;
+            for (size_t h = 0; h < side; ++h, row += rowDistance) {
+                const double* column = source + qh[h];
+                for (size_t l = 0; l < side; ++l) row[l * inc] = column[ql[l]];
+            }
+            if (last) break;
+            m = static_cast<size_t>(list[c]);
+        }
+    }
+}
+
 // Moves the value at reversedPosition(k) to k along every line of the dimension.
 void permute(double* re, double* im, size_t nt, size_t ks, size_t jc, size_t inc) {
+    if (jc == inc && nt == ks && scratch.tileSide != 0 &&
+        scratch.tileSide * scratch.tileRows * sizeof(double) % kCacheSetSpan == 0) {
+        permuteTiles(re, inc);
+        permuteTiles(im, inc);
+        return;
+    }
     const int* list = scratch.perm;
     const size_t swapEnd = 2 * scratch.swapCount;
     if (jc == inc && nt == ks) {
