@@ -685,8 +685,13 @@ void runPass(const Kernel& kernel, const Pass& a) {
 
 // Data of one tile, row by row, at `stride` between neighbouring elements.
 void copyTile(double* tile, const double* x, size_t side, size_t rowDistance, size_t stride) {
-    for (size_t r = 0; r < side; ++r)
-        for (size_t c = 0; c < side; ++c) tile[r * side + c] = x[r * rowDistance + c * stride];
+    for (size_t r = 0; r < side; ++r, tile += side, x += rowDistance) {
+        if (stride == 1) {
+            std::memcpy(tile, x, side * sizeof(double));
+        } else {
+            for (size_t c = 0; c < side; ++c) tile[c] = x[c * stride];
+        }
+    }
 }
 
 // One array in one-dimensional order, by the tiles of buildTiles.
