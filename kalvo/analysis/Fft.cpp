@@ -39,7 +39,7 @@ struct Scratch {
     double* tmpIm = nullptr;
     size_t tmpCapacity = 0;
     // The digit-reversal permutation as swaps and cycles, followed while building them by a
-    // bit set of the indices already listed.
+    // bit set of the indices already listed, then the tables of the same permutation by tiles.
     int* perm = nullptr;
     size_t permCapacity = 0;
 
@@ -144,9 +144,9 @@ constexpr size_t kMinTileSide = 8;
 constexpr size_t kCacheSetSpan = 4096;
 
 // The swap and cycle list (at most n entries), the bit set of listed indices, then the tile
-// tables: two of at most kMaxTileSide entries and at most 2 * n / kMinTileSide^2 of cycles.
+// tables: two of at most kMaxTileSide entries and the cycles, one entry per tile.
 size_t permNeed(size_t n) {
-    return n + (n + 31) / 32 + 2 * kMaxTileSide + 2 * (n / (kMinTileSide * kMinTileSide));
+    return n + (n + 31) / 32 + 2 * kMaxTileSide + n / (kMinTileSide * kMinTileSide);
 }
 
 // Position, after the butterflies, of frequency index k.
