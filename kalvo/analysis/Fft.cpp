@@ -14,9 +14,8 @@
 // digit-reversed order and a final permutation puts them in natural order.
 //
 // Rotation factors are computed once per length with sin/cos (no recurrence, so long
-// factors stay accurate) and kept, stage by stage, as contiguous tables in which the factors
-// of output j run along the butterfly index k, so that the butterfly loops read data and
-// rotations with unit stride.
+// factors stay accurate) and kept, stage by stage, in tables ordered the way the passes read
+// them (see rotationIndex), so that the butterfly loops read data and rotations in sequence.
 
 namespace {
 
@@ -40,7 +39,7 @@ struct Scratch {
     double* tmpIm = nullptr;
     size_t tmpCapacity = 0;
     // The digit-reversal permutation as swaps and cycles, followed while building them by a
-    // bit set of the indices already listed.
+    // bit set of the indices already listed, then the tables of the same permutation by tiles.
     int* perm = nullptr;
     size_t permCapacity = 0;
 
@@ -53,6 +52,11 @@ struct Scratch {
     size_t rotUsed = 0;
     size_t swapCount = 0;
     size_t permCount = 0;
+    // The same permutation by tiles (see buildTiles); tileSide 0 when there is none.
+    size_t tileSide = 0;
+    size_t tileRows = 0;  // tiles in a column of them: M in buildTiles
+    size_t tileBase = 0;  // where in perm the tile tables begin
+    size_t tileListEnd = 0;
 };
 
 Scratch scratch;
@@ -130,8 +134,19 @@ bool growPerm(size_t need) {
     return true;
 }
 
+// Largest tile side of the tiled permutation: two tiles of one array are on the stack.
+constexpr size_t kMaxTileSide = 32;
+// Smallest tile side: a row of a tile should fill a cache line.
+constexpr size_t kMinTileSide = 8;
+// Addresses this many bytes apart share a set of the first-level data cache (64 sets of
+// 64-byte lines). When the rows of the tiles lie a multiple of it apart, the swap list
+// thrashes those sets and the tiles are faster; otherwise the list does less work.
+constexpr size_t kCacheSetSpan = 4096;
+
+// The swap and cycle list (at most n entries), the bit set of listed indices, then the tile
+// tables: two of at most kMaxTileSide entries and the cycles, one entry per tile.
 size_t permNeed(size_t n) {
-    return n + (n + 31) / 32;
+    return n + (n + 31) / 32 + 2 * kMaxTileSide + n / (kMinTileSide * kMinTileSide);
 }
 
 // Position, after the butterflies, of frequency index k.
@@ -208,6 +223,73 @@ void buildPermutation(size_t n) {
     scratch.permCount = used;
 }
 
+// The permutation by tiles, for long one-dimensional transforms. With L the product of the
+// first t factors (also that of the last t, since they mirror them) and M = n / L^2, index
+// k = l + L * (m + M * h) takes its value from
+//     reversedPosition(k) = qh[h] + L * (qm(m) + M * ql[l]),
+// because reversal moves the t lowest digits to the top and the t highest to the bottom.
+// So tile m (the L rows h of L neighbouring elements l) is tile qm(m) transposed, with its
+// rows and columns reordered; permute() copies whole rows of a tile into a buffer, where
+// reading across them costs nothing, and writes whole rows back. Where the swaps of the
+// list would touch L rows far apart at once (rows at power-of-two distances compete for
+// the same few cache sets), this reads and writes every cache line once.
+//
+// Stored after the bit set: ql (times L, the offset of its row in a tile buffer), qh, then
+// the cycles of qm, each led by the one's complement of its first tile.
+void buildTiles(size_t n) {
+    scratch.tileSide = 0;
+    const int* factors = scratch.factors;
+    const int count = scratch.factorCount;
+    size_t side = 1;
+    int t = 0;
+    while (side < kMinTileSide && 2 * (t + 1) <= count && factors[t] == factors[count - 1 - t])
+        side *= static_cast<size_t>(factors[t++]);
+    if (side < kMinTileSide || side > kMaxTileSide) return;
+
+    const uint32_t len = static_cast<uint32_t>(n);
+    auto position = [&](size_t k) {
+        return reversedPosition(static_cast<uint32_t>(k), len, factors, count);
+    };
+    const size_t rows = n / (side * side);
+    const size_t bitWords = (n + 31) / 32;
+    uint32_t* visited = reinterpret_cast<uint32_t*>(scratch.perm + n);
+    int* ql = scratch.perm + n + bitWords;
+    int* qh = ql + side;
+    for (size_t i = 0; i < side; ++i) {
+        ql[i] = static_cast<int>(position(i) / (side * rows) * side);
+        qh[i] = static_cast<int>(position(i * side * rows));
+    }
+    for (size_t w = 0; w < (rows + 31) / 32; ++w) visited[w] = 0;
+    int* list = qh + side;
+    size_t used = 0;
+    for (size_t m = 0; m < rows; ++m) {
+        if (isVisited(visited, static_cast<uint32_t>(m))) continue;
+        list[used++] = ~static_cast<int>(m);
+        markVisited(visited, static_cast<uint32_t>(m));
+        for (size_t next = position(side * m) / side; next != m;
+             next = position(side * next) / side) {
+            list[used++] = static_cast<int>(next);
+            markVisited(visited, static_cast<uint32_t>(next));
+        }
+    }
+    scratch.tileSide = side;
+    scratch.tileRows = rows;
+    scratch.tileBase = n + bitWords;
+    scratch.tileListEnd = scratch.tileBase + 2 * side + used;
+}
+
+// Where the rotations of butterfly k of a stage with p - 1 rotations per butterfly begin.
+// Two neighbouring butterflies interleave theirs, so that a pass reads one stream of
+// rotations in each table, and rotation j of butterfly k lies at rotationIndex(k) + 2 * (j - 1).
+inline size_t rotationIndex(size_t k, size_t perButterfly) {
+    return (k & ~size_t{1}) * perButterfly + (k & 1);
+}
+
+// Table entries of a stage of radix p with mp butterflies per sub-sequence.
+size_t stageTableSize(size_t p, size_t mp) {
+    return (p - 1) * (mp + (mp & 1));
+}
+
 void fillRotations(size_t n, int sign) {
     size_t m = n;
     size_t base = 0;
@@ -217,16 +299,15 @@ void fillRotations(size_t n, int sign) {
         scratch.stageBase[s] = base;
         if (s + 1 < scratch.factorCount) {
             const double step = sign * kTwoPi / static_cast<double>(m);
-            for (size_t j = 1; j < p; ++j) {
-                double* re = scratch.rotRe + base + (j - 1) * mp;
-                double* im = scratch.rotIm + base + (j - 1) * mp;
-                for (size_t k = 0; k < mp; ++k) {
+            for (size_t k = 0; k < mp; ++k) {
+                const size_t at = base + rotationIndex(k, p - 1);
+                for (size_t j = 1; j < p; ++j) {
                     const double angle = step * static_cast<double>(j * k);
-                    re[k] = std::cos(angle);
-                    im[k] = std::sin(angle);
+                    scratch.rotRe[at + 2 * (j - 1)] = std::cos(angle);
+                    scratch.rotIm[at + 2 * (j - 1)] = std::sin(angle);
                 }
             }
-            base += (p - 1) * mp;
+            base += stageTableSize(p, mp);
         }
         m = mp;
     }
@@ -265,7 +346,7 @@ bool preparePlan(size_t n, int sign, size_t rotHint, size_t permHint) {
         size_t m = n;
         for (int s = 0; s < count; ++s) {
             const size_t p = static_cast<size_t>(factors[s]);
-            if (s + 1 < count) rotNeed += (p - 1) * (m / p);
+            if (s + 1 < count) rotNeed += stageTableSize(p, m / p);
             if (isGeneralOdd(factors[s])) {
                 rotNeed += p;
                 if (p > tmpNeed) tmpNeed = p;
@@ -287,6 +368,7 @@ bool preparePlan(size_t n, int sign, size_t rotHint, size_t permHint) {
     scratch.factorCount = count;
     fillRotations(n, sign);
     buildPermutation(n);
+    buildTiles(n);
     scratch.length = n;
     scratch.sign = sign;
     return true;
@@ -296,8 +378,8 @@ bool preparePlan(size_t n, int sign, size_t rotHint, size_t permHint) {
 // Butterflies. A kernel's butterfly() computes one butterfly with V = double, or two
 // neighbouring ones at once with V = Pair (two doubles in one vector register). Its p points
 // start at data index k0 and lie `span` apart. With rotations (Rotate), output j > 0 is
-// multiplied by the rotation at wr/wi[(j - 1) * col + w]; for a pair that is two
-// neighbouring rotations, or one shared by both butterflies (Shared).
+// multiplied by the rotation at wr/wi[w + 2 * (j - 1)]; for a pair that is two neighbouring
+// rotations, or one shared by both butterflies (Shared).
 
 typedef double Pair __attribute__((vector_size(16)));
 
@@ -342,10 +424,11 @@ inline void rotateStore(double* __restrict re, double* __restrict im, size_t k, 
 
 #define FFT_BUTTERFLY_ARGS                                                \
     double *__restrict re, double *__restrict im, size_t k0, size_t span, \
-        const double *__restrict wr, const double *__restrict wi, size_t w, size_t col
+        const double *__restrict wr, const double *__restrict wi, size_t w
 
 struct Radix2 {
     static constexpr bool kPairs = true;
+    static constexpr size_t rotationCount() { return 1; }
 
     template <class V, bool Rotate, bool Shared>
     void butterfly(FFT_BUTTERFLY_ARGS) const {
@@ -360,12 +443,12 @@ struct Radix2 {
             store(re + k1, ar - br);
             store(im + k1, ai - bi);
         }
-        (void)col;
     }
 };
 
 struct Radix3 {
     static constexpr bool kPairs = true;
+    static constexpr size_t rotationCount() { return 2; }
     double s120;  // sin 120 degrees, signed with the direction
 
     template <class V, bool Rotate, bool Shared>
@@ -382,7 +465,7 @@ struct Radix3 {
         const V tr = ar - 0.5 * sr, ti = ai - 0.5 * si;
         if constexpr (Rotate) {
             rotateStore<V, Shared>(re, im, k1, tr - di, ti + dr, wr, wi, w);
-            rotateStore<V, Shared>(re, im, k2, tr + di, ti - dr, wr + col, wi + col, w);
+            rotateStore<V, Shared>(re, im, k2, tr + di, ti - dr, wr + 2, wi + 2, w);
         } else {
             store(re + k1, tr - di);
             store(im + k1, ti + dr);
@@ -394,6 +477,7 @@ struct Radix3 {
 
 struct Radix4 {
     static constexpr bool kPairs = true;
+    static constexpr size_t rotationCount() { return 3; }
     double sign;  // +1 or -1: multiplying by sign * i is the quarter turn
 
     template <class V, bool Rotate, bool Shared>
@@ -412,9 +496,8 @@ struct Radix4 {
         store(im + k0, s02i + s13i);
         if constexpr (Rotate) {
             rotateStore<V, Shared>(re, im, k1, d02r - d13i, d02i + d13r, wr, wi, w);
-            rotateStore<V, Shared>(re, im, k2, s02r - s13r, s02i - s13i, wr + col, wi + col, w);
-            rotateStore<V, Shared>(re, im, k3, d02r + d13i, d02i - d13r, wr + 2 * col, wi + 2 * col,
-                                   w);
+            rotateStore<V, Shared>(re, im, k2, s02r - s13r, s02i - s13i, wr + 2, wi + 2, w);
+            rotateStore<V, Shared>(re, im, k3, d02r + d13i, d02i - d13r, wr + 4, wi + 4, w);
         } else {
             store(re + k1, d02r - d13i);
             store(im + k1, d02i + d13r);
@@ -428,6 +511,7 @@ struct Radix4 {
 
 struct Radix5 {
     static constexpr bool kPairs = true;
+    static constexpr size_t rotationCount() { return 4; }
     double c72, s72, c144, s144;  // sines signed with the direction
 
     template <class V, bool Rotate, bool Shared>
@@ -455,9 +539,9 @@ struct Radix5 {
         const V b2i = s144 * d14i - s72 * d23i;
         if constexpr (Rotate) {
             rotateStore<V, Shared>(re, im, k1, a1r - b1i, a1i + b1r, wr, wi, w);
-            rotateStore<V, Shared>(re, im, k2, a2r - b2i, a2i + b2r, wr + col, wi + col, w);
-            rotateStore<V, Shared>(re, im, k3, a2r + b2i, a2i - b2r, wr + 2 * col, wi + 2 * col, w);
-            rotateStore<V, Shared>(re, im, k4, a1r + b1i, a1i - b1r, wr + 3 * col, wi + 3 * col, w);
+            rotateStore<V, Shared>(re, im, k2, a2r - b2i, a2i + b2r, wr + 2, wi + 2, w);
+            rotateStore<V, Shared>(re, im, k3, a2r + b2i, a2i - b2r, wr + 4, wi + 4, w);
+            rotateStore<V, Shared>(re, im, k4, a1r + b1i, a1i - b1r, wr + 6, wi + 6, w);
         } else {
             store(re + k1, a1r - b1i);
             store(im + k1, a1i + b1r);
@@ -476,6 +560,7 @@ struct Radix5 {
 struct OddRadix {
     static constexpr bool kPairs = false;
     size_t p;
+    size_t rotationCount() const { return p - 1; }
     const double* cr;  // cos and signed sin of 2*pi*t/p, t < p
     const double* ci;
     double* sumRe;  // pair sums at [q], differences at [p - q], q = 1 .. (p-1)/2
@@ -513,10 +598,10 @@ struct OddRadix {
             const size_t kj = k0 + j * span;
             const size_t kr = k0 + (p - j) * span;
             if constexpr (Rotate) {
-                rotateStore<double, Shared>(re, im, kj, xr - zi, xi + zr, wr + (j - 1) * col,
-                                            wi + (j - 1) * col, w);
-                rotateStore<double, Shared>(re, im, kr, xr + zi, xi - zr, wr + (p - j - 1) * col,
-                                            wi + (p - j - 1) * col, w);
+                rotateStore<double, Shared>(re, im, kj, xr - zi, xi + zr, wr + 2 * (j - 1),
+                                            wi + 2 * (j - 1), w);
+                rotateStore<double, Shared>(re, im, kr, xr + zi, xi - zr, wr + 2 * (p - j - 1),
+                                            wi + 2 * (p - j - 1), w);
             } else {
                 re[kj] = xr - zi;
                 im[kj] = xi + zr;
@@ -529,22 +614,22 @@ struct OddRadix {
 
 #undef FFT_BUTTERFLY_ARGS
 
-// Runs `count` butterflies, butterfly i starting at data index i * step with its rotations
-// at index i * twStep; two at a time where neighbouring butterflies sit side by side.
-template <bool Rotate, class Kernel, class Step, class TwStep>
+// Runs `count` butterflies, butterfly i starting at data index i * step; two at a time where
+// neighbouring butterflies sit side by side. Each butterfly has its own rotations (see
+// rotationIndex), or with Shared all of them use those at wr/wi[0].
+template <bool Rotate, bool Shared, class Kernel, class Step>
 void runButterflies(const Kernel& kernel, double* re, double* im, size_t count, Step step,
-                    size_t span, const double* wr, const double* wi, TwStep twStep, size_t col) {
-    constexpr bool shared = std::is_same_v<TwStep, Zero>;
+                    size_t span, const double* wr, const double* wi) {
+    const size_t perButterfly = kernel.rotationCount();
     size_t i = 0;
-    if constexpr (Kernel::kPairs && std::is_same_v<Step, Unit> &&
-                  (shared || std::is_same_v<TwStep, Unit>)) {
+    if constexpr (Kernel::kPairs && std::is_same_v<Step, Unit>) {
         for (; i + 2 <= count; i += 2)
-            kernel.template butterfly<Pair, Rotate, shared>(re, im, i, span, wr, wi, shared ? 0 : i,
-                                                            col);
+            kernel.template butterfly<Pair, Rotate, Shared>(re, im, i, span, wr, wi,
+                                                            Shared ? 0 : i * perButterfly);
     }
     for (; i < count; ++i)
-        kernel.template butterfly<double, Rotate, shared>(re, im, i * step, span, wr, wi,
-                                                          i * twStep, col);
+        kernel.template butterfly<double, Rotate, Shared>(
+            re, im, i * step, span, wr, wi, Shared ? 0 : rotationIndex(i, perButterfly));
 }
 
 // Geometry of one pass, in array indices (strides already multiplied by |iSign|).
@@ -566,25 +651,27 @@ void runPass(const Kernel& kernel, const Pass& a, Step step) {
     if (a.mp == 1) {
         // Last pass: no rotations.
         if (a.jc == a.inc) {
-            runButterflies<false>(kernel, a.re, a.im, a.nt / a.kspan, a.kspan, a.span, nullptr,
-                                  nullptr, Zero(), 0);
+            runButterflies<false, true>(kernel, a.re, a.im, a.nt / a.kspan, a.kspan, a.span,
+                                        nullptr, nullptr);
         } else {
             for (size_t g = 0; g < a.nt; g += a.kspan)
-                runButterflies<false>(kernel, a.re + g, a.im + g, a.jc / a.inc, step, a.span,
-                                      nullptr, nullptr, Zero(), 0);
+                runButterflies<false, true>(kernel, a.re + g, a.im + g, a.jc / a.inc, step, a.span,
+                                            nullptr, nullptr);
         }
     } else if (a.jc == a.inc) {
         // Elements of the dimension are neighbours: run along the butterflies of each
         // sub-sequence, rotations in step.
         for (size_t g = 0; g < a.nt; g += a.kspan)
-            runButterflies<true>(kernel, a.re + g, a.im + g, a.mp, step, a.span, a.wr, a.wi, Unit(),
-                                 a.mp);
+            runButterflies<true, false>(kernel, a.re + g, a.im + g, a.mp, step, a.span, a.wr, a.wi);
     } else {
         // A later dimension: run along the earlier dimensions, which share each rotation.
-        for (size_t g = 0; g < a.nt; g += a.kspan)
-            for (size_t k = 0; k < a.mp; ++k)
-                runButterflies<true>(kernel, a.re + g + k * a.jc, a.im + g + k * a.jc, a.jc / a.inc,
-                                     step, a.span, a.wr + k, a.wi + k, Zero(), a.mp);
+        for (size_t g = 0; g < a.nt; g += a.kspan) {
+            for (size_t k = 0; k < a.mp; ++k) {
+                const size_t w = rotationIndex(k, kernel.rotationCount());
+                runButterflies<true, true>(kernel, a.re + g + k * a.jc, a.im + g + k * a.jc,
+                                           a.jc / a.inc, step, a.span, a.wr + w, a.wi + w);
+            }
+        }
     }
 }
 
@@ -596,8 +683,61 @@ void runPass(const Kernel& kernel, const Pass& a) {
         runPass(kernel, a, a.inc);
 }
 
+// Data of one tile, row by row, at `stride` between neighbouring elements.
+void copyTile(double* tile, const double* x, size_t side, size_t rowDistance, size_t stride) {
+    for (size_t r = 0; r < side; ++r, tile += side, x += rowDistance) {
+        if (stride == 1) {
+            std::memcpy(tile, x, side * sizeof(double));
+        } else {
+            for (size_t c = 0; c < side; ++c) tile[c] = x[c * stride];
+        }
+    }
+}
+
+// One array in one-dimensional order, by the tiles of buildTiles.
+void permuteTiles(double* x, size_t inc) {
+    const size_t side = scratch.tileSide;
+    const size_t rowDistance = side * scratch.tileRows * inc;
+    const size_t tileDistance = side * inc;
+    const int* ql = scratch.perm + scratch.tileBase;
+    const int* qh = ql + side;
+    const int* list = qh + side;
+    const size_t count = static_cast<size_t>(scratch.perm + scratch.tileListEnd - list);
+    double first[kMaxTileSide * kMaxTileSide];
+    double other[kMaxTileSide * kMaxTileSide];
+    size_t c = 0;
+    while (c < count) {
+        // Tile m receives tile qm(m), the next one of the cycle; the first is saved before
+        // the last overwrites it.
+        size_t m = static_cast<size_t>(~list[c]);
+        copyTile(first, x + m * tileDistance, side, rowDistance, inc);
+        for (++c;; ++c) {
+            const bool last = c == count || list[c] < 0;
+            const double* source = first;
+            if (!last) {
+                copyTile(other, x + static_cast<size_t>(list[c]) * tileDistance, side, rowDistance,
+                         inc);
+                source = other;
+            }
+            double* row = x + m * tileDistance;
+            for (size_t h = 0; h < side; ++h, row += rowDistance) {
+                const double* column = source + qh[h];
+                for (size_t l = 0; l < side; ++l) row[l * inc] = column[ql[l]];
+            }
+            if (last) break;
+            m = static_cast<size_t>(list[c]);
+        }
+    }
+}
+
 // Moves the value at reversedPosition(k) to k along every line of the dimension.
 void permute(double* re, double* im, size_t nt, size_t ks, size_t jc, size_t inc) {
+    if (jc == inc && nt == ks && scratch.tileSide != 0 &&
+        scratch.tileSide * scratch.tileRows * sizeof(double) % kCacheSetSpan == 0) {
+        permuteTiles(re, inc);
+        permuteTiles(im, inc);
+        return;
+    }
     const int* list = scratch.perm;
     const size_t swapEnd = 2 * scratch.swapCount;
     if (jc == inc && nt == ks) {

@@ -185,7 +185,7 @@ TEST(Fft, dimensionsListEndedByZero) {
 }
 
 TEST(Fft, interleavedComplexDataThroughTheStride) {
-    for (int n : {12, 97, 256}) {
+    for (int n : {12, 97, 256, 16384}) {
         const Signal x = randomSignal(n, 5);
         for (int iSign : {2, -2}) {
             std::vector<double> data(2 * n);
@@ -211,6 +211,30 @@ TEST(Fft, lengthOneIsUnchanged) {
     EXPECT_EQ(0, fftns(1, dims, &re, &im, 1, -1.0));
     EXPECT_EQ(0.25, re);
     EXPECT_EQ(-3.0, im);
+}
+
+// Long lengths whose digit reversal moves whole tiles of rows a multiple of 4 KiB apart,
+// including tiles that trade places in cycles of more than two (central factors 2 and 3,
+// 2 and 5). An impulse at 1 checks every output position; a random signal checks the
+// values against the direct transform.
+TEST(Fft, longLengthsPermutedByTiles) {
+    for (int n : {16384, 24576, 40960, 65536}) {
+        for (int iSign : {1, -1}) {
+            SCOPED_TRACE("n " + std::to_string(n) + ", iSign " + std::to_string(iSign));
+            const int dims[] = {n};
+            std::vector<double> re(n, 0.0), im(n, 0.0);
+            re[1] = 1.0;
+            ASSERT_EQ(0, fftns(1, dims, re.data(), im.data(), iSign, 0.0));
+            double worst = 0.0;
+            for (int k = 0; k < n; ++k) {
+                const double angle = iSign * 2.0 * std::numbers::pi * k / n;
+                worst =
+                    std::max(worst, std::hypot(re[k] - std::cos(angle), im[k] - std::sin(angle)));
+            }
+            EXPECT_LT(worst, 1e-12);
+            expectMatchesDirectDft({n}, iSign, -1.0, 1e-12, static_cast<unsigned>(n));
+        }
+    }
 }
 
 TEST(Fft, twoToThe22PointsWithElevenFactors) {
