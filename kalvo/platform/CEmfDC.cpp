@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -451,6 +452,7 @@ private:
     // the format; to widen it, the state saved before the clip was set comes back.
     void sync(const CDC::State& s, const CPen& pen, const CBrush& brush, unsigned textAlign) {
         CDC::State& w = written_.state;
+        bool restored = false;
         if (w.clipped) {
             const bool narrower =
                 s.clipped && (s.clip.IsRectEmpty() ||
@@ -460,7 +462,16 @@ private:
                 simple(EMR_RESTOREDC, static_cast<std::uint32_t>(-1));
                 written_ = *saved_;
                 saved_.reset();
+                restored = true;
             }
+        }
+        // Players disagree on whether the current position follows a change of coordinates
+        // (or comes back with a restored state), so after one the next line moves there
+        // explicitly.
+        if (restored || w.mapMode != s.mapMode || w.windowOrg != s.windowOrg ||
+            w.viewportOrg != s.viewportOrg || w.windowExt != s.windowExt ||
+            w.viewportExt != s.viewportExt) {
+            w.position = CPoint(INT_MIN, INT_MIN);
         }
         if (w.mapMode != s.mapMode) {
             simple(EMR_SETMAPMODE, static_cast<std::uint32_t>(s.mapMode));
@@ -704,14 +715,27 @@ private:
                 point(e.points[1]);
                 touch(s, e.rect, penMargin(s));
                 break;
-            case Call::FillRect:
+            case Call::FillRect: {
                 // A rectangle without outline covers its interior, one pixel short on the
                 // right and bottom: grown by one it covers exactly the filled area.
-                sync(s, CPen::Stock(NULL_PEN), e.brush, s.textAlign);
+                const CRect area(e.rect.left, e.rect.top, e.rect.right + 1, e.rect.bottom + 1);
+                if (e.brush.GetKind() == CBrush::HATCH && s.bkMode == OPAQUE) {
+                    // Not every player paints a hatch's opaque background, so it goes first
+                    // as a solid fill and the hatch follows over it, transparent.
+                    sync(s, CPen::Stock(NULL_PEN), CBrush(s.bkColor), s.textAlign);
+                    end(EMR_RECTANGLE);
+                    rect(area);
+                    CDC::State hatch = s;
+                    hatch.bkMode = TRANSPARENT;
+                    sync(hatch, CPen::Stock(NULL_PEN), e.brush, s.textAlign);
+                } else {
+                    sync(s, CPen::Stock(NULL_PEN), e.brush, s.textAlign);
+                }
                 end(EMR_RECTANGLE);
-                rect(CRect(e.rect.left, e.rect.top, e.rect.right + 1, e.rect.bottom + 1));
+                rect(area);
                 touch(s, e.rect, 0);
                 break;
+            }
             case Call::SetPixel:
                 sync(s);
                 end(EMR_SETPIXELV);

@@ -79,6 +79,7 @@ enum : std::uint32_t {
     POLYLINE = 4,
     SETWINDOWORGEX = 10,
     SETPIXELV = 15,
+    SETBKMODE = 18,
     SETTEXTCOLOR = 24,
     MOVETOEX = 27,
     INTERSECTCLIPRECT = 30,
@@ -291,4 +292,35 @@ TEST(CEmfDC, emptyPictureAndFiles) {
     EXPECT_EQ(saved, dc.ToEMF());
     std::remove(path.c_str());
     EXPECT_FALSE(dc.Save("/nonexistent-folder/picture.emf"));
+}
+
+// Players differ on where the current position is once the coordinates change, so a line
+// drawn after such a change moves to its start explicitly; an opaque hatch gets its
+// background as a fill of its own under a transparent hatch.
+TEST(CEmfDC, linesAfterAnOriginChangeAndOpaqueHatchesSpellEverythingOut) {
+    CEmfDC dc(CSize(100, 100));
+    dc.MoveTo(2, 2);
+    dc.LineTo(6, 2);
+    dc.LineTo(6, 6);  // continues from where the last line ended: no move
+    dc.SetWindowOrg(-10, -10);
+    dc.LineTo(8, 8);  // the same logical position, but the origin moved
+    dc.SetBkMode(OPAQUE);
+    dc.SetBkColor(RGB(0, 0, 200));
+    const CBrush hatch(HS_CROSS, RGB(255, 255, 255));
+    dc.FillRect(CRect(20, 20, 30, 30), &hatch);
+    const std::string bytes = dc.ToEMF();
+    const Parsed p = parse(bytes);
+    EXPECT_EQ(p.count(LINETO), 3);
+    ASSERT_EQ(p.count(MOVETOEX), 2);
+    const Record& second = *p.all(MOVETOEX)[1];
+    EXPECT_EQ(i32(bytes, second.offset + 8), 6);
+    EXPECT_EQ(i32(bytes, second.offset + 12), 6);
+    const auto fills = p.all(RECTANGLE);
+    ASSERT_EQ(fills.size(), 2u);
+    // Opaque is the player's default; the switch to transparent sits between the fills.
+    const auto modes = p.all(SETBKMODE);
+    ASSERT_EQ(modes.size(), 1u);
+    EXPECT_EQ(u32(bytes, modes[0]->offset + 8), static_cast<std::uint32_t>(TRANSPARENT));
+    EXPECT_GT(modes[0]->offset, fills[0]->offset);
+    EXPECT_LT(modes[0]->offset, fills[1]->offset);
 }
