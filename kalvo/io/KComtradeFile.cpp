@@ -20,6 +20,14 @@ std::string lowerExtension(const std::string& path) {
     return ext;
 }
 
+// A section's text without the line end that separates it from the next marker.
+std::string_view sectionText(std::string_view bytes, size_t begin, size_t end) {
+    std::string_view text = bytes.substr(begin, end - begin);
+    if (!text.empty() && text.back() == '\n') text.remove_suffix(1);
+    if (!text.empty() && text.back() == '\r') text.remove_suffix(1);
+    return text;
+}
+
 std::string baseName(const char* path) {
     return std::filesystem::path(path).filename().string();
 }
@@ -175,9 +183,9 @@ void KComtradeFile::readCombined(std::string_view bytes, const char* name,
     for (const Section& s : sections) {
         if (s.type == "CFG" && !cfg) cfg = &s;
         if (s.type == "DAT" && !dat) dat = &s;
-        if (s.type == "HDR") header = toUtf8(bytes.substr(s.begin, s.end - s.begin), options).c_str();
+        if (s.type == "HDR") header = toUtf8(sectionText(bytes, s.begin, s.end), options).c_str();
         if (s.type == "INF")
-            information = toUtf8(bytes.substr(s.begin, s.end - s.begin), options).c_str();
+            information = toUtf8(sectionText(bytes, s.begin, s.end), options).c_str();
     }
     if (!cfg)
         KException::raise("COMTRADE Error",
