@@ -90,11 +90,11 @@ bool KComtradeStamp::parse(const char* date, const char* time, bool monthFirst, 
     int64_t d[3], t[3], fraction = 0;
     int digits = 0;
     if (!splitNumbers(date, '/', d)) {
-        reason.format("a date as dd/mm/yyyy, found '%s'", date);
+        reason = "a date as dd/mm/yyyy";
         return false;
     }
     if (!splitNumbers(time, ':', t, &fraction, &digits)) {
-        reason.format("a time as hh:mm:ss.ssssss, found '%s'", time);
+        reason = "a time as hh:mm:ss.ssssss";
         return false;
     }
     int64_t day = monthFirst ? d[1] : d[0];
@@ -118,11 +118,11 @@ bool KComtradeStamp::parse(const char* date, const char* time, bool monthFirst, 
     }
     if (month < 1 || month > 12 || year < 1 || year > 9999 ||
         day < 1 || day > daysInMonth(static_cast<int>(year), static_cast<int>(month))) {
-        reason.format("a calendar date, found '%s'", date);
+        reason = "a calendar date";
         return false;
     }
     if (t[0] > 23 || t[1] > 59 || t[2] > 60) {
-        reason.format("a time of day, found '%s'", time);
+        reason = "a time of day";
         return false;
     }
     nanoseconds_ = daysFromCivil(year, static_cast<int>(month), static_cast<int>(day)) *
