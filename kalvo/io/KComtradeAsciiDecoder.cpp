@@ -120,7 +120,8 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
         bool empty;
         // Sample number.
         if (!readNumber(p, end, value, empty) || empty) fail(p, "a sample number");
-        numbers.check(static_cast<long long>(value), static_cast<long long>(count));
+        numbers.check(std::fabs(value) < 1e15 ? static_cast<long long>(value) : -1,
+                      static_cast<long long>(count));
         bool complete = false;
         for (field = 1; field < fieldCount; ++field) {
             if (p == end || *p != ',') break;

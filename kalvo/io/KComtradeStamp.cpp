@@ -116,9 +116,9 @@ bool KComtradeStamp::parse(const char* date, const char* time, bool monthFirst, 
         std::swap(day, month);
         swappedDayMonth = true;
     }
-    if (month < 1 || month > 12 || year < 1 || year > 9999 ||
+    if (month < 1 || month > 12 || year < 1900 || year > 2200 ||
         day < 1 || day > daysInMonth(static_cast<int>(year), static_cast<int>(month))) {
-        reason = "a calendar date";
+        reason = "a calendar date between the years 1900 and 2200";
         return false;
     }
     if (t[0] > 23 || t[1] > 59 || t[2] > 60) {

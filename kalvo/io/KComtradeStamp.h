@@ -6,7 +6,8 @@
 
 // A date and time as a disturbance record writes it ("dd/mm/yyyy,hh:mm:ss.ssssss"), kept to
 // the nanosecond: a double of seconds since 1970 cannot hold nanoseconds today. The stamp
-// carries no time zone; it is read and written as the recorder's own clock.
+// carries no time zone; it is read and written as the recorder's own clock. Years run from
+// 1900 to 2200, well inside what 64-bit nanoseconds can count.
 class KComtradeStamp {
 public:
     KComtradeStamp() = default;
