@@ -68,7 +68,7 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
     size_t capacity = static_cast<size_t>(std::max<int64_t>(config.getSampleCount(), 16));
     capacity = std::min(capacity, size / (2 * fieldCount) + 1);
     data.resize(static_cast<int64_t>(capacity), static_cast<int>(analogCount),
-                static_cast<int>(digitalCount));
+                static_cast<int>(digitalCount), false);
     std::vector<double*> analogs(analogCount);
     std::vector<uint8_t*> digitals(digitalCount);
     auto bind = [&] {
@@ -111,7 +111,7 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
         if (count == capacity) {
             capacity *= 2;
             data.resize(static_cast<int64_t>(capacity), static_cast<int>(analogCount),
-                        static_cast<int>(digitalCount));
+                        static_cast<int>(digitalCount), false);
             bind();
         }
         const char* lineStart = p;

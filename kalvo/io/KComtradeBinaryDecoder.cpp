@@ -35,7 +35,7 @@ void KComtradeBinaryDecoder::decode(const char* bytes, size_t size,
     const size_t count = size / recordSize;
     const size_t rest = size % recordSize;
     data.resize(static_cast<int64_t>(count), static_cast<int>(config.analogs.size()),
-                static_cast<int>(config.digitals.size()));
+                static_cast<int>(config.digitals.size()), false);
     const auto* p = reinterpret_cast<const unsigned char*>(bytes);
     NumberCheck numbers;
     // In slices, so that progress can be shown on a long file.

@@ -2,11 +2,17 @@
 
 #include <cstddef>
 
-void KComtradeData::resize(int64_t n, int analogCount, int digitalCount) {
+void KComtradeData::resize(int64_t n, int analogCount, int digitalCount, bool fill) {
     const size_t count = static_cast<size_t>(n);
-    timeStamps.resize(count);
+    auto size = [&](auto& values) {
+        if (fill)
+            values.resize(count, 0);
+        else
+            values.resize(count);
+    };
+    size(timeStamps);
     analogs.resize(static_cast<size_t>(analogCount));
-    for (auto& channel : analogs) channel.resize(count);
+    for (auto& channel : analogs) size(channel);
     digitals.resize(static_cast<size_t>(digitalCount));
-    for (auto& channel : digitals) channel.resize(count);
+    for (auto& channel : digitals) size(channel);
 }

@@ -34,10 +34,10 @@ std::vector<double> KComtradeTiming::fromRates(const KComtradeConfig& config, si
     return times;
 }
 
-std::vector<double> KComtradeTiming::unwrap(const std::vector<double>& stamps,
+std::vector<double> KComtradeTiming::unwrap(const KComtradeData::Values& stamps,
                                             double expectedStep, double& modulus,
                                             long long& wraps, long long& backwardsAt) {
-    std::vector<double> out(stamps);
+    std::vector<double> out(stamps.begin(), stamps.end());
     modulus = 0.0;
     wraps = 0;
     backwardsAt = -1;

@@ -24,6 +24,6 @@ private:
     static std::vector<double> fromStamps(const KComtradeConfig& config,
                                           const KComtradeData& data, KStringArray& warnings);
     // Time stamps with counter wraps (16 or 32 bits) undone; the modulus found, or 0.
-    static std::vector<double> unwrap(const std::vector<double>& stamps, double expectedStep,
+    static std::vector<double> unwrap(const KComtradeData::Values& stamps, double expectedStep,
                                       double& modulus, long long& wraps, long long& backwardsAt);
 };

@@ -14,8 +14,8 @@
 namespace {
 
 // Equal arrays, a NaN matching a NaN.
-template <class T>
-void expectSameSamples(const std::vector<T>& a, const std::vector<T>& b, const char* what) {
+template <class Samples>
+void expectSameSamples(const Samples& a, const Samples& b, const char* what) {
     ASSERT_EQ(a.size(), b.size()) << what;
     for (size_t i = 0; i < a.size(); ++i) {
         if (std::isnan(static_cast<double>(a[i])) && std::isnan(static_cast<double>(b[i])))
