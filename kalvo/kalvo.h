@@ -27,4 +27,25 @@
 #include <kalvo/platform/CRect.h>
 #include <kalvo/platform/CSize.h>
 #include <kalvo/platform/HWND.h>
+#include <kalvo/platform/KCursorService.h>
+#include <kalvo/platform/KLocalClipboard.h>
+#include <kalvo/platform/KPlatformClipboard.h>
 #include <kalvo/platform/ColorRef.h>
+
+// record
+#include <kalvo/record/KDataTransform.h>
+#include <kalvo/record/KDataTransformExt.h>
+#include <kalvo/record/KRecord.h>
+#include <kalvo/record/KRecordActor.h>
+#include <kalvo/record/KRecordConsumer.h>
+#include <kalvo/record/KRecordObserver.h>
+#include <kalvo/record/KRecordProducer.h>
+#include <kalvo/record/KSampleStatistics.h>
+#include <kalvo/record/KTransform.h>
+#include <kalvo/record/PolarTransform.h>
+
+// toolkit
+#include <kalvo/toolkit/KClipboard.h>
+// analysis
+#include <kalvo/analysis/Fft.h>
+#include <kalvo/analysis/KFftTransform.h>

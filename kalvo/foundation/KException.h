@@ -15,6 +15,7 @@ public:
         __attribute__((format(printf, 2, 3)));
     [[noreturn]] static void raise(const char* title, const char* fmt, ...)
         __attribute__((format(printf, 2, 3)));
+    static KException formatV(const char* title, const char* fmt, va_list args);
 
     const KString& getTitle() const { return title_; }
     const KString& getText() const { return text_; }

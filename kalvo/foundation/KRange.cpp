@@ -166,7 +166,6 @@ int KRange::getPrecision() const {
 }
 
 double KRange::snapZero(double v, int precision) {
-    if (precision < 0) precision = 0;
     if (std::fabs(v) < 0.5 * std::pow(10.0, -precision)) return 0.0;
     return v;
 }

@@ -51,7 +51,8 @@ public:
     // on the range's prefix scale, less the one decimal that a prefixed label adds.
     int getPrecision() const;
     // v, or 0.0 when v is rounding noise around zero at the given number of decimals
-    // (below half a unit of the last decimal); -0.0 becomes 0.0.
+    // (below half a unit of the last decimal; a negative precision counts tens, hundreds...);
+    // -0.0 becomes 0.0.
     static double snapZero(double v, int precision);
 
     bool operator==(const KRange& other) const;

@@ -21,6 +21,24 @@ bool inSet(const KString& set, char c) {
     return std::memchr(set.c_str(), c, set.length()) != nullptr;
 }
 
+// Membership of the characters of a set, looked up by byte value.
+class CharSet {
+public:
+    explicit CharSet(const KString& set) {
+        for (unsigned i = 0; i < set.length(); ++i) {
+            const auto b = static_cast<unsigned char>(set.c_str()[i]);
+            bits_[b / 64] |= std::uint64_t{1} << (b % 64);
+        }
+    }
+    bool has(char c) const {
+        const auto b = static_cast<unsigned char>(c);
+        return (bits_[b / 64] >> (b % 64) & 1u) != 0;
+    }
+
+private:
+    std::uint64_t bits_[4] = {0, 0, 0, 0};
+};
+
 }  // namespace
 
 KString::KString() : buffer_(emptyText), len_(0), capacity_(0) { ++instanceCount; }
@@ -174,8 +192,11 @@ KString& KString::append(const char* text) {
 }
 
 KString& KString::append(char c) {
-    const char text[2] = {c, 0};  // a zero character appends nothing, as "%c" would
-    return append(text);
+    if (c == 0) return *this;  // a zero character appends nothing, as "%c" would
+    if (len_ >= capacity_) ensureCapacity(len_ + 1);
+    buffer_[len_++] = c;
+    buffer_[len_] = 0;
+    return *this;
 }
 
 KString& KString::operator<<(const KString& text) { return append(text.buffer_); }
@@ -250,10 +271,9 @@ unsigned KString::enumerate(char c) const {
 }
 
 unsigned KString::indexOf(char c, unsigned from) const {
-    for (unsigned i = from; i < len_; ++i) {
-        if (buffer_[i] == c) return i;
-    }
-    return NOT_FOUND;
+    if (from >= len_) return NOT_FOUND;
+    const void* hit = std::memchr(buffer_ + from, c, len_ - from);
+    return hit != nullptr ? static_cast<unsigned>(static_cast<const char*>(hit) - buffer_) : NOT_FOUND;
 }
 
 unsigned KString::indexOf(const KString& pattern) const {
@@ -333,12 +353,13 @@ KString KString::token(int n, char delim) const {
 
 KString KString::token(int n, const KString& delims) const {
     if (n < 0) return KString();
+    const CharSet set(delims);
     unsigned i = 0;
     for (int found = 0;; ++found) {
-        while (i < len_ && inSet(delims, buffer_[i])) ++i;
+        while (i < len_ && set.has(buffer_[i])) ++i;
         if (i >= len_) return KString();
         const unsigned start = i;
-        while (i < len_ && !inSet(delims, buffer_[i])) ++i;
+        while (i < len_ && !set.has(buffer_[i])) ++i;
         if (found == n) return KString(buffer_, static_cast<int>(start), static_cast<int>(i - start));
     }
 }

@@ -1,0 +1,108 @@
+#include <kalvo/toolkit/KClipboard.h>
+
+#include <cstring>
+
+#include <kalvo/platform/KCursorService.h>
+#include <kalvo/platform/KPlatformClipboard.h>
+
+namespace {
+
+// Shows the wait cursor for as long as it lives.
+class WaitCursor {
+public:
+    WaitCursor() { KCursorService::get().beginWaitCursor(); }
+    ~WaitCursor() { KCursorService::get().endWaitCursor(); }
+    WaitCursor(const WaitCursor&) = delete;
+    WaitCursor& operator=(const WaitCursor&) = delete;
+};
+
+// Closes the clipboard, when it was opened, on every way out.
+class OpenClipboard {
+public:
+    explicit OpenClipboard(HWND owner) : clipboard_(KPlatformClipboard::get()) {
+        open_ = clipboard_.open(owner);
+    }
+    ~OpenClipboard() {
+        if (open_) clipboard_.close();
+    }
+    OpenClipboard(const OpenClipboard&) = delete;
+    OpenClipboard& operator=(const OpenClipboard&) = delete;
+
+    bool isOpen() const { return open_; }
+    KPlatformClipboard* operator->() const { return &clipboard_; }
+
+private:
+    KPlatformClipboard& clipboard_;
+    bool open_;
+};
+
+}  // namespace
+
+std::vector<unsigned>& KClipboard::formats() {
+    static std::vector<unsigned> list;
+    return list;
+}
+
+void KClipboard::registerFormats() {
+    // Again on every use: a host may install its own clipboard after the first one, and
+    // registering a name again only looks it up.
+    formats() = {KPlatformClipboard::CF_TEXT,
+                 KPlatformClipboard::get().registerFormat(FORMAT_NAME)};
+}
+
+int KClipboard::getFormatCount() {
+    return static_cast<int>(formats().size());
+}
+
+bool KClipboard::isFormat(int format) {
+    return getFormatIndex(format) >= 0;
+}
+
+int KClipboard::getFormatIndex(int format) {
+    for (int i = 0; i < getFormatCount(); ++i) {
+        if (formats()[static_cast<size_t>(i)] == static_cast<unsigned>(format)) return i;
+    }
+    return -1;
+}
+
+unsigned KClipboard::resolveFormat(unsigned format) {
+    const KPlatformClipboard& clipboard = KPlatformClipboard::get();
+    if (clipboard.isFormatAvailable(format) || !isFormat(static_cast<int>(format))) return format;
+    for (int i = 0; i < getFormatCount(); ++i) {
+        const unsigned candidate = formats()[static_cast<size_t>(i)];
+        if (clipboard.isFormatAvailable(candidate)) return candidate;
+    }
+    return format;
+}
+
+int KClipboard::setData(const char* text, HWND owner) {
+    if (text == nullptr) return 0;
+    WaitCursor wait;
+    registerFormats();
+    OpenClipboard clipboard(owner);
+    if (!clipboard.isOpen() || !clipboard->empty()) return 0;
+    const size_t size = std::strlen(text) + 1;
+    for (int i = 0; i < getFormatCount(); ++i) {
+        if (!clipboard->setData(formats()[static_cast<size_t>(i)], text, size)) return 0;
+    }
+    return 1;
+}
+
+int KClipboard::getDataLength(unsigned format, unsigned long* length, HWND owner) {
+    if (length == nullptr) return 0;
+    registerFormats();
+    OpenClipboard clipboard(owner);
+    size_t size = 0;
+    if (!clipboard.isOpen() || !clipboard->getDataSize(resolveFormat(format), size)) return 0;
+    *length = size;
+    return 1;
+}
+
+int KClipboard::getData(unsigned format, char* buffer, int size, HWND owner) {
+    if (buffer == nullptr || size <= 0) return 0;
+    registerFormats();
+    OpenClipboard clipboard(owner);
+    if (!clipboard.isOpen()) return 0;
+    return static_cast<int>(
+        clipboard->getData(resolveFormat(format), buffer, static_cast<size_t>(size)));
+}

@@ -1,0 +1,255 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <set>
+#include <string>
+
+#include <kalvo/foundation/KArchive.h>
+#include <kalvo/foundation/KDouble.h>
+#include <kalvo/foundation/KException.h>
+#include <kalvo/foundation/KLimits.h>
+#include <kalvo/foundation/KRange.h>
+
+namespace {
+KRange gridded(double lo, double hi, bool snap, bool unitized = false) {
+    KRange r(lo, hi);
+    r.setUnitized(unitized);
+    r.computeGrid(snap);
+    return r;
+}
+}  // namespace
+
+TEST(KRange, defaults) {
+    KRange r;
+    EXPECT_EQ(r.getMinimum(), 0.0);
+    EXPECT_EQ(r.getMaximum(), 1.0);
+    EXPECT_EQ(r.getGrid(), 0.1);
+    EXPECT_FALSE(r.isUnitized());
+    double lo, hi;
+    r.getBounds(lo, hi);
+    EXPECT_EQ(lo, -1.0);
+    EXPECT_EQ(hi, 1.0);
+    EXPECT_EQ(r.getFactor(), 1.0);
+}
+
+TEST(KRange, gridExamples) {
+    KRange r = gridded(0, 7, true);
+    EXPECT_EQ(r.getGrid(), 1.0);
+    EXPECT_EQ(r.getMinimum(), 0.0);
+    EXPECT_EQ(r.getMaximum(), 7.0);
+    EXPECT_DOUBLE_EQ(gridded(0, 1.5, false).getGrid(), 0.2);
+    EXPECT_EQ(gridded(0, 35, false).getGrid(), 5.0);
+    r = gridded(1.3, 36.2, true);
+    EXPECT_EQ(r.getMinimum(), 0.0);
+    EXPECT_EQ(r.getMaximum(), 40.0);
+    r = gridded(5, 5, false);
+    EXPECT_DOUBLE_EQ(r.getMinimum(), 4.475);
+    EXPECT_DOUBLE_EQ(r.getMaximum(), 5.5);
+    r = gridded(0, 0, false);  // collapsed on zero stays collapsed
+    EXPECT_EQ(r.getMinimum(), 0.0);
+    EXPECT_EQ(r.getMaximum(), 0.0);
+    EXPECT_GT(r.getGrid(), 0.0);
+    r = gridded(1e-20, 3e-20, false);  // below 1e-15: widened by ten steps of 10^(k-2)
+    EXPECT_DOUBLE_EQ(r.getMaximum(), 3e-20 + 1e-16);
+    EXPECT_DOUBLE_EQ(r.getMinimum(), 1e-20 - 1e-16);
+}
+
+TEST(KRange, gridStepsAcrossMagnitudes) {
+    const double mantissas[] = {1.0, 1.1, 1.5, 1.8, 2.0, 2.25, 2.5, 3.0, 4.5, 5.0, 7.0, 9.99};
+    for (int e = -15; e <= 17; ++e) {
+        for (double m : mantissas) {
+            const double span = m * std::pow(10.0, e);
+            for (double start : {0.0, -span / 3, 7 * span}) {
+                SCOPED_TRACE(testing::Message() << "span " << span << " from " << start);
+                KRange r = gridded(start, start + span, false);
+                const double grid = r.getGrid();
+                const double steps = (r.getMaximum() - r.getMinimum()) / grid;
+                EXPECT_GE(steps, 4.49);
+                EXPECT_LE(steps, 10.0 + 1e-9);
+                // The step is 1, 2, 2.5 or 5 times a power of ten.
+                const double mant = grid / std::pow(10.0, std::floor(std::log10(grid) + 1e-9));
+                const bool nice = std::fabs(mant - 1) < 1e-9 || std::fabs(mant - 2) < 1e-9 ||
+                                  std::fabs(mant - 2.5) < 1e-9 || std::fabs(mant - 5) < 1e-9;
+                EXPECT_TRUE(nice) << "grid " << grid;
+            }
+        }
+    }
+    EXPECT_EQ(gridded(0, 1e18, false).getGrid(), 1e17);
+}
+
+TEST(KRange, timeSteps) {
+    struct Case {
+        double span;
+        int level;
+        double grid;
+    };
+    const Case cases[] = {
+        {60, 0, 1},           {61, 1, 60},          {3600, 1, 60},      {7200, 2, 3600},
+        {86400, 2, 3600},     {86400 * 3, 3, 86400}, {86400 * 400, 4, 2592000},
+        {86400.0 * 365 * 100, 5, 31104000}, {86400.0 * 365 * 10000, 5, 31104000},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.span);
+        KRange r = gridded(1000, 1000 + c.span, true, true);
+        EXPECT_EQ(r.getUnitLevel(), c.level);
+        EXPECT_EQ(r.getGrid(), c.grid);
+        EXPECT_EQ(r.getMinimum(), 1000);  // time steps never snap
+    }
+    KRange second = gridded(0, 1, false, true);  // under a minute: decimal steps
+    EXPECT_EQ(second.getUnitLevel(), 0);
+    EXPECT_DOUBLE_EQ(second.getGrid(), 0.1);
+    KRange snap = gridded(0, 7200, false, true);
+    snap.setLimits(10, 7000);
+    snap.snapToGrid();  // unitized ranges do not snap
+    EXPECT_EQ(snap.getMinimum(), 10);
+}
+
+TEST(KRange, limitsZoomAndSnap) {
+    KRange r(0, 4);
+    r.setMinAperture(1);
+    EXPECT_FALSE(r.setLimits(0, 0.5));
+    EXPECT_EQ(r.getMaximum(), 4.0);
+    r.setMinAperture(-3);  // ignored
+    EXPECT_EQ(r.getMinAperture(), 1.0);
+    EXPECT_TRUE(r.setLimits(9, 3 + 7));
+    EXPECT_TRUE(r.setLimits(0, 4));
+    r.expandLimits();
+    EXPECT_EQ(r.getMinimum(), -1.0);
+    EXPECT_EQ(r.getMaximum(), 5.0);
+    r.setLimits(0, 8);
+    r.compressLimits();
+    EXPECT_EQ(r.getMinimum(), 2.0);
+    EXPECT_EQ(r.getMaximum(), 6.0);
+    r.setLimits(0, 1.5);
+    r.compressLimits();  // would leave 0.75 < aperture 1: refused, nothing changes
+    EXPECT_EQ(r.getMinimum(), 0.0);
+    EXPECT_EQ(r.getMaximum(), 1.5);
+
+    KRange s(1.3, 36.2);
+    s.setGrid(5);
+    s.setGrid(-1);
+    s.setGrid(0);
+    EXPECT_EQ(s.getGrid(), 5.0);
+    s.snapToGrid();
+    EXPECT_EQ(s.getMinimum(), 0.0);
+    EXPECT_EQ(s.getMaximum(), 40.0);
+    KRange narrow(1.3, 4.2);
+    narrow.setGrid(5);
+    narrow.snapToGrid();  // the span is not larger than the grid
+    EXPECT_EQ(narrow.getMinimum(), 1.3);
+
+    KRange fixed(0.3, 77);
+    fixed.setFixedGrid(true);
+    fixed.computeGrid(true);
+    EXPECT_EQ(fixed.getGrid(), 1.0);
+    EXPECT_EQ(fixed.getMinimum(), 0.3);
+
+    KRange broken(KDouble::NaN, 3);
+    broken.computeGrid(true);
+    EXPECT_EQ(broken.getGrid(), 0.1);
+}
+
+TEST(KRange, containsAndPanning) {
+    KRange r(0, 10);
+    EXPECT_TRUE(r.contains(10));
+    EXPECT_FALSE(r.contains(KDouble::NaN));
+    EXPECT_FALSE(r.contains(10.5));
+    r.setGrid(5);
+    r.containValue(25);
+    EXPECT_EQ(r.getMinimum(), 20.0);
+    EXPECT_EQ(r.getMaximum(), 30.0);
+    r.containValue(-3);
+    EXPECT_EQ(r.getMinimum(), -5.0);
+    EXPECT_EQ(r.getMaximum(), 5.0);
+    r.containValue(KDouble::POSITIVE_INFINITY);
+    EXPECT_EQ(r.getMinimum(), -5.0);
+
+    KRange far(0, 10);
+    far.setGrid(1);
+    far.containValue(1e12);  // far away: still ends with the value at or just below the centre
+    const double mid = (far.getMinimum() + far.getMaximum()) / 2;
+    EXPECT_GE(mid, 1e12);
+    EXPECT_LT(mid - 1, 1e12);
+    EXPECT_DOUBLE_EQ(far.getRangeSize(), 10.0);
+}
+
+// The decimals that getPrecision gives make every tick of the grid read back as itself
+// through the range labels, and no two ticks look alike.
+TEST(KRange, precisionFitsTheGrid) {
+    for (int e = -14; e <= 17; ++e) {
+        for (double m : {1.0, 1.7, 2.4, 4.0, 6.5}) {
+            for (double offset : {0.0, -0.4, 3.0}) {
+                const double span = m * std::pow(10.0, e);
+                KRange r = gridded(offset * span, offset * span + span, true);
+                const int decimals = r.getPrecision();
+                double divisor = 1.0;
+                KDouble::getRangePrefix(r.getMinimum(), r.getMaximum(), divisor);
+                std::set<std::string> seen;
+                const int steps = static_cast<int>(std::lround(r.getRangeSize() / r.getGrid()));
+                for (int i = 0; i <= steps; ++i) {
+                    const double tick =
+                        KRange::snapZero(r.getMinimum() + i * r.getGrid(), 4 - e);
+                    const std::string text =
+                        KDouble::toLabel(tick, decimals, r.getMinimum(), r.getMaximum()).c_str();
+                    SCOPED_TRACE(testing::Message() << "span " << span << " tick " << tick << " "
+                                                    << text << " decimals " << decimals);
+                    EXPECT_TRUE(seen.insert(text).second);
+                    EXPECT_NEAR(std::strtod(text.c_str(), nullptr) * divisor, tick,
+                                r.getGrid() * 1e-6);
+                }
+            }
+        }
+    }
+    EXPECT_EQ(gridded(0, 1.5, true).getPrecision(), 1);
+    EXPECT_EQ(gridded(0, 35, true).getPrecision(), 0);
+    EXPECT_EQ(gridded(-0.0021, 0.0187, true).getPrecision(), 4);
+    EXPECT_EQ(gridded(0, 2.5e7, true).getPrecision(), 0);
+}
+
+TEST(KRange, snapZero) {
+    EXPECT_EQ(KRange::snapZero(1e-17, 3), 0.0);
+    EXPECT_FALSE(std::signbit(KRange::snapZero(-0.0, 3)));
+    EXPECT_EQ(KRange::snapZero(0.001, 3), 0.001);
+    EXPECT_EQ(KRange::snapZero(-0.0004, 3), 0.0);
+    EXPECT_EQ(KRange::snapZero(40.0, -2), 0.0);  // tens of units are noise at -2
+    EXPECT_EQ(KRange::snapZero(60.0, -2), 60.0);
+    EXPECT_EQ(KRange::snapZero(2.0, 0), 2.0);
+}
+
+TEST(KRange, storedForm) {
+    KRange r(-3, 12);
+    r.setUnitized(true);
+    r.setMinAperture(0.5);
+    r.setBounds(20, -20);
+    r.setFactor(2.5);
+    r.computeGrid(false);
+    KArchive out;
+    r.writeObject(out);
+    EXPECT_EQ(out.getBuffer().size(), 4 + 4 + 4 + 8 * 4 + 4 + 8 * 3u);
+    KArchive in(out.getBuffer());
+    KRange back;
+    back.readObject(in);
+    EXPECT_TRUE(back == r);
+    double lo, hi;
+    back.getBounds(lo, hi);
+    EXPECT_EQ(lo, -20.0);
+    EXPECT_EQ(hi, 20.0);
+
+    std::vector<std::uint8_t> cut(out.getBuffer().begin(), out.getBuffer().end() - 3);
+    KArchive truncated(cut);
+    KRange other;
+    EXPECT_THROW(other.readObject(truncated), KException);
+}
+
+TEST(KLimits, containAndConstrain) {
+    KLimits l(2, 8);
+    EXPECT_TRUE(l.contains(2));
+    EXPECT_TRUE(l.contains(8));
+    EXPECT_FALSE(l.contains(9));
+    EXPECT_EQ(l.constrain(-4), 2);
+    EXPECT_EQ(l.constrain(5), 5);
+    EXPECT_EQ(l.constrain(11), 8);
+    l.set(9, 3);  // crossed: the maximum wins
+    EXPECT_EQ(l.constrain(5), 3);
+    EXPECT_EQ(l.constrain(1), 3);
+}
