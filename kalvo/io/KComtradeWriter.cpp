@@ -108,7 +108,7 @@ std::string KComtradeWriter::writeConfig(const KComtradeConfig& config) {
         if (noRate) break;
     }
     for (KComtradeStamp stamp : {config.start, config.trigger}) {
-        if (!oldest) stamp.setMonthFirst(false, false);
+        stamp.setMonthFirst(oldest, oldest && stamp.isTwoDigitYear());
         out += std::string(stamp.toString().c_str()) + "\r\n";
     }
     out += std::string(KComtradeConfig::getFileTypeName(config.fileType)) + "\r\n";
