@@ -21,6 +21,15 @@ void KComtradeReader::read(const char* path, KRecord& record) {
     record.setFileName(path);
 }
 
+void KComtradeReader::read(std::string_view config, std::string_view data, const char* name,
+                           KRecord& record) {
+    file_ = KComtradeFile();
+    file_.readConfig(config, name, options_);
+    file_.readData(data, name, options_);
+    build(file_, record);
+    record.setFileName(name);
+}
+
 void KComtradeReader::build(const KComtradeFile& file, KRecord& record) const {
     const KComtradeConfig& c = file.config;
     const int n = static_cast<int>(file.data.getSampleCount());

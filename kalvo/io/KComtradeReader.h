@@ -51,6 +51,9 @@ public:
     // Reads the record of path (a .cfg, .dat or .cff) into record, replacing what it held.
     // Raises KException for files that cannot be read or make no sense.
     void read(const char* path, KRecord& record);
+    // Reads a record whose configuration and data are in memory; name is used in messages.
+    void read(std::string_view config, std::string_view data, const char* name,
+              KRecord& record);
     // Builds record from files read before.
     void build(const KComtradeFile& file, KRecord& record) const;
 

@@ -52,8 +52,8 @@ struct Channel {
 };
 
 const Channel CHANNELS[7] = {
-    {"VA", "A", "kV", 1000, 1, 110},  {"VB", "B", "kV", 1000, 1, 110},
-    {"VC", "C", "kV", 1000, 1, 110},  {"IA", "A", "A", 1200, 5, 16000},
+    {"VA", "A", "V", 1000, 1, 110000}, {"VB", "B", "V", 1000, 1, 110000},
+    {"VC", "C", "V", 1000, 1, 110000}, {"IA", "A", "A", 1200, 5, 16000},
     {"IB", "B", "A", 1200, 5, 16000}, {"IC", "C", "A", 1200, 5, 16000},
     {"IN", "N", "A", 1200, 5, 16000}};
 
@@ -80,7 +80,7 @@ void values(double t, const double clearedAt[3], double out[7]) {
             v = FAULT_V[p].at(t) * std::exp(-(t - clearedAt[p]) / 0.004);
             i = 0.0;
         }
-        out[p] = v / 1000.0;  // kV
+        out[p] = v;
         out[3 + p] = i;
     }
     out[6] = out[3] + out[4] + out[5];
