@@ -1,6 +1,6 @@
 // Decoding COMTRADE data files against scanning the same bytes in memory (memchr for a byte
-// as rare as any in the buffer), for a 100 MB BINARY file and a 100 MB ASCII file of the same record
-// shape: 8 analog and 16 status channels. Bytes per second are file bytes.
+// as rare as any in the buffer), for a 100 MB BINARY file and a 100 MB ASCII file of the same
+// record shape: 8 analog and 16 status channels. Bytes per second are file bytes.
 #include <benchmark/benchmark.h>
 
 #include <cmath>

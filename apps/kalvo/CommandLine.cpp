@@ -29,8 +29,7 @@ CommandLine::CommandLine(int argc, char** argv, int first, int accepted) {
             const char* name = value(i);
             if (!KTextEncoding::parseName(name, encoding))
                 KException::raise("Usage",
-                                  "unknown encoding '%s' (auto, utf-8, latin1, cp1251, gbk)",
-                                  name);
+                                  "unknown encoding '%s' (auto, utf-8, latin1, cp1251, gbk)", name);
         } else if ((accepted & CHANNELS) && strcmp(a, "--channels") == 0) {
             std::string list = value(i);
             size_t start = 0;

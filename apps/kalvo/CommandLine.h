@@ -14,11 +14,11 @@ public:
 
     CommandLine(int argc, char** argv, int first, int accepted);
 
-    std::string file;              // empty: the embedded sample
+    std::string file;                   // empty: the embedded sample
     std::vector<std::string> channels;  // names or numbers from 1; empty: the default set
     double from = 0.0, to = 0.0;
     bool hasFrom = false, hasTo = false;
-    std::string output;            // empty: standard output
+    std::string output;  // empty: standard output
     int maxHarmonic = 50;
     bool percent = false;
     bool primary = false;

@@ -50,7 +50,8 @@ int ExportCommand::run(const CommandLine& options, FILE* out) {
     std::unique_ptr<FILE, int (*)(FILE*)> file(nullptr, fclose);
     if (!options.output.empty()) {
         file.reset(fopen(options.output.c_str(), "w"));
-        if (!file) KException::raise("Export", "%s: cannot create the file", options.output.c_str());
+        if (!file)
+            KException::raise("Export", "%s: cannot create the file", options.output.c_str());
         out = file.get();
     }
     std::string line = "time";

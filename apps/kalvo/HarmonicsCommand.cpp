@@ -88,7 +88,8 @@ int HarmonicsCommand::run(const CommandLine& options, FILE* out) {
     RecordSource source(options);
     const KRecord& r = source.record;
     const std::vector<int> traces = source.selectTraces(options.channels, true);
-    if (traces.empty()) KException::raise("Harmonics", "%s has no analog channels", source.name.c_str());
+    if (traces.empty())
+        KException::raise("Harmonics", "%s has no analog channels", source.name.c_str());
     const double lineFrequency = atof(r.getProperty(KComtradeReader::LINE_FREQUENCY).c_str());
     const double cycle = lineFrequency > 0 ? 1.0 / lineFrequency : 0.0;
     double from = options.hasFrom ? options.from : r.getTriggerValue();
@@ -132,7 +133,8 @@ int HarmonicsCommand::run(const CommandLine& options, FILE* out) {
     fprintf(out, "Harmonics of %s, %s values\n", source.name.c_str(),
             r.getProperty(KComtradeReader::VALUES).c_str());
     if (whole)
-        fprintf(out, "Stretch: %.9g s to %.9g s from the trigger, %d samples, %d cycle%s of %g Hz\n",
+        fprintf(out,
+                "Stretch: %.9g s to %.9g s from the trigger, %d samples, %d cycle%s of %g Hz\n",
                 x[0], x[0] + length, n, cycles, cycles > 1 ? "s" : "", lineFrequency);
     else
         fprintf(out,
@@ -142,8 +144,9 @@ int HarmonicsCommand::run(const CommandLine& options, FILE* out) {
     fprintf(out, "\n%8s", "Harmonic");
     for (int k : traces) {
         const KRecord::Trace& t = *r.getTrace(k);
-        std::string head = std::string(t.getName().c_str()) +
-                           (options.percent ? " %" : " RMS (" + std::string(t.getUnits().c_str()) + ")");
+        std::string head =
+            std::string(t.getName().c_str()) +
+            (options.percent ? " %" : " RMS (" + std::string(t.getUnits().c_str()) + ")");
         fprintf(out, "  %16s  %8s", head.c_str(), "phase");
     }
     fprintf(out, "\n");
@@ -161,7 +164,8 @@ int HarmonicsCommand::run(const CommandLine& options, FILE* out) {
     fprintf(out, "\nTHD (harmonics 2 to %d, relative to the fundamental):\n", top);
     for (size_t c = 0; c < traces.size(); ++c) {
         double sum = 0.0;
-        for (int h = 2; h <= top; ++h) sum += std::pow(spectra[c][static_cast<size_t>(h * cycles)].rms, 2);
+        for (int h = 2; h <= top; ++h)
+            sum += std::pow(spectra[c][static_cast<size_t>(h * cycles)].rms, 2);
         const double fundamental = spectra[c][static_cast<size_t>(cycles)].rms;
         fprintf(out, "  %-16s  %.4g %%\n", r.getTrace(traces[c])->getName().c_str(),
                 100.0 * std::sqrt(sum) / fundamental);

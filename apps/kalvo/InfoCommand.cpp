@@ -74,8 +74,8 @@ int InfoCommand::run(const CommandLine& options, FILE* out) {
         for (int k = 0; k < runs; ++k) {
             const KRecord::SampleInfo* info = r.getSampleInfo(k);
             if (k < 20 || k == runs - 1)
-                fprintf(out, "  %5d  %10d  %10d  %14.6f\n", k + 1, first + 1,
-                        info->getEndIndex(), info->getRate());
+                fprintf(out, "  %5d  %10d  %10d  %14.6f\n", k + 1, first + 1, info->getEndIndex(),
+                        info->getRate());
             else if (k == 20)
                 fprintf(out, "  %5s  (%d more runs)\n", "...", runs - 21);
             first = info->getEndIndex();

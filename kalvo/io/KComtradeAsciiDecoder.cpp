@@ -161,9 +161,10 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
                     last = false;
             if (!last) {
                 KString expected;
-                expected.format("%zu fields (sample number, time stamp, %zu analog and %zu "
-                                "status values) but the line ends after %zu",
-                                fieldCount, analogCount, digitalCount, field);
+                expected.format(
+                    "%zu fields (sample number, time stamp, %zu analog and %zu "
+                    "status values) but the line ends after %zu",
+                    fieldCount, analogCount, digitalCount, field);
                 fail(p, expected.c_str());
             }
             cutLast = true;

@@ -7,6 +7,6 @@
 // analog field, or 99999 after the oldest revision, is a missing value.
 class KComtradeAsciiDecoder : public KComtradeDecoder {
 public:
-    void decode(const char* bytes, size_t size, const KComtradeConfig& config,
-                KComtradeData& data, KStringArray& warnings) override;
+    void decode(const char* bytes, size_t size, const KComtradeConfig& config, KComtradeData& data,
+                KStringArray& warnings) override;
 };

@@ -15,7 +15,9 @@ inline double toRaw(int16_t v) {
 inline double toRaw(int32_t v) {
     return v == INT32_MIN ? std::numeric_limits<double>::quiet_NaN() : v;
 }
-inline double toRaw(float v) { return v; }
+inline double toRaw(float v) {
+    return v;
+}
 
 template <class T>
 inline T load(const unsigned char* p) {
@@ -26,9 +28,8 @@ inline T load(const unsigned char* p) {
 
 }  // namespace
 
-void KComtradeBinaryDecoder::decode(const char* bytes, size_t size,
-                                    const KComtradeConfig& config, KComtradeData& data,
-                                    KStringArray& warnings) {
+void KComtradeBinaryDecoder::decode(const char* bytes, size_t size, const KComtradeConfig& config,
+                                    KComtradeData& data, KStringArray& warnings) {
     KComtradeConfig sized = config;
     sized.fileType = type_;
     const size_t recordSize = static_cast<size_t>(sized.getRecordSize());
@@ -58,16 +59,18 @@ void KComtradeBinaryDecoder::decode(const char* bytes, size_t size,
     }
     numbers.report(warnings);
     if (rest > 0) {
-        const unsigned char* tail = reinterpret_cast<const unsigned char*>(bytes) + count * recordSize;
+        const unsigned char* tail =
+            reinterpret_cast<const unsigned char*>(bytes) + count * recordSize;
         bool padding = true;
         for (size_t i = 0; i < rest; ++i) padding &= tail[i] == 0x1A || tail[i] == 0;
         KString w;
         if (padding)
             w.format("%zu padding bytes after the last sample ignored", rest);
         else
-            w.format("%s: the last %zu bytes (from byte offset %zu) do not make a whole "
-                     "sample of %zu bytes; ignored",
-                     fileName_.c_str(), rest, count * recordSize, recordSize);
+            w.format(
+                "%s: the last %zu bytes (from byte offset %zu) do not make a whole "
+                "sample of %zu bytes; ignored",
+                fileName_.c_str(), rest, count * recordSize, recordSize);
         warnings.add(w.c_str());
     }
 }

@@ -9,8 +9,8 @@ class KComtradeBinaryDecoder : public KComtradeDecoder {
 public:
     explicit KComtradeBinaryDecoder(KComtradeConfig::FileType type) : type_(type) {}
 
-    void decode(const char* bytes, size_t size, const KComtradeConfig& config,
-                KComtradeData& data, KStringArray& warnings) override;
+    void decode(const char* bytes, size_t size, const KComtradeConfig& config, KComtradeData& data,
+                KStringArray& warnings) override;
 
 private:
     template <class Value>

@@ -15,10 +15,14 @@ int KComtradeConfig::getRecordSize() const {
 
 const char* KComtradeConfig::getFileTypeName(FileType type) {
     switch (type) {
-        case ASCII: return "ASCII";
-        case BINARY: return "BINARY";
-        case BINARY32: return "BINARY32";
-        case FLOAT32: return "FLOAT32";
+        case ASCII:
+            return "ASCII";
+        case BINARY:
+            return "BINARY";
+        case BINARY32:
+            return "BINARY32";
+        case FLOAT32:
+            return "FLOAT32";
     }
     return "ASCII";
 }

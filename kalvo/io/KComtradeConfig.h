@@ -32,7 +32,7 @@ public:
     // One run of the sampling table; a single run with rate 0 means "no sampling rate":
     // the time of each sample comes from its time stamp.
     struct Rate {
-        double rate = 0.0;  // samples per second
+        double rate = 0.0;      // samples per second
         int64_t endSample = 0;  // number of the last sample of the run
         bool operator==(const Rate&) const = default;
     };

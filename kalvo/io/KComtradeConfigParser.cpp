@@ -32,8 +32,8 @@ KComtradeConfigParser::KComtradeConfigParser(const char* fileName, int firstLine
     : fileName_(fileName), firstLine_(firstLine) {}
 
 void KComtradeConfigParser::fail(const Line& line, const char* expected) const {
-    KException::raise("COMTRADE Error", "%s, line %d: expected %s, found '%s'",
-                      fileName_.c_str(), line.number, expected, shown(line.text).c_str());
+    KException::raise("COMTRADE Error", "%s, line %d: expected %s, found '%s'", fileName_.c_str(),
+                      line.number, expected, shown(line.text).c_str());
 }
 
 const KComtradeConfigParser::Line& KComtradeConfigParser::next(const char* expected) {
@@ -66,8 +66,7 @@ double KComtradeConfigParser::number(const Line& line, const std::string& field,
         KString expected;
         expected.format("%s (a number)", what);
         KException::raise("COMTRADE Error", "%s, line %d: expected %s, found '%s'",
-                          fileName_.c_str(), line.number, expected.c_str(),
-                          shown(field).c_str());
+                          fileName_.c_str(), line.number, expected.c_str(), shown(field).c_str());
     }
     return v;
 }
@@ -82,8 +81,7 @@ long long KComtradeConfigParser::integer(const Line& line, const std::string& fi
         KString expected;
         expected.format("%s (a whole number)", what);
         KException::raise("COMTRADE Error", "%s, line %d: expected %s, found '%s'",
-                          fileName_.c_str(), line.number, expected.c_str(),
-                          shown(field).c_str());
+                          fileName_.c_str(), line.number, expected.c_str(), shown(field).c_str());
     }
     return v;
 }
@@ -172,8 +170,8 @@ void KComtradeConfigParser::parseHeader(KComtradeConfig& config) {
         config.revision = year > 2013 ? KComtradeConfig::REV_2013 : KComtradeConfig::REV_1999;
     }
     KString w;
-    w.format("revision year '%s' is not a revision of the format; read as %d",
-             shown(rev).c_str(), static_cast<int>(config.revision));
+    w.format("revision year '%s' is not a revision of the format; read as %d", shown(rev).c_str(),
+             static_cast<int>(config.revision));
     warnings_->add(w.c_str());
 }
 
@@ -185,9 +183,9 @@ void KComtradeConfigParser::parseCounts(int& analogs, int& digitals) {
     auto count = [&](const std::string& field, char kind) {
         if (field.empty() || toupper(static_cast<unsigned char>(field.back())) != kind)
             fail(line, expected);
-        return static_cast<int>(integer(line, field.substr(0, field.size() - 1),
-                                        kind == 'A' ? "the analog channel count"
-                                                    : "the digital channel count"));
+        return static_cast<int>(
+            integer(line, field.substr(0, field.size() - 1),
+                    kind == 'A' ? "the analog channel count" : "the digital channel count"));
     };
     const long long total = integer(line, f[0], "the total channel count");
     analogs = count(f[1], 'A');

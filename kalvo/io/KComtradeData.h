@@ -13,9 +13,9 @@ public:
     using Values = std::vector<double, KSampleAllocator<double>>;
     using Bits = std::vector<uint8_t, KSampleAllocator<uint8_t>>;
 
-    Values timeStamps;           // raw, in time stamp units
-    std::vector<Values> analogs; // raw values, a * raw + b is the real value
-    std::vector<Bits> digitals;  // 0 or 1
+    Values timeStamps;            // raw, in time stamp units
+    std::vector<Values> analogs;  // raw values, a * raw + b is the real value
+    std::vector<Bits> digitals;   // 0 or 1
 
     int64_t getSampleCount() const { return static_cast<int64_t>(timeStamps.size()); }
     // Sizes every array for n samples of the given channel counts. New samples are 0, or left

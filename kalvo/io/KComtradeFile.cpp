@@ -41,7 +41,8 @@ std::string KComtradeFile::load(const std::string& path) {
     char buffer[1 << 16];
     size_t n;
     while ((n = fread(buffer, 1, sizeof buffer, f.get())) > 0) bytes.append(buffer, n);
-    if (ferror(f.get())) KException::raise("COMTRADE Error", "%s: cannot read the file", path.c_str());
+    if (ferror(f.get()))
+        KException::raise("COMTRADE Error", "%s: cannot read the file", path.c_str());
     return bytes;
 }
 
@@ -81,8 +82,7 @@ void KComtradeFile::read(const char* path, const Options& options) {
     if (ext == ".dat") {
         cfg = findCompanion(p, "cfg");
         if (cfg.empty())
-            KException::raise("COMTRADE Error", "%s: no configuration file (.cfg) beside it",
-                              path);
+            KException::raise("COMTRADE Error", "%s: no configuration file (.cfg) beside it", path);
     } else if (ext == ".cfg") {
         dat = findCompanion(p, "dat");
         if (dat.empty())
@@ -113,8 +113,8 @@ void KComtradeFile::readConfig(std::string_view text, const char* name, const Op
                                int firstLine) {
     std::string_view body = text;
     if (body.size() >= 3 && body.substr(0, 3) == "\xEF\xBB\xBF") body.remove_prefix(3);
-    encoding = options.encoding == KTextEncoding::AUTO ? KTextEncoding::guess(body)
-                                                       : options.encoding;
+    encoding =
+        options.encoding == KTextEncoding::AUTO ? KTextEncoding::guess(body) : options.encoding;
     const std::string utf8 = KTextEncoding::toUtf8(body, encoding);
     config = KComtradeConfigParser(name, firstLine).parse(utf8, warnings);
     if (encoding != KTextEncoding::UTF8) {
@@ -133,12 +133,11 @@ void KComtradeFile::readData(std::string_view bytes, const char* name, const Opt
     finish();
 }
 
-void KComtradeFile::readCombined(std::string_view bytes, const char* name,
-                                 const Options& options) {
+void KComtradeFile::readCombined(std::string_view bytes, const char* name, const Options& options) {
     // Sections begin at marker lines such as "--- file type: DAT BINARY: 4214 ---".
     struct Section {
-        std::string type;   // CFG, INF, HDR, DAT
-        std::string format; // the data file type named in a DAT marker
+        std::string type;    // CFG, INF, HDR, DAT
+        std::string format;  // the data file type named in a DAT marker
         long long byteCount = -1;
         size_t begin = 0, end = 0;
         int firstLine = 0;
@@ -224,10 +223,11 @@ void KComtradeFile::finish() {
     const int64_t announced = config.getSampleCount();
     KString w;
     if (count < announced) {
-        w.format("the data hold %lld of the %lld samples the configuration announces "
-                 "(%lld missing); the complete samples kept",
-                 static_cast<long long>(count), static_cast<long long>(announced),
-                 static_cast<long long>(announced - count));
+        w.format(
+            "the data hold %lld of the %lld samples the configuration announces "
+            "(%lld missing); the complete samples kept",
+            static_cast<long long>(count), static_cast<long long>(announced),
+            static_cast<long long>(announced - count));
         warnings.add(w.c_str());
     } else if (count > announced) {
         w.format("the data hold %lld samples, %lld more than the configuration announces; all kept",
@@ -267,9 +267,10 @@ void KComtradeFile::finish() {
     const double duration = times.empty() ? 0.0 : times.back();
     if (!std::isfinite(triggerTime) || triggerTime < -duration - 60.0 ||
         triggerTime > 2.0 * duration + 60.0) {
-        w.format("the trigger time %s lies far outside the record; the first sample taken as "
-                 "the trigger",
-                 config.trigger.toDisplayString().c_str());
+        w.format(
+            "the trigger time %s lies far outside the record; the first sample taken as "
+            "the trigger",
+            config.trigger.toDisplayString().c_str());
         warnings.add(w.c_str());
         triggerTime = 0.0;
     }

@@ -38,7 +38,7 @@ public:
     static constexpr const char* SKEW = "Skew";        // microseconds
     static constexpr const char* MIN = "Min";          // declared range of raw values
     static constexpr const char* MAX = "Max";
-    static constexpr const char* NORMAL = "Normal";    // normal state of a status channel
+    static constexpr const char* NORMAL = "Normal";  // normal state of a status channel
 
     void setPrimaryValues(bool primary) { primary_ = primary; }
     bool isPrimaryValues() const { return primary_; }
@@ -46,14 +46,15 @@ public:
     void setDomainFromFirstSample(bool first) { fromFirstSample_ = first; }
     bool isDomainFromFirstSample() const { return fromFirstSample_; }
     void setEncoding(KTextEncoding::Encoding encoding) { options_.encoding = encoding; }
-    void setProgress(KComtradeDecoder::Progress progress) { options_.progress = std::move(progress); }
+    void setProgress(KComtradeDecoder::Progress progress) {
+        options_.progress = std::move(progress);
+    }
 
     // Reads the record of path (a .cfg, .dat or .cff) into record, replacing what it held.
     // Raises KException for files that cannot be read or make no sense.
     void read(const char* path, KRecord& record);
     // Reads a record whose configuration and data are in memory; name is used in messages.
-    void read(std::string_view config, std::string_view data, const char* name,
-              KRecord& record);
+    void read(std::string_view config, std::string_view data, const char* name, KRecord& record);
     // Builds record from files read before.
     void build(const KComtradeFile& file, KRecord& record) const;
 

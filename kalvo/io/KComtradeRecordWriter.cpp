@@ -120,8 +120,7 @@ void KComtradeRecordWriter::setAnalog(const KRecord::Trace& t, KComtradeConfig::
         raw[static_cast<size_t>(i)] = r;
         if (std::isnan(r) || type == KComtradeConfig::ASCII) continue;
         fits = channel.a * r + channel.b == v[i] &&
-               (integer ? std::fabs(r) <= limit
-                        : static_cast<double>(static_cast<float>(r)) == r);
+               (integer ? std::fabs(r) <= limit : static_cast<double>(static_cast<float>(r)) == r);
     }
     if (fits) return;
     if (type == KComtradeConfig::FLOAT32) {

@@ -20,7 +20,6 @@ public:
 private:
     static void setStamps(const KRecord& record, KComtradeConfig& config);
     static void setRates(const KRecord& record, KComtradeConfig& config, KComtradeData& data);
-    static void setAnalog(const KRecord::Trace& trace, KComtradeConfig::FileType type,
-                          bool primary, KComtradeConfig::Analog& channel,
-                          KComtradeData::Values& raw);
+    static void setAnalog(const KRecord::Trace& trace, KComtradeConfig::FileType type, bool primary,
+                          KComtradeConfig::Analog& channel, KComtradeData::Values& raw);
 };

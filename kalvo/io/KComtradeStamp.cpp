@@ -32,7 +32,9 @@ void civilFromDays(int64_t z, int& y, int& m, int& d) {
     y = static_cast<int>(yoe + era * 400 + (m <= 2));
 }
 
-bool isLeap(int y) { return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0; }
+bool isLeap(int y) {
+    return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
+}
 
 int daysInMonth(int y, int m) {
     static const int days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
@@ -116,8 +118,8 @@ bool KComtradeStamp::parse(const char* date, const char* time, bool monthFirst, 
         std::swap(day, month);
         swappedDayMonth = true;
     }
-    if (month < 1 || month > 12 || year < 1900 || year > 2200 ||
-        day < 1 || day > daysInMonth(static_cast<int>(year), static_cast<int>(month))) {
+    if (month < 1 || month > 12 || year < 1900 || year > 2200 || day < 1 ||
+        day > daysInMonth(static_cast<int>(year), static_cast<int>(month))) {
         reason = "a calendar date between the years 1900 and 2200";
         return false;
     }
@@ -125,9 +127,9 @@ bool KComtradeStamp::parse(const char* date, const char* time, bool monthFirst, 
         reason = "a time of day";
         return false;
     }
-    nanoseconds_ = daysFromCivil(year, static_cast<int>(month), static_cast<int>(day)) *
-                       NS_PER_DAY +
-                   ((t[0] * 60 + t[1]) * 60 + t[2]) * NS_PER_SECOND + fraction;
+    nanoseconds_ =
+        daysFromCivil(year, static_cast<int>(month), static_cast<int>(day)) * NS_PER_DAY +
+        ((t[0] * 60 + t[1]) * 60 + t[2]) * NS_PER_SECOND + fraction;
     fractionDigits_ = digits > 9 ? 9 : digits;
     monthFirst_ = monthFirst != swappedDayMonth;
     twoDigitYear_ = twoDigits;
@@ -167,8 +169,8 @@ KString formatStamp(int64_t ns, int fractionDigits, bool monthFirst, bool twoDig
     KString text;
     if (fractionDigits > 0)
         text.format("%s,%02d:%02d:%02d.%0*lld", date, static_cast<int>(secs / 3600),
-                    static_cast<int>(secs / 60 % 60), static_cast<int>(secs % 60),
-                    fractionDigits, static_cast<long long>(frac));
+                    static_cast<int>(secs / 60 % 60), static_cast<int>(secs % 60), fractionDigits,
+                    static_cast<long long>(frac));
     else
         text.format("%s,%02d:%02d:%02d", date, static_cast<int>(secs / 3600),
                     static_cast<int>(secs / 60 % 60), static_cast<int>(secs % 60));

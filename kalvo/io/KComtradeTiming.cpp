@@ -21,8 +21,8 @@ std::vector<double> KComtradeTiming::fromRates(const KComtradeConfig& config, si
     for (size_t r = 0; r < config.rates.size() && runStart < count; ++r) {
         const bool last = r + 1 == config.rates.size();
         // Samples past the last run's end (a data file longer than announced) keep its rate.
-        size_t runEnd = last ? count
-                             : std::min(count, static_cast<size_t>(config.rates[r].endSample));
+        size_t runEnd =
+            last ? count : std::min(count, static_cast<size_t>(config.rates[r].endSample));
         if (runEnd <= runStart) continue;
         const double interval = 1.0 / config.rates[r].rate;
         if (runStart > 0) base = times[runStart - 1] + previousInterval;
@@ -35,8 +35,8 @@ std::vector<double> KComtradeTiming::fromRates(const KComtradeConfig& config, si
 }
 
 std::vector<double> KComtradeTiming::unwrap(const KComtradeData::Values& stamps,
-                                            double expectedStep, double& modulus,
-                                            long long& wraps, long long& backwardsAt) {
+                                            double expectedStep, double& modulus, long long& wraps,
+                                            long long& backwardsAt) {
     std::vector<double> out(stamps.begin(), stamps.end());
     modulus = 0.0;
     wraps = 0;
@@ -124,9 +124,10 @@ void KComtradeTiming::checkStamps(const KComtradeConfig& config, const KComtrade
         }
     }
     if (worst > tolerance) {
-        w.format("the time stamps differ from the sampling rate by up to %g s (at sample %zu); "
-                 "time taken from the sampling rate",
-                 worst, worstAt + 1);
+        w.format(
+            "the time stamps differ from the sampling rate by up to %g s (at sample %zu); "
+            "time taken from the sampling rate",
+            worst, worstAt + 1);
         warnings.add(w.c_str());
     }
     if (missing > 0) {
@@ -136,8 +137,7 @@ void KComtradeTiming::checkStamps(const KComtradeConfig& config, const KComtrade
 }
 
 std::vector<double> KComtradeTiming::fromStamps(const KComtradeConfig& config,
-                                                const KComtradeData& data,
-                                                KStringArray& warnings) {
+                                                const KComtradeData& data, KStringArray& warnings) {
     const auto& stamps = data.timeStamps;
     const size_t n = stamps.size();
     std::vector<double> times(n, 0.0);
@@ -188,9 +188,10 @@ std::vector<double> KComtradeTiming::fromStamps(const KComtradeConfig& config,
     origin = unwrapped[0];
     for (size_t i = 0; i < n; ++i) times[i] = (unwrapped[i] - origin) * unit;
     if (mended > 0) {
-        w.format("%zu time stamps missing or not increasing; each set one typical step after "
-                 "the sample before",
-                 mended);
+        w.format(
+            "%zu time stamps missing or not increasing; each set one typical step after "
+            "the sample before",
+            mended);
         warnings.add(w.c_str());
     }
     return times;

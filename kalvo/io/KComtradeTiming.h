@@ -21,8 +21,8 @@ private:
     static std::vector<double> fromRates(const KComtradeConfig& config, size_t count);
     static void checkStamps(const KComtradeConfig& config, const KComtradeData& data,
                             const std::vector<double>& times, KStringArray& warnings);
-    static std::vector<double> fromStamps(const KComtradeConfig& config,
-                                          const KComtradeData& data, KStringArray& warnings);
+    static std::vector<double> fromStamps(const KComtradeConfig& config, const KComtradeData& data,
+                                          KStringArray& warnings);
     // Time stamps with counter wraps (16 or 32 bits) undone; the modulus found, or 0.
     static std::vector<double> unwrap(const KComtradeData::Values& stamps, double expectedStep,
                                       double& modulus, long long& wraps, long long& backwardsAt);

@@ -83,13 +83,13 @@ std::string KComtradeWriter::writeConfig(const KComtradeConfig& config) {
                    std::to_string(config.analogs.size()) + "A",
                    std::to_string(config.digitals.size()) + "D"});
     for (const auto& a : config.analogs) {
-        std::string line = joined({std::to_string(a.index), a.id.c_str(), a.phase.c_str(),
-                                   a.circuit.c_str(), a.units.c_str(), num(a.a), num(a.b),
-                                   num(a.skew), num(a.min), num(a.max)});
+        std::string line =
+            joined({std::to_string(a.index), a.id.c_str(), a.phase.c_str(), a.circuit.c_str(),
+                    a.units.c_str(), num(a.a), num(a.b), num(a.skew), num(a.min), num(a.max)});
         if (!oldest) {
             line.resize(line.size() - 2);
-            line += "," + num(a.primary) + "," + num(a.secondary) + "," + std::string(1, a.ps) +
-                    "\r\n";
+            line +=
+                "," + num(a.primary) + "," + num(a.secondary) + "," + std::string(1, a.ps) + "\r\n";
         }
         out += line;
     }
@@ -228,7 +228,8 @@ void KComtradeWriter::write(const KComtradeFile& file, const char* path) {
     }
     writeFile(p.replace_extension(".cfg").string(), writeConfig(file.config));
     writeFile(p.replace_extension(".dat").string(), writeData(file.config, file.data));
-    if (!file.header.isEmpty()) writeFile(p.replace_extension(".hdr").string(), file.header.c_str());
+    if (!file.header.isEmpty())
+        writeFile(p.replace_extension(".hdr").string(), file.header.c_str());
     if (!file.information.isEmpty())
         writeFile(p.replace_extension(".inf").string(), file.information.c_str());
 }

@@ -7,11 +7,16 @@
 
 const char* KTextEncoding::getName(Encoding encoding) {
     switch (encoding) {
-        case AUTO: return "auto";
-        case UTF8: return "UTF-8";
-        case LATIN1: return "ISO-8859-1";
-        case CP1251: return "WINDOWS-1251";
-        case GBK: return "GBK";
+        case AUTO:
+            return "auto";
+        case UTF8:
+            return "UTF-8";
+        case LATIN1:
+            return "ISO-8859-1";
+        case CP1251:
+            return "WINDOWS-1251";
+        case GBK:
+            return "GBK";
     }
     return "UTF-8";
 }
@@ -22,10 +27,9 @@ bool KTextEncoding::parseName(const char* name, Encoding& encoding) {
         Encoding encoding;
     };
     static const Alias aliases[] = {
-        {"auto", AUTO},     {"utf-8", UTF8},          {"utf8", UTF8},
-        {"iso-8859-1", LATIN1}, {"latin1", LATIN1},   {"latin-1", LATIN1},
-        {"windows-1251", CP1251}, {"cp1251", CP1251}, {"gbk", GBK},
-        {"gb2312", GBK},    {"cp936", GBK},
+        {"auto", AUTO},     {"utf-8", UTF8},     {"utf8", UTF8},           {"iso-8859-1", LATIN1},
+        {"latin1", LATIN1}, {"latin-1", LATIN1}, {"windows-1251", CP1251}, {"cp1251", CP1251},
+        {"gbk", GBK},       {"gb2312", GBK},     {"cp936", GBK},
     };
     for (const Alias& a : aliases) {
         if (strcasecmp(name, a.name) == 0) {

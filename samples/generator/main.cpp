@@ -2,8 +2,8 @@
 // 115 kV line, recorded at 64 samples per cycle. 3.75 cycles of load, then the fault (a
 // fundamental with a decaying DC offset and some 5th and 7th harmonic), the trip command
 // 1.5 cycles in, the breaker opening at the current zeros after 7 cycles, and a dead line
-// to the end (16 cycles in all). Writes the record as 1999 BINARY and as 2013 ASCII into the given folder and
-// prints what it put in, for checking the analysis against.
+// to the end (16 cycles in all). Writes the record as 1999 BINARY and as 2013 ASCII into the given
+// folder and prints what it put in, for checking the analysis against.
 //
 //     kalvo_sample_generator OUTPUT_FOLDER
 #include <cmath>
@@ -22,9 +22,9 @@ constexpr int SAMPLES_PER_CYCLE = 64;
 constexpr double RATE = LINE_FREQUENCY * SAMPLES_PER_CYCLE;
 constexpr int PRE_FAULT_SAMPLES = 240;  // 3.75 cycles: the trigger falls on a whole microsecond
 constexpr int TOTAL_CYCLES = 16;
-constexpr double TRIP_CYCLES = 1.5;   // relay operates
-constexpr double OPEN_CYCLES = 7.0;   // breaker contacts part; each pole clears at its next zero
-constexpr double TAU = 0.015;         // DC time constant (X/R about 5.7)
+constexpr double TRIP_CYCLES = 1.5;  // relay operates
+constexpr double OPEN_CYCLES = 7.0;  // breaker contacts part; each pole clears at its next zero
+constexpr double TAU = 0.015;        // DC time constant (X/R about 5.7)
 
 // Phasors as RMS magnitude and angle in degrees.
 struct Phasor {
@@ -39,8 +39,8 @@ const Phasor LOAD_V[3] = {{66395, 0}, {66395, -120}, {66395, 120}};
 const Phasor LOAD_I[3] = {{400, -20}, {400, -140}, {400, 100}};
 const Phasor FAULT_V[3] = {{19900, -3}, {69800, -124}, {70500, 124}};
 const Phasor FAULT_IA = {5000, -78};
-const Phasor FAULT_IA5 = {200, 35};    // 4 % of the fundamental
-const Phasor FAULT_IA7 = {125, -60};   // 2.5 %
+const Phasor FAULT_IA5 = {200, 35};   // 4 % of the fundamental
+const Phasor FAULT_IA7 = {125, -60};  // 2.5 %
 const Phasor FAULT_IBC[2] = {{410, -141}, {395, 101}};
 
 struct Channel {
@@ -51,17 +51,17 @@ struct Channel {
     double peak;                // largest value, sets the scaling
 };
 
-const Channel CHANNELS[7] = {
-    {"VA", "A", "V", 1000, 1, 110000}, {"VB", "B", "V", 1000, 1, 110000},
-    {"VC", "C", "V", 1000, 1, 110000}, {"IA", "A", "A", 1200, 5, 16000},
-    {"IB", "B", "A", 1200, 5, 16000}, {"IC", "C", "A", 1200, 5, 16000},
-    {"IN", "N", "A", 1200, 5, 16000}};
+const Channel CHANNELS[7] = {{"VA", "A", "V", 1000, 1, 110000}, {"VB", "B", "V", 1000, 1, 110000},
+                             {"VC", "C", "V", 1000, 1, 110000}, {"IA", "A", "A", 1200, 5, 16000},
+                             {"IB", "B", "A", 1200, 5, 16000},  {"IC", "C", "A", 1200, 5, 16000},
+                             {"IN", "N", "A", 1200, 5, 16000}};
 
 // The fault current of phase A: its AC part, and a DC part that starts equal and opposite
 // to the step in AC current at inception, so that the current is continuous.
 double faultCurrentA(double t) {
     const double ac = FAULT_IA.at(t) + FAULT_IA5.at(t, 5) + FAULT_IA7.at(t, 7);
-    const double step = (FAULT_IA.at(0) + FAULT_IA5.at(0, 5) + FAULT_IA7.at(0, 7)) - LOAD_I[0].at(0);
+    const double step =
+        (FAULT_IA.at(0) + FAULT_IA5.at(0, 5) + FAULT_IA7.at(0, 7)) - LOAD_I[0].at(0);
     return ac - step * std::exp(-t / TAU);
 }
 

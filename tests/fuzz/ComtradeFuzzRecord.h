@@ -26,10 +26,18 @@ inline void fuzzComtradeData(const uint8_t* bytes, size_t size, const char* file
         cfg += std::to_string(i) + ",D" + std::to_string(i) + (oldest ? ",0\n" : ",,,0\n");
     cfg += "50\n";
     switch ((shape >> 2) % 4) {
-        case 0: cfg += "0\n0,5\n"; break;                              // time from stamps
-        case 1: cfg += "1\n1000,5\n"; break;
-        case 2: cfg += "2\n4000,3\n50,8\n"; break;                     // fast then slow
-        default: cfg += "3\n1000,2\n1000,2\n20,2000000000\n"; break;  // an empty run, a long one
+        case 0:
+            cfg += "0\n0,5\n";
+            break;  // time from stamps
+        case 1:
+            cfg += "1\n1000,5\n";
+            break;
+        case 2:
+            cfg += "2\n4000,3\n50,8\n";
+            break;  // fast then slow
+        default:
+            cfg += "3\n1000,2\n1000,2\n20,2000000000\n";
+            break;  // an empty run, a long one
     }
     cfg += "01/02/2020,10:00:00.000000\n01/02/2020,10:00:00.001000\n";
     cfg += std::string(fileType) + "\n" + ((shape & 16) ? "0.5" : "1") + "\n";

@@ -11,6 +11,6 @@ inline std::string comtradeData(const char* relative) {
     return std::string(KALVO_SHARED_DATA) + "/comtrade/" + relative;
 }
 
-#define REQUIRE_SHARED_RECORDS()                                                       \
-    if (!std::filesystem::is_directory(std::string(KALVO_SHARED_DATA) + "/comtrade"))  \
+#define REQUIRE_SHARED_RECORDS()                                                      \
+    if (!std::filesystem::is_directory(std::string(KALVO_SHARED_DATA) + "/comtrade")) \
     GTEST_SKIP() << "shared records not found in " KALVO_SHARED_DATA "/comtrade"

@@ -88,7 +88,8 @@ TEST(KComtradeConfigParser, MalformedFilesNameTheLineAndWhatWasExpected) {
     EXPECT_EQ(errorOf(replaceLine(GOOD, 2, "3,2,1D")),
               "rec.cfg, line 2: expected the channel counts as 'total,nnA,nnD', found '3,2,1D'");
     EXPECT_EQ(errorOf(replaceLine(GOOD, 9, "31/02/2020,10:00:00.000000")),
-              "rec.cfg, line 9: expected a calendar date between the years 1900 and 2200, found '31/02/2020,10:00:00.000000'");
+              "rec.cfg, line 9: expected a calendar date between the years 1900 and 2200, found "
+              "'31/02/2020,10:00:00.000000'");
     EXPECT_EQ(errorOf(replaceLine(GOOD, 11, "TEXT")),
               "rec.cfg, line 11: expected the data file type ASCII, BINARY, BINARY32 or "
               "FLOAT32, found 'TEXT'");

@@ -48,7 +48,8 @@ int changingDigitals(const KComtradeFile& f) {
 
 TEST(KComtradeFile, SmallSyntheticRecordsInEveryForm) {
     REQUIRE_SHARED_RECORDS();
-    for (const char* name : {"python-comtrade/sample_ascii.cfg", "python-comtrade/sample_ascii.cff"}) {
+    for (const char* name :
+         {"python-comtrade/sample_ascii.cfg", "python-comtrade/sample_ascii.cff"}) {
         SCOPED_TRACE(name);
         const KComtradeFile f = readRecord(name);
         EXPECT_STREQ(f.config.station.c_str(), "SMARTSTATION");
@@ -82,10 +83,11 @@ TEST(KComtradeFile, SmallSyntheticRecordsInEveryForm) {
     EXPECT_STREQ(utf8.config.station.c_str(),
                  "SMARTSTATION testing text encoding: hgvcj\xED\x84\xB0\xED\x8C\x8C\xED\x81\xAC"
                  "387");
-    for (const char* name : {"python-comtrade/sample_iso8859-1.cfg",
-                             "python-comtrade/sample_iso8859-1_bin.cfg"}) {
+    for (const char* name :
+         {"python-comtrade/sample_iso8859-1.cfg", "python-comtrade/sample_iso8859-1_bin.cfg"}) {
         const KComtradeFile latin = readRecord(name);
-        EXPECT_STREQ(latin.config.station.c_str(), "Esta\xC3\xA7\xC3\xA3o de Medi\xC3\xA7\xC3\xA3o");
+        EXPECT_STREQ(latin.config.station.c_str(),
+                     "Esta\xC3\xA7\xC3\xA3o de Medi\xC3\xA7\xC3\xA3o");
         EXPECT_STREQ(latin.config.device.c_str(), "Oscil\xC3\xB3grafo");
         EXPECT_EQ(latin.encoding, KTextEncoding::LATIN1);
     }
@@ -142,8 +144,8 @@ TEST(KComtradeFile, RecordsWithoutOrWithWrappingTimeStamps) {
     EXPECT_EQ(keating.config.rates[0].rate, 30707.244140625);
     EXPECT_STREQ(keating.config.start.toString().c_str(), "18/11/2015,05:33:03.765333");
     EXPECT_NEAR(keating.triggerTime, 0.024956, 1e-12);
-    const double firstRows[4][3] = {{1571, -7576, 14}, {1651, -7584, 14}, {1777, -7531, 15},
-                                    {1892, -7533, 12}};
+    const double firstRows[4][3] = {
+        {1571, -7576, 14}, {1651, -7584, 14}, {1777, -7531, 15}, {1892, -7533, 12}};
     for (int i = 0; i < 4; ++i) {
         EXPECT_EQ(keating.data.analogs[0][i], firstRows[i][0]);
         EXPECT_EQ(keating.data.analogs[1][i], firstRows[i][1]);
@@ -225,7 +227,8 @@ TEST(KComtradeFile, OldestRevisionAndForeignEncodings) {
     EXPECT_EQ(gbk.config.rates.size(), 8u);
     EXPECT_TRUE(hasWarning(gbk, "differ from the sampling rate"));
     bool found = false;
-    for (const auto& a : gbk.config.analogs) found |= strcmp(a.id.c_str(), "Ua\xE5\xAF\xB9\xE4\xBE\xA7") == 0;
+    for (const auto& a : gbk.config.analogs)
+        found |= strcmp(a.id.c_str(), "Ua\xE5\xAF\xB9\xE4\xBE\xA7") == 0;
     EXPECT_TRUE(found) << "channel Ua(opposite side) in GBK";
 
     const KComtradeFile cyr = readRecord("Wisp.Comtrade/1.cfg");

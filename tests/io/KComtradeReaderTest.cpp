@@ -32,7 +32,8 @@ void expectSameSamples(const KRecord::Trace& a, const KRecord::Trace& b, const c
 }
 
 void expectSameTexts(const KString& a, const KString& b, const char* what) {
-    EXPECT_TRUE(strcmp(a.c_str(), b.c_str()) == 0) << what << ": " << a.c_str() << " / " << b.c_str();
+    EXPECT_TRUE(strcmp(a.c_str(), b.c_str()) == 0)
+        << what << ": " << a.c_str() << " / " << b.c_str();
 }
 
 // Every sample and field but the file name and the warnings.

@@ -48,9 +48,10 @@ void expectSameRecord(const KComtradeFile& a, const KComtradeFile& b) {
 class TempFolder {
 public:
     TempFolder() {
-        path_ = std::filesystem::temp_directory_path() /
-                ("kalvo_comtrade_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-                 "_" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        path_ =
+            std::filesystem::temp_directory_path() /
+            ("kalvo_comtrade_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
+             "_" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
         std::filesystem::create_directories(path_);
     }
     ~TempFolder() { std::filesystem::remove_all(path_); }
