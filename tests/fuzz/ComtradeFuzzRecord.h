@@ -7,6 +7,9 @@
 
 #include <kalvo/foundation/KException.h>
 #include <kalvo/io/KComtradeFile.h>
+#include <kalvo/io/KComtradeReader.h>
+#include <kalvo/io/KComtradeRecordWriter.h>
+#include <kalvo/io/KComtradeWriter.h>
 
 // Decodes fuzz input as the data file of a small record whose shape (channel counts, sampling
 // rates, revision) comes from the input's first three bytes.
@@ -46,6 +49,12 @@ inline void fuzzComtradeData(const uint8_t* bytes, size_t size, const char* file
         KComtradeFile f;
         f.readConfig(cfg, "fuzz.cfg", KComtradeFile::Options());
         f.readData(data, "fuzz.dat", KComtradeFile::Options());
+        // Whatever reads must also become a record and be written back.
+        KRecord record;
+        KComtradeReader().build(f, record);
+        const KComtradeFile back =
+            KComtradeRecordWriter::toFile(record, f.config.revision, f.config.fileType);
+        KComtradeWriter::writeData(back.config, back.data);
     } catch (const KException&) {
         // A clear error is a fine answer to junk.
     }

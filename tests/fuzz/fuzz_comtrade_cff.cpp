@@ -4,6 +4,7 @@
 
 #include <kalvo/foundation/KException.h>
 #include <kalvo/io/KComtradeFile.h>
+#include <kalvo/io/KComtradeReader.h>
 
 // A combined file: section markers, then configuration, texts and data of any type.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -11,6 +12,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     try {
         KComtradeFile f;
         f.readCombined(bytes, "fuzz.cff", KComtradeFile::Options());
+        KRecord record;
+        KComtradeReader().build(f, record);
     } catch (const KException&) {
     }
     return 0;
