@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <vector>
 
 namespace {
 
@@ -82,22 +81,31 @@ void KComtradeBinaryDecoder::decodeSamples(const unsigned char* p, size_t start,
     const size_t analogCount = data.analogs.size();
     const size_t digitalCount = data.digitals.size();
     const size_t wordsOffset = 8 + analogCount * sizeof(Value);
-    std::vector<double*> analogs(analogCount);
-    for (size_t c = 0; c < analogCount; ++c) analogs[c] = data.analogs[c].data() + start;
-    std::vector<uint8_t*> digitals(digitalCount);
-    for (size_t c = 0; c < digitalCount; ++c) digitals[c] = data.digitals[c].data() + start;
-    double* stamps = data.timeStamps.data() + start;
-    for (size_t i = 0; i < count; ++i, p += recordSize) {
-        numbers.check(load<uint32_t>(p), static_cast<long long>(start + i));
-        const uint32_t stamp = load<uint32_t>(p + 4);
-        stamps[i] = stamp == 0xFFFFFFFFu ? std::numeric_limits<double>::quiet_NaN() : stamp;
-        const unsigned char* v = p + 8;
-        for (size_t c = 0; c < analogCount; ++c, v += sizeof(Value))
-            analogs[c][i] = toRaw(load<Value>(v));
-        const unsigned char* words = p + wordsOffset;
+    // Channel by channel over blocks of samples small enough to stay in cache: each pass
+    // then writes one array in order instead of scattering every sample over all of them.
+    constexpr size_t BLOCK = 256;
+    for (size_t b = 0; b < count; b += BLOCK) {
+        const size_t n = std::min(BLOCK, count - b);
+        const unsigned char* q = p + b * recordSize;
+        const size_t at = start + b;
+        double* stamps = data.timeStamps.data() + at;
+        for (size_t i = 0; i < n; ++i) {
+            const unsigned char* r = q + i * recordSize;
+            numbers.check(load<uint32_t>(r), static_cast<long long>(at + i));
+            const uint32_t stamp = load<uint32_t>(r + 4);
+            stamps[i] = stamp == 0xFFFFFFFFu ? std::numeric_limits<double>::quiet_NaN() : stamp;
+        }
+        for (size_t c = 0; c < analogCount; ++c) {
+            double* out = data.analogs[c].data() + at;
+            const unsigned char* v = q + 8 + c * sizeof(Value);
+            for (size_t i = 0; i < n; ++i) out[i] = toRaw(load<Value>(v + i * recordSize));
+        }
         for (size_t c = 0; c < digitalCount; ++c) {
-            const unsigned word = load<uint16_t>(words + 2 * (c >> 4));
-            digitals[c][i] = static_cast<uint8_t>((word >> (c & 15)) & 1u);
+            uint8_t* out = data.digitals[c].data() + at;
+            const unsigned char* w = q + wordsOffset + 2 * (c >> 4);
+            const unsigned shift = static_cast<unsigned>(c & 15);
+            for (size_t i = 0; i < n; ++i)
+                out[i] = static_cast<uint8_t>((load<uint16_t>(w + i * recordSize) >> shift) & 1u);
         }
     }
 }
