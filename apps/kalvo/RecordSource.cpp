@@ -20,9 +20,12 @@ RecordSource::RecordSource(const CommandLine& options) {
         return;
     }
     name = options.file;
-    // Progress for files that take a while: anything over 16 MB.
+    // Progress for data that take a while to read: anything over 16 MB.
+    std::string data = options.file;
+    const std::string companion = KComtradeFile::findCompanion(options.file, "dat");
+    if (!companion.empty()) data = companion;
     struct stat info;
-    const bool large = stat(options.file.c_str(), &info) == 0 && info.st_size > (16 << 20);
+    const bool large = stat(data.c_str(), &info) == 0 && info.st_size > (16 << 20);
     int shown = -1;
     if (large) {
         reader_.setProgress([&shown, this](double done) {

@@ -173,3 +173,24 @@ TEST(KComtradeReader, RecordsFromElsewhereAreScaledToTheFileType) {
     EXPECT_EQ(f.data.digitals[0][51], 1);
     EXPECT_EQ(f.data.digitals[0][50], 0);
 }
+
+TEST(KComtradeReader, TheSampleRecordInBothLayoutsIsTheSame) {
+    const std::string samples = std::string(KALVO_SOURCE_DIR) + "/samples/";
+    KComtradeReader binaryReader, asciiReader;
+    KRecord binary, ascii;
+    binaryReader.read((samples + "slg-fault-1999-binary.cfg").c_str(), binary);
+    asciiReader.read((samples + "slg-fault-2013-ascii.cfg").c_str(), ascii);
+    EXPECT_EQ(binaryReader.getWarnings().getCount(), 0)
+        << binaryReader.getWarnings().toString().c_str();
+    EXPECT_EQ(asciiReader.getWarnings().getCount(), 0)
+        << asciiReader.getWarnings().toString().c_str();
+    ASSERT_EQ(binary.getTraceCount(), 9);
+    ASSERT_EQ(binary.getSampleCount(), 1024);
+    for (int k = 0; k < 9; ++k) expectSameSamples(*binary.getTrace(k), *ascii.getTrace(k), "trace");
+    expectSameSamples(binary.getDomain(), ascii.getDomain(), "domain");
+    // The fault starts at the trigger, sample 241 of 64 per cycle at 60 Hz.
+    EXPECT_EQ(binary.getDomainValue(240), 0.0);
+    EXPECT_NEAR(binary.getDomainValue(241), 1.0 / 3840, 1e-15);
+    EXPECT_STREQ(binary.getTrace(3)->getName().c_str(), "IA");
+    EXPECT_EQ(binary.getTrace(3)->getPrimary(), 1200);
+}
