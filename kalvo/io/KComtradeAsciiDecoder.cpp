@@ -114,7 +114,6 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
                         static_cast<int>(digitalCount), false);
             bind();
         }
-        const char* lineStart = p;
         size_t field = 0;
         double value;
         bool empty;
@@ -122,7 +121,6 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
         if (!readNumber(p, end, value, empty) || empty) fail(p, "a sample number");
         numbers.check(std::fabs(value) < 1e15 ? static_cast<long long>(value) : -1,
                       static_cast<long long>(count));
-        bool complete = false;
         for (field = 1; field < fieldCount; ++field) {
             if (p == end || *p != ',') break;
             ++p;
@@ -149,8 +147,7 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
                 digitals[field - 2 - analogCount][count] = bit;
             }
         }
-        complete = field == fieldCount;
-        if (!complete) {
+        if (field != fieldCount) {
             // A short line is the cut-off end of a file, or a broken file.
             const char* q = p;
             while (q < end && *q != '\n') ++q;
@@ -169,7 +166,6 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
             }
             cutLast = true;
             p = q;
-            (void)lineStart;
             break;
         }
         if (p < end && *p == ',') {
