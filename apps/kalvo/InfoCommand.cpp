@@ -65,6 +65,14 @@ int InfoCommand::run(const CommandLine& options, FILE* out) {
                 r.getDomainValue(n - 1));
     fprintf(out, "\n");
 
+    const auto& rates = source.getReader().getFile().config.rates;
+    fprintf(out, "Sampling rates:  ");
+    if (rates.size() == 1 && rates[0].rate == 0.0) fprintf(out, "none (time from the time stamps)");
+    for (size_t k = 0; k < rates.size() && rates[0].rate > 0.0; ++k)
+        fprintf(out, "%s%.9g Hz to sample %lld", k > 0 ? ", " : "", rates[k].rate,
+                static_cast<long long>(rates[k].endSample));
+    fprintf(out, "\n");
+
     fprintf(out, "\nSampling table (runs of a constant interval):\n");
     if (n >= 2) {
         r.computeSamplingTable();
