@@ -63,6 +63,22 @@
 #include <kalvo/record/KTransform.h>
 #include <kalvo/record/PolarTransform.h>
 
+// io
+#include <kalvo/io/KComtradeAsciiDecoder.h>
+#include <kalvo/io/KComtradeBinaryDecoder.h>
+#include <kalvo/io/KComtradeConfig.h>
+#include <kalvo/io/KComtradeConfigParser.h>
+#include <kalvo/io/KComtradeData.h>
+#include <kalvo/io/KComtradeDecoder.h>
+#include <kalvo/io/KComtradeFile.h>
+#include <kalvo/io/KComtradeReader.h>
+#include <kalvo/io/KComtradeRecordWriter.h>
+#include <kalvo/io/KComtradeStamp.h>
+#include <kalvo/io/KComtradeTiming.h>
+#include <kalvo/io/KComtradeWriter.h>
+#include <kalvo/io/KSampleAllocator.h>
+#include <kalvo/io/KTextEncoding.h>
+
 // toolkit
 #include <kalvo/toolkit/AffineTransform.h>
 #include <kalvo/toolkit/KBufferedContext.h>

@@ -1,0 +1,71 @@
+#include "CommandLine.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include <kalvo/foundation/KException.h>
+
+double CommandLine::seconds(const char* option, const char* text) {
+    char* end = nullptr;
+    const double v = strtod(text, &end);
+    if (*text == '\0' || *end != '\0' || !std::isfinite(v))
+        KException::raise("Usage", "%s needs a time in seconds, not '%s'", option, text);
+    return v;
+}
+
+CommandLine::CommandLine(int argc, char** argv, int first, int accepted) {
+    auto value = [&](int& i) -> const char* {
+        if (i + 1 >= argc) KException::raise("Usage", "%s needs a value", argv[i]);
+        return argv[++i];
+    };
+    for (int i = first; i < argc; ++i) {
+        const char* a = argv[i];
+        if (strcmp(a, "--help") == 0 || strcmp(a, "-h") == 0) {
+            help = true;
+        } else if (strcmp(a, "--primary") == 0) {
+            primary = true;
+        } else if (strcmp(a, "--encoding") == 0) {
+            const char* name = value(i);
+            if (!KTextEncoding::parseName(name, encoding))
+                KException::raise("Usage",
+                                  "unknown encoding '%s' (auto, utf-8, latin1, cp1251, gbk)", name);
+        } else if ((accepted & CHANNELS) && strcmp(a, "--channels") == 0) {
+            std::string list = value(i);
+            size_t start = 0;
+            while (start <= list.size()) {
+                const size_t comma = list.find(',', start);
+                const std::string name = list.substr(start, comma - start);
+                if (!name.empty()) channels.push_back(name);
+                if (comma == std::string::npos) break;
+                start = comma + 1;
+            }
+            if (channels.empty()) KException::raise("Usage", "--channels needs a list of names");
+        } else if ((accepted & RANGE) && strcmp(a, "--from") == 0) {
+            from = seconds(a, value(i));
+            hasFrom = true;
+        } else if ((accepted & RANGE) && strcmp(a, "--to") == 0) {
+            to = seconds(a, value(i));
+            hasTo = true;
+        } else if ((accepted & OUTPUT) && strcmp(a, "-o") == 0) {
+            output = value(i);
+        } else if ((accepted & HARMONICS) && strcmp(a, "--max") == 0) {
+            const char* text = value(i);
+            char* end = nullptr;
+            const long n = strtol(text, &end, 10);
+            if (*end != '\0' || n < 1 || n > 100000)
+                KException::raise("Usage", "--max needs a harmonic number from 1, not '%s'", text);
+            maxHarmonic = static_cast<int>(n);
+        } else if ((accepted & HARMONICS) && strcmp(a, "--percent") == 0) {
+            percent = true;
+        } else if (a[0] == '-' && a[1] != '\0') {
+            KException::raise("Usage", "unknown option '%s'", a);
+        } else if (file.empty()) {
+            file = a;
+        } else {
+            KException::raise("Usage", "one file at a time: '%s' and '%s'", file.c_str(), a);
+        }
+    }
+    if (hasFrom && hasTo && to <= from)
+        KException::raise("Usage", "--to (%g) must come after --from (%g)", to, from);
+}

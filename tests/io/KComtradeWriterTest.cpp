@@ -1,0 +1,147 @@
+#include <kalvo/io/KComtradeWriter.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include <kalvo/foundation/KException.h>
+
+#include "ComtradeTestData.h"
+
+namespace {
+
+// Equal arrays, a NaN matching a NaN.
+template <class Samples>
+void expectSameSamples(const Samples& a, const Samples& b, const char* what) {
+    ASSERT_EQ(a.size(), b.size()) << what;
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (std::isnan(static_cast<double>(a[i])) && std::isnan(static_cast<double>(b[i])))
+            continue;
+        ASSERT_EQ(a[i], b[i]) << what << ", sample " << i;
+    }
+}
+
+void expectSameRecord(const KComtradeFile& a, const KComtradeFile& b) {
+    KComtradeConfig expected = a.config;
+    expected.revisionText = "";
+    if (expected.revision != KComtradeConfig::REV_1991)
+        expected.revisionText = std::to_string(static_cast<int>(expected.revision)).c_str();
+    EXPECT_TRUE(expected == b.config);
+    // The defaulted comparison of texts ignores case; names must match byte for byte.
+    EXPECT_STREQ(a.config.station.c_str(), b.config.station.c_str());
+    for (size_t c = 0; c < a.config.analogs.size() && c < b.config.analogs.size(); ++c)
+        EXPECT_STREQ(a.config.analogs[c].id.c_str(), b.config.analogs[c].id.c_str());
+    expectSameSamples(a.data.timeStamps, b.data.timeStamps, "time stamps");
+    ASSERT_EQ(a.data.analogs.size(), b.data.analogs.size());
+    for (size_t c = 0; c < a.data.analogs.size(); ++c)
+        expectSameSamples(a.data.analogs[c], b.data.analogs[c], a.config.analogs[c].id.c_str());
+    EXPECT_EQ(a.data.digitals, b.data.digitals);
+    EXPECT_EQ(a.times, b.times);
+    EXPECT_EQ(a.triggerTime, b.triggerTime);
+    EXPECT_TRUE(strcmp(a.header.c_str(), b.header.c_str()) == 0) << "header text";
+    EXPECT_TRUE(strcmp(a.information.c_str(), b.information.c_str()) == 0) << "information text";
+}
+
+class TempFolder {
+public:
+    TempFolder() {
+        path_ =
+            std::filesystem::temp_directory_path() /
+            ("kalvo_comtrade_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
+             "_" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        std::filesystem::create_directories(path_);
+    }
+    ~TempFolder() { std::filesystem::remove_all(path_); }
+    std::string file(const char* name) const { return (path_ / name).string(); }
+
+private:
+    std::filesystem::path path_;
+};
+
+// Writes the record in its own layout and in the other common ones, and reads each back.
+void expectRoundTrips(const KComtradeFile& original, const TempFolder& temp) {
+    std::vector<std::pair<KComtradeConfig::Revision, KComtradeConfig::FileType>> layouts = {
+        {original.config.revision, original.config.fileType},
+        {KComtradeConfig::REV_2013, KComtradeConfig::ASCII}};
+    if (original.config.fileType != KComtradeConfig::ASCII &&
+        original.config.revision != KComtradeConfig::REV_2013)
+        layouts.push_back({KComtradeConfig::REV_2013, original.config.fileType});
+    for (const auto& [revision, type] : layouts) {
+        KComtradeFile changed = original;
+        changed.config.revision = revision;
+        changed.config.fileType = type;
+        if (revision != original.config.revision) {
+            changed.config.start.setMonthFirst(false, false);
+            changed.config.trigger.setMonthFirst(false, false);
+        }
+        for (const char* name : {"copy.cfg", "copy.cff"}) {
+            if (revision != KComtradeConfig::REV_2013 && strcmp(name, "copy.cff") == 0) continue;
+            SCOPED_TRACE(std::string(name) + " " + std::to_string(revision) + " " +
+                         KComtradeConfig::getFileTypeName(type));
+            for (const char* ext : {".cfg", ".dat", ".hdr", ".inf", ".cff"})
+                std::filesystem::remove(temp.file((std::string("copy") + ext).c_str()));
+            KComtradeWriter::write(changed, temp.file(name).c_str());
+            KComtradeFile copy;
+            copy.read(temp.file(name).c_str());
+            expectSameRecord(changed, copy);
+        }
+    }
+}
+
+}  // namespace
+
+TEST(KComtradeWriter, EverySharedRecordReadsBackTheSame) {
+    REQUIRE_SHARED_RECORDS();
+    TempFolder temp;
+    int records = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(comtradeData(""))) {
+        std::string ext = entry.path().extension().string();
+        for (char& c : ext) c = static_cast<char>(tolower(c));
+        if (ext != ".cfg" && ext != ".cff") continue;
+        const std::string path = entry.path().string();
+        // Variant configurations share another record's data file; read below.
+        if (KComtradeFile::findCompanion(path, "dat").empty() && ext == ".cfg") continue;
+        SCOPED_TRACE(path);
+        KComtradeFile original;
+        original.read(path.c_str());
+        ++records;
+        expectRoundTrips(original, temp);
+    }
+    EXPECT_EQ(records, 25);
+    for (const auto& [cfg, dat] : {std::pair{"sample_ascii.cfg", "sample_ascii_missing.dat"},
+                                   std::pair{"sample_bin.cfg", "sample_bin_missing.dat"}}) {
+        SCOPED_TRACE(dat);
+        KComtradeFile original;
+        original.read(comtradeData((std::string("python-comtrade/") + cfg).c_str()).c_str(),
+                      comtradeData((std::string("python-comtrade/") + dat).c_str()).c_str(),
+                      KComtradeFile::Options());
+        expectRoundTrips(original, temp);
+    }
+}
+
+TEST(KComtradeWriter, RawValuesThatDoNotFitTheFileType) {
+    KComtradeFile f;
+    f.config.analogs.resize(1);
+    f.config.analogs[0].id = "IA";
+    f.config.rates = {{1000.0, 2}};
+    f.data.resize(2, 1, 0);
+    f.data.analogs[0] = {1.5, 2};
+    f.config.fileType = KComtradeConfig::BINARY;
+    try {
+        KComtradeWriter::writeData(f.config, f.data);
+        FAIL() << "a fraction in a 16-bit sample";
+    } catch (const KException& e) {
+        EXPECT_STREQ(e.getText().c_str(),
+                     "channel IA, sample 1: raw value 1.5 does not fit a BINARY sample");
+    }
+    f.data.analogs[0] = {40000, 2};
+    EXPECT_THROW(KComtradeWriter::writeData(f.config, f.data), KException);
+    f.config.fileType = KComtradeConfig::BINARY32;
+    EXPECT_EQ(KComtradeWriter::writeData(f.config, f.data).size(), 2u * 12);
+    f.config.fileType = KComtradeConfig::ASCII;
+    f.data.analogs[0] = {0.1, NAN};
+    EXPECT_EQ(KComtradeWriter::writeData(f.config, f.data), "1,0,0.1\r\n2,0,99999\r\n");
+}
