@@ -26,6 +26,7 @@
 #include <kalvo/platform/CPoint.h>
 #include <kalvo/platform/CRect.h>
 #include <kalvo/platform/CSize.h>
+#include <kalvo/platform/CTreeCtrl.h>
 #include <kalvo/platform/HWND.h>
 #include <kalvo/platform/CBitmap.h>
 #include <kalvo/platform/CBrush.h>

@@ -255,6 +255,12 @@ void KComponent::enumComponents(std::vector<KComponent*>& list, const char* clas
     if (className == nullptr || (cls != nullptr && isKindOf(cls))) list.push_back(this);
 }
 
+HTREEITEM KComponent::populate(CTreeCtrl& tree, HTREEITEM parent) {
+    const HTREEITEM item = tree.InsertItem(getLabel().c_str(), parent);
+    tree.SetItemData(item, reinterpret_cast<std::uintptr_t>(this));
+    return item;
+}
+
 // Process-wide slots.
 
 void KComponent::clearClip() {

@@ -11,6 +11,7 @@
 #include <kalvo/platform/CBrush.h>
 #include <kalvo/platform/CPen.h>
 #include <kalvo/platform/CRect.h>
+#include <kalvo/platform/CTreeCtrl.h>
 #include <kalvo/platform/ColorRef.h>
 #include <kalvo/toolkit/KEvent.h>
 #include <kalvo/toolkit/KPainter.h>
@@ -139,6 +140,10 @@ public:
     // The components of the subtree (this one included) of that class or derived from it;
     // all of them for a null class name.
     virtual void enumComponents(std::vector<KComponent*>& list, const char* className);
+    // Adds this component to a tree view under parent (its label as text, the component as
+    // the item's value) and gives the new item; populateAll adds the whole subtree.
+    virtual HTREEITEM populate(CTreeCtrl& tree, HTREEITEM parent);
+    virtual void populateAll(CTreeCtrl& tree, HTREEITEM parent) { populate(tree, parent); }
 
     // Process-wide slots.
     static bool isClip() { return clip_ != nullptr; }

@@ -263,6 +263,11 @@ void KContainer::enumComponents(std::vector<KComponent*>& list, const char* clas
     for (KComponent* child : children_) child->enumComponents(list, className);
 }
 
+void KContainer::populateAll(CTreeCtrl& tree, HTREEITEM parent) {
+    const HTREEITEM item = populate(tree, parent);
+    for (KComponent* child : children_) child->populateAll(tree, item);
+}
+
 KComponent* KContainer::childToward(const KComponent* descendant) const {
     for (const KComponent* c = descendant; c != nullptr; c = c->getParent()) {
         if (c->getParent() == this) return const_cast<KComponent*>(c);

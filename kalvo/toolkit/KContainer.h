@@ -74,6 +74,7 @@ public:
     bool isModified() const override;
     void paintAll(KGraphics& graphics) override;
     void enumComponents(std::vector<KComponent*>& list, const char* className) override;
+    void populateAll(CTreeCtrl& tree, HTREEITEM parent) override;
 
     // Events: keys and commands go to the child holding the focus first, mouse events to
     // the captured component or the child under the point; then to the container, which

@@ -364,3 +364,32 @@ TEST(KContainerTest, FrameMessagesAndCopy) {
     EXPECT_NE(panel->findComponent("p.q"), source.findComponent("p.q"));
     EXPECT_EQ(panel->getLayout()->getHorzGap(), 3);
 }
+
+// A tree view of the components mirrors the tree: labels as texts, the components as the
+// items' values, children under their container in paint order.
+TEST(KContainer, populateAllFillsATreeView) {
+    KFrame frame("frame");
+    auto* client = new KPanel("client");
+    auto* unnamed = new KComponent("");
+    frame.add(client, nullptr);
+    client->add(new KComponent("a"), nullptr);
+    client->add(unnamed, nullptr);
+    frame.add(new KComponent("footer"), nullptr);
+
+    CTreeCtrl tree;
+    frame.populateAll(tree, TVI_ROOT);
+    ASSERT_EQ(tree.GetCount(), 5);
+    const HTREEITEM root = tree.GetRootItem();
+    EXPECT_EQ(tree.GetItemText(root), "frame");
+    EXPECT_EQ(tree.GetItemData(root), reinterpret_cast<std::uintptr_t>(&frame));
+    const HTREEITEM clientItem = tree.GetChildItem(root);
+    EXPECT_EQ(tree.GetItemText(clientItem), "client");
+    const HTREEITEM a = tree.GetChildItem(clientItem);
+    EXPECT_EQ(tree.GetItemText(a), "a");
+    EXPECT_EQ(tree.GetItemText(tree.GetNextSiblingItem(a)), "KComponent");  // no name: class
+    EXPECT_EQ(tree.GetItemData(tree.GetNextSiblingItem(a)), reinterpret_cast<std::uintptr_t>(unnamed));
+    EXPECT_EQ(tree.GetItemText(tree.GetNextSiblingItem(clientItem)), "footer");
+    EXPECT_EQ(tree.GetNextSiblingItem(root), -1);
+    EXPECT_EQ(tree.GetParentItem(a), clientItem);
+    EXPECT_EQ(tree.InsertItem("orphan", 99), -1);
+}
