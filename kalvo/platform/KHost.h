@@ -5,6 +5,7 @@
 #include <kalvo/platform/CPoint.h>
 #include <kalvo/foundation/KString.h>
 #include <kalvo/platform/CRect.h>
+#include <kalvo/platform/HWND.h>
 #include <kalvo/resources/KMenuResource.h>
 
 class CDC;
@@ -30,7 +31,17 @@ public:
     static constexpr int IDYES = 6;
     static constexpr int IDNO = 7;
 
-    virtual ~KHost() = default;
+    KHost();
+    KHost(const KHost&) = delete;
+    KHost& operator=(const KHost&) = delete;
+    virtual ~KHost();
+
+    // The handle under which window-level services (the clipboard's owner, for one) name
+    // this host, and the live host of a handle: null for none, or once the host is gone.
+    HWND getWindow() const;
+    static KHost* fromWindow(HWND window);
+    // The client area, from (0, 0).
+    virtual CRect getClientRect() const = 0;
 
     // Asks for the area to be painted again; erase asks for the background first.
     virtual void invalidateRect(const CRect& rect, bool erase) = 0;

@@ -7,6 +7,7 @@
 #include <kalvo/platform/CCairoDC.h>
 #include <kalvo/platform/CRecordingDC.h>
 #include <kalvo/platform/KCursorService.h>
+#include <kalvo/platform/KHost.h>
 #include <kalvo/platform/KPlatformClipboard.h>
 #include <kalvo/platform/RasterOp.h>
 #include <kalvo/toolkit/KGraphics.h>
@@ -116,9 +117,15 @@ int KClipboard::getData(unsigned format, char* buffer, int size, HWND owner) {
 
 int KClipboard::setPicture(const char* formatName, const std::string& bytes, HWND owner) {
     const unsigned format = KPlatformClipboard::get().registerFormat(formatName);
-    OpenClipboard clipboard(owner);
-    if (!clipboard.isOpen() || !clipboard->empty()) return 0;
-    return clipboard->setData(format, bytes.data(), bytes.size()) ? 1 : 0;
+    bool placed;
+    {
+        OpenClipboard clipboard(owner);
+        if (!clipboard.isOpen() || !clipboard->empty()) return 0;
+        placed = clipboard->setData(format, bytes.data(), bytes.size());
+    }
+    // The owner is repainted once the clipboard is closed: the rendering may have used it.
+    if (KHost* host = KHost::fromWindow(owner)) host->invalidateRect(host->getClientRect(), false);
+    return placed ? 1 : 0;
 }
 
 int KClipboard::setBitmap(CRect area, CDC* dc, KPainter* painter, HWND owner) {

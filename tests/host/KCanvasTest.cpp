@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <kalvo/host/headless/KCanvas.h>
+#include <kalvo/toolkit/KClipboard.h>
 #include <kalvo/toolkit/KComponent.h>
 #include <kalvo/toolkit/KFrame.h>
 #include <kalvo/toolkit/KPanel.h>
@@ -214,4 +215,26 @@ TEST(KCanvasTest, TasksTimersAndPostedEvents) {
     canvas.queueMessageBoxAnswer(KHost::IDYES);
     EXPECT_EQ(canvas.messageBox("Save changes?", "Kalvo", KHost::MB_YESNO), KHost::IDYES);
     EXPECT_EQ(canvas.getShownMessages().size(), 2u);
+}
+
+// A picture put on the clipboard for a host's window repaints that window; a handle whose
+// host is gone names nothing.
+TEST(KCanvasTest, ClipboardPicturesRepaintTheirOwnerWindow) {
+    HWND gone;
+    {
+        KCanvas canvas(120, 80);
+        auto* root = new KPanel("root");
+        canvas.setRoot(root);
+        canvas.paint();
+        const int before = canvas.getInvalidateCount();
+        ASSERT_EQ(KHost::fromWindow(canvas.getWindow()), &canvas);
+        EXPECT_EQ(KClipboard::setBitmap(CRect(0, 0, 20, 10), nullptr, root, canvas.getWindow()), 1);
+        EXPECT_EQ(canvas.getInvalidateCount(), before + 1);
+        EXPECT_EQ(canvas.getInvalidRect(), CRect(0, 0, 120, 80));
+        EXPECT_EQ(KClipboard::setMetaFile(CRect(0, 0, 20, 10), nullptr, root, nullptr), 1);
+        EXPECT_EQ(canvas.getInvalidateCount(), before + 1);  // no owner, nothing repainted
+        gone = canvas.getWindow();
+    }
+    EXPECT_EQ(KHost::fromWindow(gone), nullptr);
+    EXPECT_EQ(KHost::fromWindow(nullptr), nullptr);
 }

@@ -84,6 +84,7 @@ public:
 
     // The host interface.
     void invalidateRect(const CRect& rect, bool erase) override;
+    CRect getClientRect() const override { return CRect(0, 0, width_, height_); }
     void setCapture() override { captured_ = true; }
     void releaseCapture() override { captured_ = false; }
     void setCursor(const char* resourceName) override;

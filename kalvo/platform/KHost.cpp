@@ -1,0 +1,22 @@
+#include <kalvo/platform/KHost.h>
+
+#include <set>
+
+namespace {
+// The hosts alive now; a handle is a host's address, looked up here before it is trusted.
+std::set<const KHost*>& liveHosts() {
+    static std::set<const KHost*> hosts;
+    return hosts;
+}
+}  // namespace
+
+KHost::KHost() { liveHosts().insert(this); }
+
+KHost::~KHost() { liveHosts().erase(this); }
+
+HWND KHost::getWindow() const { return reinterpret_cast<HWND>(const_cast<KHost*>(this)); }
+
+KHost* KHost::fromWindow(HWND window) {
+    auto* host = reinterpret_cast<const KHost*>(window);
+    return window != nullptr && liveHosts().count(host) > 0 ? const_cast<KHost*>(host) : nullptr;
+}
