@@ -19,19 +19,6 @@ KRange gridded(double lo, double hi, bool snap, bool unitized = false) {
 }
 }  // namespace
 
-TEST(KRange, defaults) {
-    KRange r;
-    EXPECT_EQ(r.getMinimum(), 0.0);
-    EXPECT_EQ(r.getMaximum(), 1.0);
-    EXPECT_EQ(r.getGrid(), 0.1);
-    EXPECT_FALSE(r.isUnitized());
-    double lo, hi;
-    r.getBounds(lo, hi);
-    EXPECT_EQ(lo, -1.0);
-    EXPECT_EQ(hi, 1.0);
-    EXPECT_EQ(r.getFactor(), 1.0);
-}
-
 TEST(KRange, gridExamples) {
     KRange r = gridded(0, 7, true);
     EXPECT_EQ(r.getGrid(), 1.0);
