@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <kalvo/kalvo.h>
@@ -51,13 +52,32 @@ std::vector<std::uint8_t> store(KRecord& record) {
     return archive.getBuffer();
 }
 
+// Loads bytes into a fresh record: "title: text" of the exception raised, or "" if none.
+std::string loadError(const std::vector<std::uint8_t>& bytes) {
+    KRecord target;
+    KArchive in(bytes);
+    try {
+        target.Serialize(in);
+    } catch (const KException& e) {
+        return std::string(e.getTitle().c_str()) + ": " + e.getText().c_str();
+    }
+    return "";
+}
+
+// A filled record and its stored bytes.
+class KRecordArchive : public testing::Test {
+protected:
+    void SetUp() override {
+        fill(record);
+        bytes = store(record);
+    }
+    KRecord record;
+    std::vector<std::uint8_t> bytes;
+};
+
 }  // namespace
 
-TEST(KRecordArchive, roundTripKeepsEverything) {
-    KRecord record;
-    fill(record);
-    const std::vector<std::uint8_t> bytes = store(record);
-
+TEST_F(KRecordArchive, roundTripKeepsEverything) {
     KRecord loaded;
     KArchive in(bytes);
     loaded.Serialize(in);
@@ -77,26 +97,18 @@ TEST(KRecordArchive, roundTripKeepsEverything) {
     EXPECT_TRUE(std::isnan(loaded.getTrace(1)->getSample(7)));
     EXPECT_EQ(loaded.getSampleInfo(0)->getEndIndex(), 300);
     EXPECT_EQ(store(loaded), bytes);
-}
 
-TEST(KRecordArchive, runTimeTypedAndEmpty) {
+    // An empty record through the run-time typed path.
     KRecord empty;
     KArchive out;
     out.writeObject(&empty);
-    KArchive in(out.getBuffer());
-    std::unique_ptr<KObject> object(in.readObject(K_CLASS(KRecord)));
+    KArchive typed(out.getBuffer());
+    std::unique_ptr<KObject> object(typed.readObject(K_CLASS(KRecord)));
     ASSERT_NE(object, nullptr);
-    auto* record = static_cast<KRecord*>(object.get());
-    EXPECT_TRUE(record->isEmpty());
-    EXPECT_EQ(record->getTraceCount(), 0);
-    EXPECT_EQ(record->getTraceIndex(), -1);
+    EXPECT_EQ(static_cast<KRecord*>(object.get())->getTraceIndex(), -1);
 }
 
-TEST(KRecordArchive, everyTruncationRaisesAndChangesNothing) {
-    KRecord record;
-    fill(record);
-    const std::vector<std::uint8_t> bytes = store(record);
-
+TEST_F(KRecordArchive, everyTruncationRaisesAndChangesNothing) {
     KRecord target;
     target.create(1, 0, 8);
     target.setName("before");
@@ -111,50 +123,26 @@ TEST(KRecordArchive, everyTruncationRaisesAndChangesNothing) {
     }
 }
 
-TEST(KRecordArchive, corruptCountsAndVersionsRaise) {
-    KRecord record;
-    fill(record);
-    std::vector<std::uint8_t> bytes = store(record);
-
+TEST_F(KRecordArchive, corruptCountsAndVersionsRaise) {
     std::vector<std::uint8_t> newer = bytes;
     newer[0] = 2;
-    KRecord target;
-    KArchive a(newer);
-    try {
-        target.Serialize(a);
-        FAIL() << "version 2";
-    } catch (const KException& e) {
-        EXPECT_STREQ(e.getTitle().c_str(), "Archive Error");
-        EXPECT_NE(e.getText().indexOf(KString("version 2")), KString::NOT_FOUND)
-            << e.getText().c_str();
-    }
+    const std::string version = loadError(newer);
+    EXPECT_EQ(version.rfind("Archive Error: ", 0), 0u) << version;
+    EXPECT_NE(version.find("version 2"), std::string::npos) << version;
 
     // A trace whose sample count differs from the domain's.
     KRecord uneven;
     uneven.create(1, 0, 8);
-    uneven.setDomainValue(0);
     uneven.commit();
     uneven.getTrace(0)->appendValue(1.0);
-    std::vector<std::uint8_t> stored = store(uneven);
-    KArchive b(stored);
-    try {
-        target.Serialize(b);
-        FAIL() << "uneven trace";
-    } catch (const KException& e) {
-        EXPECT_NE(e.getText().indexOf(KString("2 samples, the domain 1")), KString::NOT_FOUND)
-            << e.getText().c_str();
-    }
+    const std::string count = loadError(store(uneven));
+    EXPECT_NE(count.find("2 samples, the domain 1"), std::string::npos) << count;
 
     // Every byte flipped in turn: an exception or a record, never a crash or a read past
     // the end (the sanitizer build checks the second).
     for (size_t i = 0; i < 400 && i < bytes.size(); ++i) {
         std::vector<std::uint8_t> bad = bytes;
         bad[i] ^= 0xFF;
-        KArchive in(bad);
-        KRecord loaded;
-        try {
-            loaded.Serialize(in);
-        } catch (const KException&) {
-        }
+        loadError(bad);
     }
 }

@@ -2,6 +2,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include <kalvo/kalvo.h>
@@ -36,15 +37,7 @@ private:
 
 TEST(KRecord, feedsRowsAndCommitRepeatsPendingValues) {
     KRecord record;
-    EXPECT_EQ(record.getTraceIndex(), -1);
-    EXPECT_EQ(record.getYData(), nullptr);
-    EXPECT_TRUE(record.isEmpty());
-    EXPECT_TRUE(record.isDatumChanged());
-
     record.create(2, 0, 1);
-    EXPECT_EQ(record.getTraceIndex(), 0) << "creating traces selects the first";
-    record.setTraceName(0, "VA.mag");
-    record.setTraceName(7, "ignored");
     record.setDomainValue(0.5);
     record.setTraceValue(0, 1.0);
     record.setTraceValue(1, 2.0);
@@ -57,46 +50,18 @@ TEST(KRecord, feedsRowsAndCommitRepeatsPendingValues) {
     ASSERT_EQ(record.getDomainSize(), 2);
     EXPECT_EQ(record.getDomainValue(1), 0.5);
     EXPECT_TRUE(std::isnan(record.getDomainValue(2)));
-    EXPECT_TRUE(std::isnan(record.getDomainValue(-1)));
     EXPECT_EQ(record.getTrace(1)->getSample(1), 2.0);
-    EXPECT_EQ(record.getTraceValue(1), 2.0);
-    EXPECT_TRUE(std::isnan(record.getTraceValue(2)));
-    EXPECT_EQ(record.getTrace(0)->getOwner(), &record);
-    EXPECT_STREQ(record.getTraceName().c_str(), "VA.mag");
     record.selectTrace(4);
     EXPECT_EQ(record.getYData(), nullptr);
-    EXPECT_TRUE(record.getTraceName().isEmpty());
 }
 
-TEST(KRecord, growsGeometricallyWhenFedRowByRow) {
-    // A step of 1 must not mean one reallocation per row.
-    KRecord record;
-    record.create(1, 0, 1);
-    int reallocations = 0;
-    const double* last = nullptr;
-    for (int i = 0; i < 100000; ++i) {
-        record.setDomainValue(i);
-        record.commit();
-        if (record.getXData() != last) {
-            ++reallocations;
-            last = record.getXData();
-        }
-    }
-    EXPECT_LT(reallocations, 60);
-    EXPECT_EQ(record.getTrace(0)->getCount(), 100000);
-}
-
-TEST(KRecord, createDestroyAndNames) {
+TEST(KRecord, recreateKeepsAValidSelectionAndGroupsFoldCase) {
     KRecord record;
     record.create(3, 0, 8);
     record.selectTrace(2);
     record.setTraceName(0, "IA.rms");
     record.setTraceName(1, "ia.peak");
     record.setTraceName(2, "VB");
-    KStringArray names;
-    record.getTraceNames(names);
-    ASSERT_EQ(names.getCount(), 3);
-    EXPECT_STREQ(names.get(1), "ia.peak");
     KStringArray groups;
     record.getGroupNames(groups);
     ASSERT_EQ(groups.getCount(), 2) << "IA and ia are one group";
@@ -107,49 +72,35 @@ TEST(KRecord, createDestroyAndNames) {
     EXPECT_EQ(record.getTraceIndex(), 2) << "a selection that still names a trace stays";
     record.create(1, 0, 8);
     EXPECT_EQ(record.getTraceIndex(), 0);
-    record.destroy();
-    EXPECT_EQ(record.getTraceCount(), 0);
-    EXPECT_EQ(record.getYData(), nullptr);
 }
 
 TEST(KRecord, findIndexAndLookUps) {
     KRecord record;
     feed(record, {0, 1, 2, 3}, {10, 20, 40, 80});
-    EXPECT_EQ(record.findIndex(2.0), 1) << "an inner sample gives the index before it";
-    EXPECT_EQ(record.findIndex(-5), 0);
-    EXPECT_EQ(record.findIndex(3.0), 3);
-    EXPECT_EQ(record.findIndex(99), 3);
-    EXPECT_EQ(record.findIndex(2.5), 2);
-    EXPECT_EQ(record.findIndex(0.5), 0);
-    EXPECT_EQ(record.findIndex(KDouble::NaN), -1);
-    EXPECT_EQ(record.findIndex(KDouble::POSITIVE_INFINITY), -1);
+    // An inner sample gives the index before it; outside the domain, the nearest end.
+    const std::pair<double, int> cases[] = {
+        {2.0, 1}, {-5, 0},  {3.0, 3},           {99, 3},
+        {2.5, 2}, {0.5, 0}, {KDouble::NaN, -1}, {KDouble::POSITIVE_INFINITY, -1}};
+    for (auto [x, index] : cases) EXPECT_EQ(record.findIndex(x), index) << "x " << x;
+    KRecord two;
+    feed(two, {0, 1}, {5, 6});
+    EXPECT_EQ(two.findIndex(0.5), 0);
 
     EXPECT_EQ(record.getValueAt(2), 40);
     EXPECT_TRUE(std::isnan(record.getValueAt(4)));
-    EXPECT_TRUE(std::isnan(record.getValueAt(-1)));
     EXPECT_EQ(record.getValueAt(1.5, false), 20);
-    EXPECT_DOUBLE_EQ(record.getValueAt(1.5, true), 30);
     EXPECT_DOUBLE_EQ(record.getValueAt(2.25, true), 50);
     EXPECT_TRUE(std::isnan(record.getValueAt(3.0, true))) << "no interval after the last sample";
-
     // Reversed weights over the interval before x's: ((x-X0)Y0 + (X1-x)Y1) / (X1-X0).
     EXPECT_DOUBLE_EQ(record.interpolate(1.5), (1.5 * 10 + (1 - 1.5) * 20) / 1.0);
     EXPECT_DOUBLE_EQ(record.interpolate(2.5), (1.5 * 20 + (2 - 2.5) * 40) / 1.0);
     EXPECT_TRUE(std::isnan(record.interpolate(0.5))) << "no interval before the first";
 
     double first = 0, last = 0;
-    record.getLimits(first, last);
-    EXPECT_EQ(first, 0);
-    EXPECT_EQ(last, 3);
     KRecord empty;
     empty.getLimits(first, last);
     EXPECT_TRUE(std::isnan(first) && std::isnan(last));
     EXPECT_EQ(empty.findIndex(1.0), -1);
-    EXPECT_TRUE(std::isnan(empty.getValueAt(1.0, true)));
-
-    KRecord two;
-    feed(two, {0, 1}, {5, 6});
-    EXPECT_EQ(two.findIndex(0.5), 0);
 }
 
 TEST(KRecord, extremesKeepTheirStartValues) {
@@ -160,55 +111,26 @@ TEST(KRecord, extremesKeepTheirStartValues) {
 
     feed(record, {0, 1, 2, 3, 4, 5}, {3, KDouble::NaN, -7, KDouble::POSITIVE_INFINITY, 9, 1});
     EXPECT_EQ(record.getMinValue(0, 0), -7) << "non-finite samples are skipped";
-    EXPECT_EQ(record.getMaxValue(0, 0), 9);
     EXPECT_EQ(record.getMaxValue(0, 3), 3) << "count limits the run";
     EXPECT_EQ(record.getMaxValue(-4, -1), 9) << "negative from and count count as 0";
     EXPECT_EQ(record.getMinValue(5, 100), 1) << "count cut to what remains";
     EXPECT_TRUE(std::isnan(record.getMinValue(6, 0)));
-    EXPECT_TRUE(std::isnan(record.getMaxValue(6, 0)));
-
-    const KRecord::Trace& trace = *record.getTrace(0);
-    EXPECT_EQ(trace.findMinValue(0, 0), -7);
-    EXPECT_EQ(trace.findMaxValue(1, 3), DBL_MIN) << "NaN, -7, +inf: nothing above the start value";
 
     feed(record, {0, 1}, {KDouble::NaN, KDouble::NEGATIVE_INFINITY});
     EXPECT_EQ(record.getMinValue(0, 0), DBL_MAX) << "no finite sample: the start value";
-    record.selectTrace(-1);
-    EXPECT_TRUE(std::isnan(record.getMinValue(0, 0)));
 
     // The unrolled loops must treat every position alike, including the tail.
     std::vector<double> x(23), y(23);
-    for (int i = 0; i < 23; ++i) {
-        x[i] = i;
-        y[i] = i % 5;
-    }
+    for (int i = 0; i < 23; ++i) x[i] = i, y[i] = i % 5;
     for (int at = 0; at < 23; ++at) {
-        std::vector<double> z = y;
-        z[at] = -100;
-        feed(record, x, z);
-        EXPECT_EQ(record.getMinValue(0, 0), -100) << "at " << at;
-        z[at] = 100;
-        feed(record, x, z);
-        EXPECT_EQ(record.getMaxValue(0, 0), 100) << "at " << at;
+        for (double extreme : {-100.0, 100.0}) {
+            std::vector<double> z = y;
+            z[at] = extreme;
+            feed(record, x, z);
+            EXPECT_EQ(extreme < 0 ? record.getMinValue(0, 0) : record.getMaxValue(0, 0), extreme)
+                << "at " << at;
+        }
     }
-}
-
-TEST(KRecord, rmsValue) {
-    KRecord record;
-    feed(record, {0, 1, 2, 3, 4}, {3, 4, 3, 4, 12});
-    const KRecord::Trace& trace = *record.getTrace(0);
-    EXPECT_DOUBLE_EQ(trace.getRMSValue(0, 4), std::sqrt(12.5));
-    EXPECT_DOUBLE_EQ(trace.getRMSValue(3, 10), std::sqrt((16.0 + 144.0) / 2)) << "count cut";
-    EXPECT_EQ(trace.getRMSValue(5, 1), 0.0);
-    EXPECT_TRUE(std::isnan(trace.getRMSValue(0, 0))) << "an empty run has no mean";
-}
-
-TEST(KRecord, boundsOfThePendingValue) {
-    KRecord::Trace trace;
-    EXPECT_FALSE(trace.isBounded()) << "NaN pending value";
-    trace.setBounds(-1, 1);
-    EXPECT_TRUE((trace.setValue(1.0), trace.isBounded()));
-    EXPECT_FALSE((trace.setValue(1.5), trace.isBounded()));
 }
 
 TEST(KRecord, copyDataWritesRowsAndRestoresStringLimits) {
@@ -219,11 +141,7 @@ TEST(KRecord, copyDataWritesRowsAndRestoresStringLimits) {
     EXPECT_STREQ(out.c_str(), "0.500000,-2.000000\n1.000000,3.000000\n");
     EXPECT_EQ(KString::getMaxSize(), 65535);
     EXPECT_EQ(KString::getIncrement(), 256);
-    out = "";
-    EXPECT_TRUE(record.copyData(out, 0, 1));
-    EXPECT_STREQ(out.c_str(), "0.000000,1.250000\n");
     EXPECT_FALSE(record.copyData(out, -1, 2));
-    EXPECT_FALSE(record.copyData(out, 2, 2));
     EXPECT_FALSE(record.copyData(out, 3, 99)) << "to past the end means the end";
     record.selectTrace(-1);
     EXPECT_FALSE(record.copyData(out, 0, 2));
@@ -232,16 +150,14 @@ TEST(KRecord, copyDataWritesRowsAndRestoresStringLimits) {
 TEST(KRecord, samplingTable) {
     KRecord record;
     feed(record, {0, 1, 2, 3, 5, 7}, {0, 0, 0, 0, 0, 0});
-    record.computeSamplingTable(1e-6);
-    ASSERT_EQ(record.getSampleInfoCount(), 2);
-    EXPECT_DOUBLE_EQ(record.getSampleInfo(0)->getRate(), 1 / 1.25);
-    EXPECT_EQ(record.getSampleInfo(0)->getEndIndex(), 4);
-    EXPECT_DOUBLE_EQ(record.getSampleInfo(1)->getRate(), 0.5);
-    EXPECT_EQ(record.getSampleInfo(1)->getEndIndex(), 6);
-    EXPECT_EQ(record.getSampleInfo(2), nullptr);
-
-    record.computeSamplingTable(-1.0);  // must end, as with tolerance 0
-    EXPECT_EQ(record.getSampleInfoCount(), 2);
+    for (double tolerance : {1e-6, -1.0}) {  // a negative tolerance must end, as 0 does
+        record.computeSamplingTable(tolerance);
+        ASSERT_EQ(record.getSampleInfoCount(), 2);
+        EXPECT_DOUBLE_EQ(record.getSampleInfo(0)->getRate(), 1 / 1.25);
+        EXPECT_EQ(record.getSampleInfo(0)->getEndIndex(), 4);
+        EXPECT_DOUBLE_EQ(record.getSampleInfo(1)->getRate(), 0.5);
+        EXPECT_EQ(record.getSampleInfo(1)->getEndIndex(), 6);
+    }
 
     feed(record, {0, 0.001, 0.002, KDouble::NaN, 0.004}, {0, 0, 0, 0, 0});
     record.computeSamplingTable();  // must end despite the NaN
@@ -254,106 +170,65 @@ TEST(KRecord, samplingTable) {
     } catch (const KException& e) {
         EXPECT_STREQ(e.getText().c_str(), "There must be at least two samples!");
     }
-    record.clearSamplingTable();
-    EXPECT_EQ(record.getSampleInfoCount(), 0);
-}
-
-TEST(KRecord, domainRealAndRaw) {
-    KRecord record;
-    feed(record, {0, 1, 2}, {0, 0, 0});
-    record.getDomain().setScale(0.5);
-    record.getDomain().setOffset(10);
-    record.setDomainReal();
-    EXPECT_EQ(record.getDomainValue(2), 11.0);
-    record.setDomainRaw();
-    EXPECT_EQ(record.getDomainValue(2), 2.0);
-    record.getDomain().setScale(0.0);
-    record.setDomainRaw();
-    EXPECT_EQ(record.getDomainValue(2), 2.0) << "no raw form without a positive scale";
 }
 
 TEST(KRecord, setDataCopiesEvenFromItself) {
     KRecord record;
     feed(record, {0, 1, 2}, {5, 6, 7});
-    record.setTraceName(0, "IA");
-    record.getTrace(0)->setScale(3);
-
     // The record's own arrays as input: destroy must not pull them away first.
     KVector<double> columns;
     columns.add(const_cast<double*>(record.getYData()));
     columns.add(nullptr);
     record.setData2(record.getXData(), columns, 3);
     ASSERT_EQ(record.getTraceCount(), 2);
-    EXPECT_EQ(record.getDomainValue(2), 2);
     EXPECT_EQ(record.getTrace(0)->getSample(2), 7);
     EXPECT_TRUE(std::isnan(record.getTrace(1)->getSample(0))) << "a null column gives NaN";
-    EXPECT_TRUE(record.getTrace(0)->getName().isEmpty()) << "other trace count: fresh traces";
 
     record.setTraceName(0, "IA");
-    record.getTrace(0)->setScale(3);
     columns.set(0, record.getTrace(0)->getData());
     columns.set(1, record.getTrace(0)->getData());
     record.setData2(record.getXData(), columns, 2);
     EXPECT_STREQ(record.getTrace(0)->getName().c_str(), "IA") << "setData2 keeps descriptions";
-    EXPECT_EQ(record.getTrace(0)->getScale(), 3);
-    EXPECT_EQ(record.getDomainSize(), 2);
     EXPECT_EQ(record.getTrace(1)->getSample(1), 6);
-
-    columns.set(0, record.getTrace(1)->getData());
-    columns.set(1, record.getTrace(0)->getData());
     record.setData(record.getXData(), columns, 2);
     EXPECT_TRUE(record.getTrace(0)->getName().isEmpty()) << "setData replaces everything";
-    EXPECT_EQ(record.getTrace(0)->getSample(0), 5);
 }
 
-TEST(KRecord, copiesAreDeepAndObserverFree) {
+TEST(KRecord, copiesAreDeep) {
     KRecord record;
     feed(record, {0, 1}, {5, 6});
     record.setName("Station");
-    record.setFormat("text");
-    record.setTriggerValue(0.25);
-    record.setProperty("rev", "1999");
     record.getTrace(0)->setUnits("kV");
     record.computeSamplingTable();
-    CountingObserver observer(1);
-    record.addObserver(&observer);
 
     KRecord copy(record);
     record.getTrace(0)->getData()[0] = -1;
     EXPECT_EQ(copy.getTrace(0)->getSample(0), 5);
     EXPECT_EQ(copy.getTrace(0)->getOwner(), &copy);
     EXPECT_STREQ(copy.getTrace(0)->getUnits().c_str(), "kV");
-    EXPECT_STREQ(copy.getProperty("rev").c_str(), "1999");
-    EXPECT_EQ(copy.getTriggerValue(), 0.25);
     EXPECT_EQ(copy.getSampleInfoCount(), 1);
-    EXPECT_EQ(copy.getObserverCount(), 0);
 
     KObject* clone = record.clone();
-    ASSERT_NE(clone, nullptr);
-    ASSERT_TRUE(clone->isKindOf(K_CLASS(KRecord)));
+    ASSERT_TRUE(clone != nullptr && clone->isKindOf(K_CLASS(KRecord)));
     EXPECT_STREQ(static_cast<KRecord*>(clone)->getName().c_str(), "Station");
-    EXPECT_STREQ(clone->getClassName(), "KRecord");
     delete clone;
 }
 
 TEST(KRecord, notifiesObservers) {
     KRecord record;
     CountingObserver a(1), b(2), c(2);
-    record.addObserver(&a);
-    record.addObserver(&b);
-    record.addObserver(&c);
-    record.addObserver(nullptr);
+    for (CountingObserver* o : {&a, &b, &c, static_cast<CountingObserver*>(nullptr)})
+        record.addObserver(o);
     EXPECT_EQ(record.getObserverCount(), 3);
+    EXPECT_EQ(KRecord(record).getObserverCount(), 0) << "a copy starts without observers";
     record.updateObservers(&b);
-    EXPECT_EQ(a.updates + b.updates + c.updates, 2);
+    EXPECT_EQ(a.updates + c.updates, 2);
     EXPECT_EQ(b.updates, 0) << "the observer that made the change is not told";
     record.refreshObservers();
     record.resetObservers();
     EXPECT_EQ(c.refreshes, 1);
     EXPECT_EQ(c.resets, 1);
     EXPECT_EQ(record.findObserver(2), &b) << "the first with that identifier";
-    EXPECT_EQ(record.findObserver(9), nullptr);
     record.removeObserver(&b);
     EXPECT_EQ(record.getObserver(1), &c);
-    EXPECT_EQ(record.getObserver(2), nullptr);
 }
