@@ -232,3 +232,24 @@ TEST(KRecord, notifiesObservers) {
     record.removeObserver(&b);
     EXPECT_EQ(record.getObserver(1), &c);
 }
+
+// RMS over a run (cut to what remains, 0 past the end), and the domain turned from raw to
+// real values and back through the domain trace's scale and offset.
+TEST(KRecord, rmsAndDomainCalibration) {
+    KRecord r;
+    feed(r, {0, 1, 2, 3}, {3, -4, 0, 12});
+    const KRecord::Trace& t = *r.getTrace(0);
+    EXPECT_DOUBLE_EQ(t.getRMSValue(0, 2), std::sqrt((9.0 + 16.0) / 2));
+    EXPECT_DOUBLE_EQ(t.getRMSValue(2, 10), std::sqrt(144.0 / 2));
+    EXPECT_EQ(t.getRMSValue(4, 1), 0.0);
+
+    r.getDomain().setScale(0.5);
+    r.getDomain().setOffset(10);
+    r.setDomainReal();
+    EXPECT_EQ(r.getDomainValue(3), 11.5);
+    r.setDomainRaw();
+    EXPECT_EQ(r.getDomainValue(3), 3.0);
+    r.getDomain().setScale(0);  // no inverse: nothing changes
+    r.setDomainRaw();
+    EXPECT_EQ(r.getDomainValue(3), 3.0);
+}
