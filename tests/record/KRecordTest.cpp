@@ -190,6 +190,8 @@ TEST(KRecord, setDataCopiesEvenFromItself) {
     record.setData2(record.getXData(), columns, 2);
     EXPECT_STREQ(record.getTrace(0)->getName().c_str(), "IA") << "setData2 keeps descriptions";
     EXPECT_EQ(record.getTrace(1)->getSample(1), 6);
+    columns.set(0, record.getTrace(0)->getData());  // the last call replaced the arrays
+    columns.set(1, record.getTrace(1)->getData());
     record.setData(record.getXData(), columns, 2);
     EXPECT_TRUE(record.getTrace(0)->getName().isEmpty()) << "setData replaces everything";
 }
