@@ -17,10 +17,6 @@ int increment = 256;
 int maxSize = 65535;
 int instanceCount = 0;
 
-bool inSet(const KString& set, char c) {
-    return std::memchr(set.c_str(), c, set.length()) != nullptr;
-}
-
 // Membership of the characters of a set, looked up by byte value.
 class CharSet {
 public:
@@ -293,15 +289,17 @@ unsigned KString::NthChar(char c, unsigned n) const {
 }
 
 unsigned KString::findCharOf(const KString& set, unsigned from) const {
+    const CharSet chars(set);
     for (unsigned i = from; i < len_; ++i) {
-        if (inSet(set, buffer_[i])) return i;
+        if (chars.has(buffer_[i])) return i;
     }
     return NOT_FOUND;
 }
 
 unsigned KString::findCharNotOf(const KString& set, unsigned from) const {
+    const CharSet chars(set);
     for (unsigned i = from; i < len_; ++i) {
-        if (!inSet(set, buffer_[i])) return i;
+        if (!chars.has(buffer_[i])) return i;
     }
     return NOT_FOUND;
 }
@@ -315,15 +313,17 @@ unsigned KString::lastIndexOf(char c, unsigned stop) const {
 }
 
 unsigned KString::lastIndexOf(const KString& set, unsigned from) const {
+    const CharSet chars(set);
     for (unsigned i = len_; i-- > from;) {
-        if (inSet(set, buffer_[i])) return i;
+        if (chars.has(buffer_[i])) return i;
     }
     return NOT_FOUND;
 }
 
 unsigned KString::lastIndexNotOf(const KString& set, unsigned from) const {
+    const CharSet chars(set);
     for (unsigned i = len_; i-- > from;) {
-        if (!inSet(set, buffer_[i])) return i;
+        if (!chars.has(buffer_[i])) return i;
     }
     return NOT_FOUND;
 }
