@@ -1,6 +1,7 @@
 // Decoding COMTRADE data files against scanning the same bytes in memory (memchr for a byte
 // as rare as any in the buffer), for a 100 MB BINARY file and a 100 MB ASCII file of the same
-// record shape: 8 analog and 16 status channels. Bytes per second are file bytes.
+// record shape: 8 analog and 16 status channels. Bytes per second are file bytes. Beside the
+// decoding, the whole read into a KRecord (decoding, time line, real values as doubles).
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -10,7 +11,9 @@
 #include <string>
 
 #include <kalvo/io/KComtradeFile.h>
+#include <kalvo/io/KComtradeReader.h>
 #include <kalvo/io/KComtradeWriter.h>
+#include <kalvo/record/KRecord.h>
 
 namespace {
 
@@ -39,8 +42,8 @@ KComtradeFile makeRecord(KComtradeConfig::FileType type) {
     for (int64_t i = 0; i < probe; ++i) {
         f.data.timeStamps[i] = static_cast<double>(i * 250);
         for (int c = 0; c < 8; ++c)
-            f.data.analogs[c][i] = std::round(20000 * std::sin(0.0654 * i + c));
-        for (int c = 0; c < 16; ++c) f.data.digitals[c][i] = (i / 100 + c) % 3 == 0;
+            f.data.getAnalogs<double>(c)[i] = std::round(20000 * std::sin(0.0654 * i + c));
+        for (int c = 0; c < 16; ++c) f.data.setDigital(c, i, (i / 100 + c) % 3 == 0);
     }
     f.config.rates = {{4000.0, probe}};
     return f;
@@ -106,12 +109,29 @@ void decode(benchmark::State& state, KComtradeConfig::FileType type, bool reuse)
         KStringArray warnings;
         auto decoder = KComtradeDecoder::create(type);
         decoder->decode(bytes.data(), bytes.size(), config, data, warnings);
-        benchmark::DoNotOptimize(data.analogs[0].data());
+        benchmark::DoNotOptimize(data.timeStamps.data());
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes.size()));
     // Time of one decode over the time of one memchr scan of the same bytes.
     state.counters["x_memchr"] = benchmark::Counter(
         scanSeconds, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+void record(benchmark::State& state, KComtradeConfig::FileType type) {
+    KComtradeConfig config;
+    const std::string& bytes = dataFile(type, config);
+    config.rates.back().endSample =
+        type == KComtradeConfig::ASCII
+            ? std::count(bytes.begin(), bytes.end(), '\n')
+            : static_cast<int64_t>(bytes.size() / static_cast<size_t>(config.getRecordSize()));
+    const std::string cfg = KComtradeWriter::writeConfig(config);
+    for (auto _ : state) {
+        KComtradeReader reader;
+        KRecord r;
+        reader.read(cfg, bytes, "bench.cfg", r);
+        benchmark::DoNotOptimize(r.getXData());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes.size()));
 }
 
 void scan(benchmark::State& state, KComtradeConfig::FileType type) {
@@ -128,9 +148,12 @@ BENCHMARK_CAPTURE(scan, binary_memchr, KComtradeConfig::BINARY)->Unit(benchmark:
 BENCHMARK_CAPTURE(decode, binary, KComtradeConfig::BINARY, false)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(decode, binary_reused_arrays, KComtradeConfig::BINARY, true)
     ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(record, binary, KComtradeConfig::BINARY)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(scan, ascii_memchr, KComtradeConfig::ASCII)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(decode, ascii, KComtradeConfig::ASCII, false)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(decode, ascii_reused_arrays, KComtradeConfig::ASCII, true)
     ->Unit(benchmark::kMillisecond);
+
+BENCHMARK_CAPTURE(record, ascii, KComtradeConfig::ASCII)->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

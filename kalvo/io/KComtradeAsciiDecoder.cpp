@@ -67,13 +67,17 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
     // A first guess at the number of samples, bounded by what the bytes can hold.
     size_t capacity = static_cast<size_t>(std::max<int64_t>(config.getSampleCount(), 16));
     capacity = std::min(capacity, size / (2 * fieldCount) + 1);
-    data.resize(static_cast<int64_t>(capacity), static_cast<int>(analogCount),
-                static_cast<int>(digitalCount), false);
+    auto setLength = [&](size_t n, bool fill) {
+        data.resize(static_cast<int64_t>(n), static_cast<int>(analogCount),
+                    static_cast<int>(digitalCount), KComtradeData::DOUBLE, fill);
+    };
+    setLength(capacity, false);
     std::vector<double*> analogs(analogCount);
-    std::vector<uint8_t*> digitals(digitalCount);
+    std::vector<uint16_t*> words(static_cast<size_t>(data.getWordCount()));
     auto bind = [&] {
-        for (size_t c = 0; c < analogCount; ++c) analogs[c] = data.analogs[c].data();
-        for (size_t c = 0; c < digitalCount; ++c) digitals[c] = data.digitals[c].data();
+        for (size_t c = 0; c < analogCount; ++c)
+            analogs[c] = data.getAnalogs<double>(static_cast<int>(c));
+        for (size_t k = 0; k < words.size(); ++k) words[k] = data.getWords(static_cast<int>(k));
     };
     bind();
 
@@ -110,10 +114,10 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
         }
         if (count == capacity) {
             capacity *= 2;
-            data.resize(static_cast<int64_t>(capacity), static_cast<int>(analogCount),
-                        static_cast<int>(digitalCount), false);
+            setLength(capacity, false);
             bind();
         }
+        for (uint16_t* w : words) w[count] = 0;
         size_t field = 0;
         double value;
         bool empty;
@@ -135,7 +139,7 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
             } else if (field < 2 + analogCount) {
                 analogs[field - 2][count] = (missingCode && value == 99999.0) ? NaN : value;
             } else {
-                uint8_t bit = 0;
+                unsigned bit = 0;
                 if (empty) {
                     if (!emptyStatusLine) emptyStatusLine = line;
                 } else if (value == 1.0) {
@@ -144,7 +148,8 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
                     bit = 1;
                     if (!otherStatusLine) otherStatusLine = line;
                 }
-                digitals[field - 2 - analogCount][count] = bit;
+                const size_t c = field - 2 - analogCount;
+                words[c >> 4][count] |= static_cast<uint16_t>(bit << (c & 15));
             }
         }
         if (field != fieldCount) {
@@ -179,8 +184,7 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
             reportProgress(static_cast<size_t>(p - bytes), size);
         }
     }
-    data.resize(static_cast<int64_t>(count), static_cast<int>(analogCount),
-                static_cast<int>(digitalCount));
+    setLength(count, true);
     reportProgress(size, size);
 
     numbers.report(warnings);

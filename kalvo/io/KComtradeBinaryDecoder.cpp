@@ -7,17 +7,6 @@
 
 namespace {
 
-// The format's code for a missing value of each sample type; floats use NaN.
-inline double toRaw(int16_t v) {
-    return v == INT16_MIN ? std::numeric_limits<double>::quiet_NaN() : v;
-}
-inline double toRaw(int32_t v) {
-    return v == INT32_MIN ? std::numeric_limits<double>::quiet_NaN() : v;
-}
-inline double toRaw(float v) {
-    return v;
-}
-
 template <class T>
 inline T load(const unsigned char* p) {
     T v;
@@ -34,8 +23,13 @@ void KComtradeBinaryDecoder::decode(const char* bytes, size_t size, const KComtr
     const size_t recordSize = static_cast<size_t>(sized.getRecordSize());
     const size_t count = size / recordSize;
     const size_t rest = size % recordSize;
+    const KComtradeData::SampleType sampleType = type_ == KComtradeConfig::BINARY32
+                                                     ? KComtradeData::INT32
+                                                 : type_ == KComtradeConfig::FLOAT32
+                                                     ? KComtradeData::FLOAT32
+                                                     : KComtradeData::INT16;
     data.resize(static_cast<int64_t>(count), static_cast<int>(config.analogs.size()),
-                static_cast<int>(config.digitals.size()), false);
+                static_cast<int>(config.digitals.size()), sampleType, false);
     const auto* p = reinterpret_cast<const unsigned char*>(bytes);
     NumberCheck numbers;
     // In slices, so that progress can be shown on a long file.
@@ -78,11 +72,12 @@ template <class Value>
 void KComtradeBinaryDecoder::decodeSamples(const unsigned char* p, size_t start, size_t count,
                                            size_t recordSize, KComtradeData& data,
                                            NumberCheck& numbers) const {
-    const size_t analogCount = data.analogs.size();
-    const size_t digitalCount = data.digitals.size();
-    const size_t wordsOffset = 8 + analogCount * sizeof(Value);
+    const int analogCount = data.getAnalogCount();
+    const int wordCount = data.getWordCount();
+    const size_t wordsOffset = 8 + static_cast<size_t>(analogCount) * sizeof(Value);
     // Channel by channel over blocks of samples small enough to stay in cache: each pass
     // then writes one array in order instead of scattering every sample over all of them.
+    // Samples are copied as they are: missing-value codes are read as such later.
     constexpr size_t BLOCK = 256;
     for (size_t b = 0; b < count; b += BLOCK) {
         const size_t n = std::min(BLOCK, count - b);
@@ -95,17 +90,15 @@ void KComtradeBinaryDecoder::decodeSamples(const unsigned char* p, size_t start,
             const uint32_t stamp = load<uint32_t>(r + 4);
             stamps[i] = stamp == 0xFFFFFFFFu ? std::numeric_limits<double>::quiet_NaN() : stamp;
         }
-        for (size_t c = 0; c < analogCount; ++c) {
-            double* out = data.analogs[c].data() + at;
-            const unsigned char* v = q + 8 + c * sizeof(Value);
-            for (size_t i = 0; i < n; ++i) out[i] = toRaw(load<Value>(v + i * recordSize));
+        for (int c = 0; c < analogCount; ++c) {
+            Value* out = data.getAnalogs<Value>(c) + at;
+            const unsigned char* v = q + 8 + static_cast<size_t>(c) * sizeof(Value);
+            for (size_t i = 0; i < n; ++i) out[i] = load<Value>(v + i * recordSize);
         }
-        for (size_t c = 0; c < digitalCount; ++c) {
-            uint8_t* out = data.digitals[c].data() + at;
-            const unsigned char* w = q + wordsOffset + 2 * (c >> 4);
-            const unsigned shift = static_cast<unsigned>(c & 15);
-            for (size_t i = 0; i < n; ++i)
-                out[i] = static_cast<uint8_t>((load<uint16_t>(w + i * recordSize) >> shift) & 1u);
+        for (int k = 0; k < wordCount; ++k) {
+            uint16_t* out = data.getWords(k) + at;
+            const unsigned char* w = q + wordsOffset + 2 * static_cast<size_t>(k);
+            for (size_t i = 0; i < n; ++i) out[i] = load<uint16_t>(w + i * recordSize);
         }
     }
 }

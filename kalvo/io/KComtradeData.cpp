@@ -1,18 +1,55 @@
 #include <kalvo/io/KComtradeData.h>
 
-#include <cstddef>
+#include <kalvo/foundation/KAssertion.h>
 
-void KComtradeData::resize(int64_t n, int analogCount, int digitalCount, bool fill) {
+void KComtradeData::resize(int64_t n, int analogCount, int digitalCount, SampleType type,
+                           bool fill) {
     const size_t count = static_cast<size_t>(n);
-    auto size = [&](auto& values) {
+    if (type != type_) analogs_.clear();
+    type_ = type;
+    const size_t width = widthOf(type);
+    auto size = [fill](auto& values, size_t length) {
         if (fill)
-            values.resize(count, 0);
+            values.resize(length, 0);
         else
-            values.resize(count);
+            values.resize(length);
     };
-    size(timeStamps);
-    analogs.resize(static_cast<size_t>(analogCount));
-    for (auto& channel : analogs) size(channel);
-    digitals.resize(static_cast<size_t>(digitalCount));
-    for (auto& channel : digitals) size(channel);
+    size(timeStamps, count);
+    analogs_.resize(static_cast<size_t>(analogCount));
+    for (auto& column : analogs_) size(column, count * width);
+    digitalCount_ = digitalCount;
+    words_.resize(static_cast<size_t>((digitalCount + 15) / 16));
+    for (auto& words : words_) size(words, count);
+}
+
+double KComtradeData::getAnalog(int c, int64_t i) const {
+    double v = 0.0;
+    visitAnalogs(c, [&](const auto* column) { v = toDouble(column[i]); });
+    return v;
+}
+
+void KComtradeData::setDigital(int c, int64_t i, bool on) {
+    uint16_t& word = words_[static_cast<size_t>(c >> 4)][static_cast<size_t>(i)];
+    const auto bit = static_cast<uint16_t>(1u << (c & 15));
+    word = on ? static_cast<uint16_t>(word | bit) : static_cast<uint16_t>(word & ~bit);
+}
+
+size_t KComtradeData::widthOf(SampleType type) {
+    switch (type) {
+        case INT16:
+            return sizeof(int16_t);
+        case INT32:
+            return sizeof(int32_t);
+        case FLOAT32:
+            return sizeof(float);
+        default:
+            return sizeof(double);
+    }
+}
+
+void KComtradeData::checkType(SampleType type) const {
+    static const char* const names[] = {"double", "int16", "int32", "float"};
+    if (type != type_)
+        KAssertion("Reading analog samples")
+            .fail("they are held as %s, not %s", names[type_], names[type]);
 }

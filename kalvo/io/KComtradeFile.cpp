@@ -247,7 +247,12 @@ void KComtradeFile::finish() {
         const auto& a = config.analogs[c];
         if (!(a.min < a.max)) continue;
         int64_t n = 0;
-        for (double v : data.analogs[c]) n += (v < a.min) | (v > a.max);
+        data.visitAnalogs(static_cast<int>(c), [&](const auto* raw) {
+            for (int64_t i = 0; i < count; ++i) {
+                const double v = KComtradeData::toDouble(raw[i]);
+                n += (v < a.min) | (v > a.max);
+            }
+        });
         if (n == 0) continue;
         if (++outsideChannels <= 4) {
             KString one;

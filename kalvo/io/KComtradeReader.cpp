@@ -108,8 +108,9 @@ void KComtradeReader::build(const KComtradeFile& file, KRecord& record) const {
         t->setProperty(MAX, number(a.max).c_str());
         t->setCount(n);
         double* y = t->getData();
-        const auto& raw = file.data.analogs[static_cast<size_t>(k)];
-        for (int i = 0; i < n; ++i) y[i] = scale * raw[static_cast<size_t>(i)] + offset;
+        file.data.visitAnalogs(k, [&](const auto* raw) {
+            for (int i = 0; i < n; ++i) y[i] = scale * KComtradeData::toDouble(raw[i]) + offset;
+        });
     }
     for (int k = 0; k < digitals; ++k) {
         const auto& d = c.digitals[static_cast<size_t>(k)];
@@ -122,8 +123,9 @@ void KComtradeReader::build(const KComtradeFile& file, KRecord& record) const {
         t->setProperty(NORMAL, d.normal ? "1" : "0");
         t->setCount(n);
         double* y = t->getData();
-        const auto& bits = file.data.digitals[static_cast<size_t>(k)];
-        for (int i = 0; i < n; ++i) y[i] = bits[static_cast<size_t>(i)];
+        const uint16_t* words = file.data.getWords(k >> 4);
+        const int bit = k & 15;
+        for (int i = 0; i < n; ++i) y[i] = (words[i] >> bit) & 1;
     }
     if (n >= 2) record.computeSamplingTable();
 }

@@ -78,15 +78,14 @@ KComtradeFile KComtradeRecordWriter::toFile(const KRecord& record,
             channel.normal = property(t, KComtradeReader::NORMAL, 0) != 0.0;
             for (int i = 0; i < n; ++i) {
                 const double v = t.getData()[i];
-                file.data.digitals[static_cast<size_t>(d)][static_cast<size_t>(i)] =
-                    v != 0.0 && !std::isnan(v);
+                file.data.setDigital(d, i, v != 0.0 && !std::isnan(v));
             }
             c.digitals.push_back(channel);
             ++d;
         } else {
             KComtradeConfig::Analog channel;
             channel.index = static_cast<int>(property(t, KComtradeReader::CHANNEL, a + 1));
-            setAnalog(t, type, primary, channel, file.data.analogs[static_cast<size_t>(a)]);
+            setAnalog(t, type, primary, channel, file.data.getAnalogs<double>(a));
             c.analogs.push_back(channel);
             ++a;
         }
@@ -97,7 +96,7 @@ KComtradeFile KComtradeRecordWriter::toFile(const KRecord& record,
 
 void KComtradeRecordWriter::setAnalog(const KRecord::Trace& t, KComtradeConfig::FileType type,
                                       bool primary, KComtradeConfig::Analog& channel,
-                                      KComtradeData::Values& raw) {
+                                      double* raw) {
     channel.id = t.getName();
     channel.units = t.getUnits();
     channel.phase = t.getPhase();
@@ -117,7 +116,7 @@ void KComtradeRecordWriter::setAnalog(const KRecord::Trace& t, KComtradeConfig::
     bool fits = true;
     for (int i = 0; i < n && fits; ++i) {
         const double r = rawFor(v[i], channel.a, channel.b, integer);
-        raw[static_cast<size_t>(i)] = r;
+        raw[i] = r;
         if (std::isnan(r) || type == KComtradeConfig::ASCII) continue;
         fits = channel.a * r + channel.b == v[i] &&
                (integer ? std::fabs(r) <= limit : static_cast<double>(static_cast<float>(r)) == r);
@@ -127,7 +126,7 @@ void KComtradeRecordWriter::setAnalog(const KRecord::Trace& t, KComtradeConfig::
         // Floats hold real values as they are, to their own precision.
         channel.a = 1.0;
         channel.b = 0.0;
-        for (int i = 0; i < n; ++i) raw[static_cast<size_t>(i)] = static_cast<float>(v[i]);
+        for (int i = 0; i < n; ++i) raw[i] = static_cast<float>(v[i]);
         return;
     }
     // The trace's own scale does not give raw values the file type can hold: spread the
@@ -143,7 +142,7 @@ void KComtradeRecordWriter::setAnalog(const KRecord::Trace& t, KComtradeConfig::
     channel.max = span;
     for (int i = 0; i < n; ++i) {
         const double r = rawFor(v[i], channel.a, channel.b, true);
-        raw[static_cast<size_t>(i)] = std::isnan(r) ? r : std::clamp(r, -span, span);
+        raw[i] = std::isnan(r) ? r : std::clamp(r, -span, span);
     }
 }
 

@@ -21,5 +21,5 @@ private:
     static void setStamps(const KRecord& record, KComtradeConfig& config);
     static void setRates(const KRecord& record, KComtradeConfig& config, KComtradeData& data);
     static void setAnalog(const KRecord::Trace& trace, KComtradeConfig::FileType type, bool primary,
-                          KComtradeConfig::Analog& channel, KComtradeData::Values& raw);
+                          KComtradeConfig::Analog& channel, double* raw);
 };

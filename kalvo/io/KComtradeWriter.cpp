@@ -124,11 +124,13 @@ std::string KComtradeWriter::writeData(const KComtradeConfig& config, const KCom
     const size_t n = static_cast<size_t>(data.getSampleCount());
     const size_t analogCount = config.analogs.size();
     const size_t digitalCount = config.digitals.size();
-    if (data.analogs.size() != analogCount || data.digitals.size() != digitalCount)
+    if (static_cast<size_t>(data.getAnalogCount()) != analogCount ||
+        static_cast<size_t>(data.getDigitalCount()) != digitalCount)
         KException::raise("COMTRADE Error",
-                          "the samples have %zu analog and %zu status channels but the "
+                          "the samples have %d analog and %d status channels but the "
                           "configuration %zu and %zu",
-                          data.analogs.size(), data.digitals.size(), analogCount, digitalCount);
+                          data.getAnalogCount(), data.getDigitalCount(), analogCount,
+                          digitalCount);
     std::string out;
     if (config.fileType == KComtradeConfig::ASCII) {
         const bool oldest = config.revision == KComtradeConfig::REV_1991;
@@ -139,7 +141,7 @@ std::string KComtradeWriter::writeData(const KComtradeConfig& config, const KCom
             if (std::isfinite(data.timeStamps[i])) appendNumber(out, data.timeStamps[i]);
             for (size_t c = 0; c < analogCount; ++c) {
                 out += ',';
-                const double v = data.analogs[c][i];
+                const double v = data.getAnalog(static_cast<int>(c), static_cast<int64_t>(i));
                 if (std::isfinite(v))
                     appendNumber(out, v);
                 else if (!oldest)
@@ -147,14 +149,13 @@ std::string KComtradeWriter::writeData(const KComtradeConfig& config, const KCom
             }
             for (size_t c = 0; c < digitalCount; ++c) {
                 out += ',';
-                out += data.digitals[c][i] ? '1' : '0';
+                out += data.getDigital(static_cast<int>(c), static_cast<int64_t>(i)) ? '1' : '0';
             }
             out += "\r\n";
         }
         return out;
     }
     out.reserve(n * static_cast<size_t>(config.getRecordSize()));
-    std::vector<uint16_t> words((digitalCount + 15) / 16);
     for (size_t i = 0; i < n; ++i) {
         put<uint32_t>(out, static_cast<uint32_t>(i + 1));
         const double stamp = data.timeStamps[i];
@@ -168,7 +169,7 @@ std::string KComtradeWriter::writeData(const KComtradeConfig& config, const KCom
                               stamp);
         }
         for (size_t c = 0; c < analogCount; ++c) {
-            const double v = data.analogs[c][i];
+            const double v = data.getAnalog(static_cast<int>(c), static_cast<int64_t>(i));
             switch (config.fileType) {
                 case KComtradeConfig::BINARY:
                     if (std::isnan(v)) {
@@ -195,10 +196,7 @@ std::string KComtradeWriter::writeData(const KComtradeConfig& config, const KCom
                     break;
             }
         }
-        std::fill(words.begin(), words.end(), 0);
-        for (size_t c = 0; c < digitalCount; ++c)
-            if (data.digitals[c][i]) words[c >> 4] |= static_cast<uint16_t>(1u << (c & 15));
-        for (uint16_t w : words) put<uint16_t>(out, w);
+        for (int k = 0; k < data.getWordCount(); ++k) put<uint16_t>(out, data.getWords(k)[i]);
     }
     return out;
 }

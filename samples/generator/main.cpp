@@ -163,9 +163,9 @@ KComtradeFile makeRecord() {
         f.data.timeStamps[i] = std::round(i * 1e6 / RATE);
         double v[7];
         values(t, clearedAt, v);
-        for (int k = 0; k < 7; ++k) f.data.analogs[k][i] = std::round(v[k] / c.analogs[k].a);
-        f.data.digitals[0][i] = t >= TRIP_CYCLES / LINE_FREQUENCY && t < lastClear + 1 / 60.0;
-        f.data.digitals[1][i] = t < OPEN_CYCLES / LINE_FREQUENCY + 0.5 / 60.0;
+        for (int k = 0; k < 7; ++k) f.data.getAnalogs<double>(k)[i] = std::round(v[k] / c.analogs[k].a);
+        f.data.setDigital(0, i, t >= TRIP_CYCLES / LINE_FREQUENCY && t < lastClear + 1 / 60.0);
+        f.data.setDigital(1, i, t < OPEN_CYCLES / LINE_FREQUENCY + 0.5 / 60.0);
     }
     return f;
 }

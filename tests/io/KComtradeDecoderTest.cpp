@@ -10,6 +10,8 @@
 #include <kalvo/io/KComtradeFile.h>
 #include <kalvo/io/KComtradeWriter.h>
 
+#include "ComtradeTestData.h"
+
 namespace {
 
 // Two analog channels, eighteen status channels (two status words), 1 kHz, four samples.
@@ -62,19 +64,19 @@ TEST(KComtradeDecoder, AsciiValuesGapsAndMissingCodes) {
                             asciiRow(3, ",99999") + asciiRow(4, "99999,7");
     const KComtradeFile f = read(config("ASCII"), dat);
     ASSERT_EQ(f.data.getSampleCount(), 4);
-    EXPECT_EQ(f.data.analogs[0][0], 10);
-    EXPECT_EQ(f.data.analogs[1][0], -20);
-    EXPECT_EQ(f.data.analogs[0][1], 3);
-    EXPECT_EQ(f.data.analogs[1][1], 45);
-    EXPECT_TRUE(std::isnan(f.data.analogs[0][2]));
-    EXPECT_TRUE(std::isnan(f.data.analogs[1][2]));
-    EXPECT_TRUE(std::isnan(f.data.analogs[0][3]));
-    EXPECT_EQ(f.data.digitals[17][3], 1);
-    EXPECT_EQ(f.data.digitals[16][3], 0);
+    EXPECT_EQ(f.data.getAnalog(0, 0), 10);
+    EXPECT_EQ(f.data.getAnalog(1, 0), -20);
+    EXPECT_EQ(f.data.getAnalog(0, 1), 3);
+    EXPECT_EQ(f.data.getAnalog(1, 1), 45);
+    EXPECT_TRUE(std::isnan(f.data.getAnalog(0, 2)));
+    EXPECT_TRUE(std::isnan(f.data.getAnalog(1, 2)));
+    EXPECT_TRUE(std::isnan(f.data.getAnalog(0, 3)));
+    EXPECT_EQ(f.data.getDigital(17, 3), 1);
+    EXPECT_EQ(f.data.getDigital(16, 3), 0);
     EXPECT_EQ(f.warnings.getCount(), 0) << f.warnings.toString().c_str();
     // In the oldest revision 99999 is a value like any other.
     const KComtradeFile old = read(config("ASCII", ""), dat);
-    EXPECT_EQ(old.data.analogs[0][3], 99999);
+    EXPECT_EQ(old.data.getAnalog(0, 3), 99999);
 }
 
 TEST(KComtradeDecoder, AsciiBrokenAndCutFiles) {
@@ -102,13 +104,17 @@ TEST(KComtradeDecoder, BinaryLayoutsAndTrailingBytes) {
                                                     asciiRow(3, "5,6") + asciiRow(4, "7,-8"));
         f.config.fileType = KComtradeConfig::ASCII;
         KComtradeConfig::parseFileType(type, f.config.fileType);
-        f.data.analogs[1][2] = NAN;
+        f.data.getAnalogs<double>(1)[2] = NAN;
         const std::string bytes = KComtradeWriter::writeData(f.config, f.data);
         EXPECT_EQ(bytes.size(), 4u * f.config.getRecordSize());
         const KComtradeFile back = read(config(type, "2013"), bytes);
-        EXPECT_EQ(back.data.analogs[0], f.data.analogs[0]);
-        EXPECT_TRUE(std::isnan(back.data.analogs[1][2]));
-        EXPECT_EQ(back.data.digitals, f.data.digitals);
+        EXPECT_EQ(back.data.getSampleType(), type[6] == '3' ? KComtradeData::INT32
+                                             : type[0] == 'F'  ? KComtradeData::FLOAT32
+                                                               : KComtradeData::INT16);
+        EXPECT_EQ(analogColumn(back.data, 0), analogColumn(f.data, 0));
+        EXPECT_TRUE(std::isnan(back.data.getAnalog(1, 2)));
+        for (int c = 0; c < 18; ++c)
+            EXPECT_EQ(digitalColumn(back.data, c), digitalColumn(f.data, c)) << "status " << c;
         EXPECT_EQ(back.data.timeStamps, f.data.timeStamps);
         EXPECT_EQ(back.warnings.getCount(), 0) << back.warnings.toString().c_str();
 

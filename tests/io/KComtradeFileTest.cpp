@@ -24,7 +24,7 @@ KComtradeFile readPair(const char* cfg, const char* dat) {
 
 double real(const KComtradeFile& f, size_t channel, size_t sample) {
     const auto& a = f.config.analogs[channel];
-    return a.a * f.data.analogs[channel][sample] + a.b;
+    return a.a * f.data.getAnalog(channel, sample) + a.b;
 }
 
 bool hasWarning(const KComtradeFile& f, const char* part) {
@@ -35,9 +35,9 @@ bool hasWarning(const KComtradeFile& f, const char* part) {
 
 int changingDigitals(const KComtradeFile& f) {
     int n = 0;
-    for (const auto& d : f.data.digitals)
-        for (size_t i = 1; i < d.size(); ++i)
-            if (d[i] != d[0]) {
+    for (int c = 0; c < f.data.getDigitalCount(); ++c)
+        for (int64_t i = 1; i < f.data.getSampleCount(); ++i)
+            if (f.data.getDigital(c, i) != f.data.getDigital(c, 0)) {
                 ++n;
                 break;
             }
@@ -111,9 +111,9 @@ TEST(KComtradeFile, MissingValuesAndZeroTimeStamps) {
     const KComtradeFile binary =
         readPair("python-comtrade/sample_bin.cfg", "python-comtrade/sample_bin_missing.dat");
     for (int c = 0; c < 4; ++c) {
-        EXPECT_TRUE(std::isnan(ascii.data.analogs[c][c + 1])) << "ascii channel " << c;
-        EXPECT_TRUE(std::isnan(binary.data.analogs[c][c])) << "binary channel " << c;
-        EXPECT_FALSE(std::isnan(ascii.data.analogs[c][0]));
+        EXPECT_TRUE(std::isnan(ascii.data.getAnalog(c, c + 1))) << "ascii channel " << c;
+        EXPECT_TRUE(std::isnan(binary.data.getAnalog(c, c))) << "binary channel " << c;
+        EXPECT_FALSE(std::isnan(ascii.data.getAnalog(c, 0)));
     }
 }
 
@@ -132,7 +132,7 @@ TEST(KComtradeFile, FloatCombinedFileWithOddTimeStamps) {
     EXPECT_EQ(std::string(f.header.c_str()), "\r\n\r\n\r\n");
     EXPECT_EQ(std::string(f.information.c_str()), "");
     double lo = 1e9, hi = -1e9;
-    for (double v : f.data.analogs[0]) lo = std::min(lo, v), hi = std::max(hi, v);
+    for (double v : analogColumn(f.data, 0)) lo = std::min(lo, v), hi = std::max(hi, v);
     EXPECT_NEAR(lo, 2.81, 0.01);
     EXPECT_NEAR(hi, 44.93, 0.01);
 }
@@ -147,9 +147,9 @@ TEST(KComtradeFile, RecordsWithoutOrWithWrappingTimeStamps) {
     const double firstRows[4][3] = {
         {1571, -7576, 14}, {1651, -7584, 14}, {1777, -7531, 15}, {1892, -7533, 12}};
     for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(keating.data.analogs[0][i], firstRows[i][0]);
-        EXPECT_EQ(keating.data.analogs[1][i], firstRows[i][1]);
-        EXPECT_EQ(keating.data.analogs[7][i], firstRows[i][2]);
+        EXPECT_EQ(keating.data.getAnalog(0, i), firstRows[i][0]);
+        EXPECT_EQ(keating.data.getAnalog(1, i), firstRows[i][1]);
+        EXPECT_EQ(keating.data.getAnalog(7, i), firstRows[i][2]);
         EXPECT_TRUE(std::isnan(keating.data.timeStamps[i]));
     }
     EXPECT_TRUE(hasWarning(keating, "time stamps are missing"));
@@ -177,7 +177,7 @@ TEST(KComtradeFile, RecordsWithoutOrWithWrappingTimeStamps) {
     EXPECT_TRUE(hasWarning(sepam, "1997"));
     EXPECT_TRUE(hasWarning(sepam, "1 more than the configuration announces"));
     EXPECT_NEAR(sepam.times[2399], 2399.0 / 600, 1e-12);
-    EXPECT_NEAR(real(sepam, 0, 0), sepam.data.analogs[0][0] * 2.836798 - 102.1247, 1e-9);
+    EXPECT_NEAR(real(sepam, 0, 0), sepam.data.getAnalog(0, 0) * 2.836798 - 102.1247, 1e-9);
 }
 
 TEST(KComtradeFile, TimeFromTimeStampsAlone) {
@@ -199,7 +199,7 @@ TEST(KComtradeFile, TimeFromTimeStampsAlone) {
     EXPECT_NEAR(real(hif, 0, 0), 0.0, 1e-9);
     for (size_t c = 0; c < hif.config.digitals.size(); ++c)
         if (strcmp(hif.config.digitals[c].id.c_str(), "EN") == 0)
-            EXPECT_EQ(hif.data.digitals[c][0], 1);
+            EXPECT_EQ(hif.data.getDigital(c, 0), 1);
 }
 
 TEST(KComtradeFile, OldestRevisionAndForeignEncodings) {
@@ -211,7 +211,7 @@ TEST(KComtradeFile, OldestRevisionAndForeignEncodings) {
     EXPECT_STREQ(sel.config.analogs[1].id.c_str(), "IB");
     EXPECT_STREQ(sel.config.digitals[1].id.c_str(), "TRP");
     EXPECT_NEAR(real(sel, 0, 0), -270.999876, 1e-6);
-    EXPECT_EQ(sel.data.digitals[1][0], 0);
+    EXPECT_EQ(sel.data.getDigital(1, 0), 0);
     EXPECT_NEAR(sel.triggerTime, 0.065685, 1e-12);
     EXPECT_STREQ(sel.config.start.toDisplayString().c_str(), "12/02/2011,11:41:11.081315");
     int vaKv = -1;
@@ -254,14 +254,14 @@ TEST(KComtradeFile, MultiRateRecordFollowsThePreviousInterval) {
     EXPECT_EQ(f.data.getSampleCount(), 3077);
     EXPECT_EQ(f.config.analogs.size(), 48u);
     EXPECT_EQ(f.config.digitals.size(), 96u);
-    EXPECT_EQ(f.data.analogs[2][4], 7940);
+    EXPECT_EQ(f.data.getAnalog(2, 4), 7940);
     EXPECT_NEAR(real(f, 0, 0), -84.691, 5e-4);
     EXPECT_NEAR(real(f, 0, 602), 65.465, 5e-4);
     EXPECT_NEAR(real(f, 0, 1282), 85.316, 5e-4);
     EXPECT_NEAR(real(f, 10, 0), 0.136, 5e-4);
     EXPECT_NEAR(real(f, 10, 600), 0.327, 5e-4);
     EXPECT_NEAR(real(f, 10, 1281), 0.682, 5e-4);
-    EXPECT_EQ(f.data.digitals[0][0], 0);
+    EXPECT_EQ(f.data.getDigital(0, 0), 0);
     EXPECT_EQ(changingDigitals(f), 12);
     // The first slow sample follows the last fast one by the fast interval, and so on.
     EXPECT_DOUBLE_EQ(f.times[1280], 1280.0 / 3200);
@@ -286,11 +286,11 @@ TEST(KComtradeFile, ShortAndLongDataFiles) {
         EXPECT_TRUE(hasWarning(*f, "877 missing"));
         EXPECT_EQ(f->config.getSampleCount(), 8);
         const double row[] = {-760, 1274, 72, 61, -140, -502};
-        for (int c = 0; c < 6; ++c) EXPECT_EQ(f->data.analogs[c][4], row[c]);
+        for (int c = 0; c < 6; ++c) EXPECT_EQ(f->data.getAnalog(c, 4), row[c]);
         const int bits[] = {0, 0, 0, 0, 1, 1};
-        for (int c = 0; c < 6; ++c) EXPECT_EQ(f->data.digitals[c][4], bits[c]);
+        for (int c = 0; c < 6; ++c) EXPECT_EQ(f->data.getDigital(c, 4), bits[c]);
     }
-    EXPECT_EQ(ascii.data.analogs, binary.data.analogs);
+    for (int c = 0; c < 6; ++c) EXPECT_EQ(analogColumn(ascii.data, c), analogColumn(binary.data, c));
     EXPECT_EQ(ascii.data.timeStamps[7], 1167);
     EXPECT_EQ(binary.data.timeStamps[7], 1169);
     EXPECT_TRUE(hasWarning(binary, "'binary'"));

@@ -165,13 +165,13 @@ TEST(KComtradeReader, RecordsFromElsewhereAreScaledToTheFileType) {
     const auto& a = f.config.analogs[0];
     double worst = 0;
     for (int i = 0; i < 100; ++i) {
-        const double raw = f.data.analogs[0][i];
+        const double raw = f.data.getAnalog(0, i);
         EXPECT_LE(std::fabs(raw), 32767);
         worst = std::max(worst, std::fabs(a.a * raw + a.b - r.getTrace(0)->getData()[i]));
     }
     EXPECT_LE(worst, a.a / 2 + 1e-12);
-    EXPECT_EQ(f.data.digitals[0][51], 1);
-    EXPECT_EQ(f.data.digitals[0][50], 0);
+    EXPECT_EQ(f.data.getDigital(0, 51), 1);
+    EXPECT_EQ(f.data.getDigital(0, 50), 0);
 }
 
 TEST(KComtradeReader, TheSampleRecordInBothLayoutsIsTheSame) {

@@ -35,10 +35,13 @@ void expectSameRecord(const KComtradeFile& a, const KComtradeFile& b) {
     for (size_t c = 0; c < a.config.analogs.size() && c < b.config.analogs.size(); ++c)
         EXPECT_STREQ(a.config.analogs[c].id.c_str(), b.config.analogs[c].id.c_str());
     expectSameSamples(a.data.timeStamps, b.data.timeStamps, "time stamps");
-    ASSERT_EQ(a.data.analogs.size(), b.data.analogs.size());
-    for (size_t c = 0; c < a.data.analogs.size(); ++c)
-        expectSameSamples(a.data.analogs[c], b.data.analogs[c], a.config.analogs[c].id.c_str());
-    EXPECT_EQ(a.data.digitals, b.data.digitals);
+    ASSERT_EQ(a.data.getAnalogCount(), b.data.getAnalogCount());
+    for (int c = 0; c < a.data.getAnalogCount(); ++c)
+        expectSameSamples(analogColumn(a.data, c), analogColumn(b.data, c),
+                          a.config.analogs[static_cast<size_t>(c)].id.c_str());
+    ASSERT_EQ(a.data.getDigitalCount(), b.data.getDigitalCount());
+    for (int c = 0; c < a.data.getDigitalCount(); ++c)
+        EXPECT_EQ(digitalColumn(a.data, c), digitalColumn(b.data, c)) << "status " << c;
     EXPECT_EQ(a.times, b.times);
     EXPECT_EQ(a.triggerTime, b.triggerTime);
     EXPECT_TRUE(strcmp(a.header.c_str(), b.header.c_str()) == 0) << "header text";
@@ -128,7 +131,8 @@ TEST(KComtradeWriter, RawValuesThatDoNotFitTheFileType) {
     f.config.analogs[0].id = "IA";
     f.config.rates = {{1000.0, 2}};
     f.data.resize(2, 1, 0);
-    f.data.analogs[0] = {1.5, 2};
+    double* raw = f.data.getAnalogs<double>(0);
+    raw[0] = 1.5, raw[1] = 2;
     f.config.fileType = KComtradeConfig::BINARY;
     try {
         KComtradeWriter::writeData(f.config, f.data);
@@ -137,11 +141,11 @@ TEST(KComtradeWriter, RawValuesThatDoNotFitTheFileType) {
         EXPECT_STREQ(e.getText().c_str(),
                      "channel IA, sample 1: raw value 1.5 does not fit a BINARY sample");
     }
-    f.data.analogs[0] = {40000, 2};
+    raw[0] = 40000;
     EXPECT_THROW(KComtradeWriter::writeData(f.config, f.data), KException);
     f.config.fileType = KComtradeConfig::BINARY32;
     EXPECT_EQ(KComtradeWriter::writeData(f.config, f.data).size(), 2u * 12);
     f.config.fileType = KComtradeConfig::ASCII;
-    f.data.analogs[0] = {0.1, NAN};
+    raw[0] = 0.1, raw[1] = NAN;
     EXPECT_EQ(KComtradeWriter::writeData(f.config, f.data), "1,0,0.1\r\n2,0,99999\r\n");
 }
