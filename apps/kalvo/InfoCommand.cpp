@@ -108,7 +108,7 @@ int InfoCommand::run(const CommandLine& options, FILE* out) {
     }
 
     const KStringArray& warnings = source.getReader().getWarnings();
-    fprintf(out, "\nWarnings: %s\n", warnings.getCount() == 0 ? "none" : "");
+    fprintf(out, "\nWarnings:%s\n", warnings.getCount() == 0 ? " none" : "");
     for (int i = 0; i < warnings.getCount(); ++i) fprintf(out, "  - %s\n", warnings.get(i));
     return 0;
 }
