@@ -11,6 +11,7 @@
 #include <kalvo/foundation/KDate.h>
 #include <kalvo/foundation/KDouble.h>
 #include <kalvo/foundation/KException.h>
+#include <kalvo/foundation/KFile.h>
 #include <kalvo/foundation/KInteger.h>
 #include <kalvo/foundation/KLimits.h>
 #include <kalvo/foundation/KObject.h>

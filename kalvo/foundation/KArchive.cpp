@@ -2,10 +2,10 @@
 
 #include <bit>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include <kalvo/foundation/KException.h>
+#include <kalvo/foundation/KFile.h>
 #include <kalvo/foundation/KObject.h>
 
 namespace {
@@ -34,27 +34,23 @@ KArchive::KArchive(std::vector<std::uint8_t> bytes) : bytes_(std::move(bytes)), 
 }
 
 KArchive KArchive::fromFile(const char* path) {
-    std::FILE* f = std::fopen(path, "rb");
-    if (f == nullptr) {
-        KException::raise(kTitle, "Cannot open '%s': %s", path, std::strerror(errno));
+    std::string bytes;
+    switch (KFile::read(path, bytes)) {
+        case KFile::CANNOT_OPEN:
+            KException::raise(kTitle, "Cannot open '%s': %s", path, std::strerror(errno));
+        case KFile::CANNOT_TRANSFER:
+            KException::raise(kTitle, "Cannot read '%s'", path);
+        default:
+            return KArchive(std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
     }
-    std::vector<std::uint8_t> bytes;
-    std::uint8_t block[65536];
-    size_t n;
-    while ((n = std::fread(block, 1, sizeof block, f)) > 0) bytes.insert(bytes.end(), block, block + n);
-    const bool failed = std::ferror(f) != 0;
-    std::fclose(f);
-    if (failed) KException::raise(kTitle, "Cannot read '%s'", path);
-    return KArchive(std::move(bytes));
 }
 
 void KArchive::saveFile(const char* path) const {
-    std::FILE* f = std::fopen(path, "wb");
-    if (f == nullptr) {
+    const KFile::Result result = KFile::write(
+        path, std::string_view(reinterpret_cast<const char*>(bytes_.data()), bytes_.size()));
+    if (result == KFile::CANNOT_OPEN)
         KException::raise(kTitle, "Cannot create '%s': %s", path, std::strerror(errno));
-    }
-    const bool written = std::fwrite(bytes_.data(), 1, bytes_.size(), f) == bytes_.size();
-    if (std::fclose(f) != 0 || !written) KException::raise(kTitle, "Cannot write '%s'", path);
+    if (result == KFile::CANNOT_TRANSFER) KException::raise(kTitle, "Cannot write '%s'", path);
 }
 
 void KArchive::corrupt(const char* what) const {

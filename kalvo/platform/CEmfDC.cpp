@@ -1,14 +1,15 @@
 #include <kalvo/platform/CEmfDC.h>
 
 #include <algorithm>
-#include <cmath>
 #include <climits>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <memory>
 
+#include <kalvo/foundation/KFile.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
 #include <kalvo/platform/PenStyle.h>
@@ -787,9 +788,5 @@ std::string CEmfDC::ToEMF() const {
 
 bool CEmfDC::Save(const char* path) const {
     if (path == nullptr) return false;
-    const std::string bytes = ToEMF();
-    std::FILE* f = std::fopen(path, "wb");
-    if (f == nullptr) return false;
-    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
-    return std::fclose(f) == 0 && written;
+    return KFile::write(path, ToEMF()) == KFile::OK;
 }
