@@ -1,6 +1,7 @@
 #include <kalvo/foundation/KDouble.h>
 
 #include <bit>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -78,6 +79,13 @@ bool KDouble::isInfinite(const double& v) { return !std::isnan(v) && !std::isfin
 KDouble KDouble::add(const KDouble& other) const {
     if (isFinite(value_) && isFinite(other.value_)) return KDouble(value_ + other.value_);
     return KDouble("NaN");
+}
+
+KString KDouble::toExactString(double v) {
+    char text[32];
+    const auto result = std::to_chars(text, text + sizeof text - 1, v);
+    *result.ptr = '\0';
+    return KString(text);
 }
 
 KString KDouble::toString(const double& v) {

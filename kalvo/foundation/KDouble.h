@@ -31,6 +31,8 @@ public:
     virtual KString toString() const { return toString(value_); }
     // Twelve significant digits without trailing zeros, but one digit after the point.
     static KString toString(const double& v);
+    // The shortest text that reads back as the same double ("0.1", "1e-07", "nan", "-inf").
+    static KString toExactString(double v);
 
     // Engineering labels: prefix chosen by the value itself.
     static KString toLabel(double v, int decimals);

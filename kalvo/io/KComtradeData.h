@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 #include <vector>
 
 #include <kalvo/io/KSampleAllocator.h>

@@ -4,21 +4,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
-#include <memory>
 
 #include <kalvo/foundation/KException.h>
+#include <kalvo/foundation/KFile.h>
 #include <kalvo/io/KComtradeConfigParser.h>
 #include <kalvo/io/KComtradeTiming.h>
 
 namespace {
-
-std::string lowerExtension(const std::string& path) {
-    std::string ext = std::filesystem::path(path).extension().string();
-    for (char& c : ext) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
-    return ext;
-}
 
 // A section's text without the line end that separates it from the next marker.
 std::string_view sectionText(std::string_view bytes, size_t begin, size_t end) {
@@ -34,14 +27,18 @@ std::string baseName(const char* path) {
 
 }  // namespace
 
+std::string KComtradeFile::getExtension(const std::string& path) {
+    std::string ext = std::filesystem::path(path).extension().string();
+    for (char& c : ext) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
+    return ext;
+}
+
 std::string KComtradeFile::load(const std::string& path) {
-    std::unique_ptr<FILE, int (*)(FILE*)> f(fopen(path.c_str(), "rb"), fclose);
-    if (!f) KException::raise("COMTRADE Error", "%s: cannot open the file", path.c_str());
     std::string bytes;
-    char buffer[1 << 16];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, f.get())) > 0) bytes.append(buffer, n);
-    if (ferror(f.get()))
+    const KFile::Result result = KFile::read(path.c_str(), bytes);
+    if (result == KFile::CANNOT_OPEN)
+        KException::raise("COMTRADE Error", "%s: cannot open the file", path.c_str());
+    if (result == KFile::CANNOT_TRANSFER)
         KException::raise("COMTRADE Error", "%s: cannot read the file", path.c_str());
     return bytes;
 }
@@ -72,7 +69,7 @@ std::string KComtradeFile::toUtf8(std::string_view text, const Options& options)
 void KComtradeFile::read(const char* path, const Options& options) {
     *this = KComtradeFile();
     const std::string p(path);
-    const std::string ext = lowerExtension(p);
+    const std::string ext = getExtension(p);
     if (ext == ".cff") {
         configPath = dataPath = path;
         readCombined(load(p), baseName(path).c_str(), options);

@@ -46,6 +46,8 @@ public:
     // The file that goes with path under another extension ("dat" for a ".cfg"), looked up in
     // any letter case; empty when there is none.
     static std::string findCompanion(const std::string& path, const char* extension);
+    // The extension of path with its dot, in lower case (".cfg").
+    static std::string getExtension(const std::string& path);
     // The whole content of a file; raises KException when it cannot be read.
     static std::string load(const std::string& path);
 

@@ -1,19 +1,9 @@
 #include <kalvo/io/KComtradeReader.h>
 
-#include <charconv>
 #include <cmath>
 #include <string>
 
-namespace {
-
-KString number(double v) {
-    char buffer[32];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer - 1, v);
-    *result.ptr = '\0';
-    return KString(buffer);
-}
-
-}  // namespace
+#include <kalvo/foundation/KDouble.h>
 
 void KComtradeReader::read(const char* path, KRecord& record) {
     file_.read(path, options_);
@@ -46,20 +36,22 @@ void KComtradeReader::build(const KComtradeFile& file, KRecord& record) const {
     const char* type = KComtradeConfig::getFileTypeName(c.fileType);
     KString description;
     description.format("COMTRADE %d %s, %s Hz, start %s, trigger %s, time multiplier %s",
-                       static_cast<int>(c.revision), type, number(c.lineFrequency).c_str(),
+                       static_cast<int>(c.revision), type,
+                       KDouble::toExactString(c.lineFrequency).c_str(),
                        c.start.toDisplayString().c_str(), c.trigger.toDisplayString().c_str(),
-                       number(c.timeMultiplier).c_str());
+                       KDouble::toExactString(c.timeMultiplier).c_str());
     record.setDescription(description.c_str());
     record.setProperty(REVISION, std::to_string(static_cast<int>(c.revision)).c_str());
-    record.setProperty(LINE_FREQUENCY, number(c.lineFrequency).c_str());
+    record.setProperty(LINE_FREQUENCY, KDouble::toExactString(c.lineFrequency).c_str());
     record.setProperty(START, c.start.toDisplayString().c_str());
     record.setProperty(TRIGGER, c.trigger.toDisplayString().c_str());
-    record.setProperty(TIME_MULTIPLIER, number(c.timeMultiplier).c_str());
+    record.setProperty(TIME_MULTIPLIER, KDouble::toExactString(c.timeMultiplier).c_str());
     record.setProperty(FILE_TYPE, type);
     KString rates;
     for (const auto& r : c.rates) {
         if (!rates.isEmpty()) rates << ";";
-        rates << number(r.rate) << "," << number(static_cast<double>(r.endSample));
+        rates << KDouble::toExactString(r.rate) << ","
+              << KDouble::toExactString(static_cast<double>(r.endSample));
     }
     record.setProperty(SAMPLING_RATES, rates.c_str());
     record.setProperty(VALUES, primary_ ? "primary" : "secondary");
@@ -103,9 +95,9 @@ void KComtradeReader::build(const KComtradeFile& file, KRecord& record) const {
         t->setScale(scale);
         t->setOffset(offset);
         t->setProperty(CHANNEL, std::to_string(a.index).c_str());
-        t->setProperty(SKEW, number(a.skew).c_str());
-        t->setProperty(MIN, number(a.min).c_str());
-        t->setProperty(MAX, number(a.max).c_str());
+        t->setProperty(SKEW, KDouble::toExactString(a.skew).c_str());
+        t->setProperty(MIN, KDouble::toExactString(a.min).c_str());
+        t->setProperty(MAX, KDouble::toExactString(a.max).c_str());
         t->setCount(n);
         double* y = t->getData();
         file.data.visitAnalogs(k, [&](const auto* raw) {

@@ -3,12 +3,11 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 
 #include <kalvo/foundation/KException.h>
+#include <kalvo/foundation/KFile.h>
 
 namespace {
 
@@ -57,8 +56,7 @@ void put(std::string& out, T v) {
 }
 
 void writeFile(const std::string& path, const std::string& bytes) {
-    std::unique_ptr<FILE, int (*)(FILE*)> f(fopen(path.c_str(), "wb"), fclose);
-    if (!f || fwrite(bytes.data(), 1, bytes.size(), f.get()) != bytes.size())
+    if (KFile::write(path.c_str(), bytes) != KFile::OK)
         KException::raise("COMTRADE Error", "%s: cannot write the file", path.c_str());
 }
 
@@ -129,8 +127,7 @@ std::string KComtradeWriter::writeData(const KComtradeConfig& config, const KCom
         KException::raise("COMTRADE Error",
                           "the samples have %d analog and %d status channels but the "
                           "configuration %zu and %zu",
-                          data.getAnalogCount(), data.getDigitalCount(), analogCount,
-                          digitalCount);
+                          data.getAnalogCount(), data.getDigitalCount(), analogCount, digitalCount);
     std::string out;
     if (config.fileType == KComtradeConfig::ASCII) {
         const bool oldest = config.revision == KComtradeConfig::REV_1991;
@@ -218,9 +215,7 @@ std::string KComtradeWriter::writeCombined(const KComtradeFile& file) {
 
 void KComtradeWriter::write(const KComtradeFile& file, const char* path) {
     std::filesystem::path p(path);
-    std::string ext = p.extension().string();
-    for (char& c : ext) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
-    if (ext == ".cff") {
+    if (KComtradeFile::getExtension(path) == ".cff") {
         writeFile(path, writeCombined(file));
         return;
     }
