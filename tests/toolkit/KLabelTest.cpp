@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -17,35 +16,22 @@ constexpr COLORREF RED = RGB(255, 0, 0);
 // The drawing calls of a recording as text, one per call: "line 1,1 9,9", "ellipse 1,1 9,9
 // hollow", "fill 1,1 9,9", "polygon 6,1 11,11 1,11".
 std::vector<std::string> drawing(const CRecordingDC& dc) {
+    auto xy = [](CPoint p) { return " " + std::to_string(p.x) + "," + std::to_string(p.y); };
     std::vector<std::string> out;
-    char s[160];
     for (const CRecordingDC::Entry& e : dc.GetEntries()) {
-        const CRect& r = e.rect;
-        switch (e.call) {
-            case CDC::Call::LineTo:
-                std::snprintf(s, sizeof s, "line %d,%d %d,%d", e.points[0].x, e.points[0].y,
-                              e.points[1].x, e.points[1].y);
-                break;
-            case CDC::Call::Ellipse:
-                std::snprintf(s, sizeof s, "ellipse %d,%d %d,%d %s", r.left, r.top, r.right,
-                              r.bottom,
-                              e.state.brush.GetKind() == CBrush::HOLLOW ? "hollow" : "filled");
-                break;
-            case CDC::Call::FillRect:
-                std::snprintf(s, sizeof s, "fill %d,%d %d,%d", r.left, r.top, r.right, r.bottom);
-                break;
-            case CDC::Call::Polygon: {
-                std::string p = "polygon";
-                for (CPoint q : e.points)
-                    p += " " + std::to_string(q.x) + "," + std::to_string(q.y);
-                out.push_back(p);
-                continue;
-            }
-            default:
-                if (e.call >= CDC::Call::LineTo) out.push_back("other");
-                continue;
+        const std::string box = xy(e.rect.TopLeft()) + xy(e.rect.BottomRight());
+        if (e.call == CDC::Call::LineTo) {
+            out.push_back("line" + xy(e.points[0]) + xy(e.points[1]));
+        } else if (e.call == CDC::Call::Ellipse) {
+            out.push_back("ellipse" + box + (e.state.brush.GetKind() == CBrush::HOLLOW ? " hollow" : " filled"));
+        } else if (e.call == CDC::Call::FillRect) {
+            out.push_back("fill" + box);
+        } else if (e.call == CDC::Call::Polygon) {
+            out.push_back("polygon");
+            for (CPoint q : e.points) out.back() += xy(q);
+        } else if (e.call >= CDC::Call::LineTo) {
+            out.push_back("other");
         }
-        out.push_back(s);
     }
     return out;
 }
@@ -71,6 +57,21 @@ Lines glyph(int index, CRect rect, bool printing) {
         }
     }
     return drawing(dc);
+}
+
+// What painting the label records.
+std::unique_ptr<CRecordingDC> painted(KLabel& label) {
+    auto dc = std::make_unique<CRecordingDC>(CSize(200, 100));
+    KGraphics g(dc.get());
+    label.paint(g);
+    return dc;
+}
+
+// The width of the text in the label font.
+int textWidth(const char* text) {
+    CRecordingDC m(CSize(1, 1));
+    m.SelectObject(KLabel::getLabelFont());
+    return m.GetTextExtent(text).cx;
 }
 
 }  // namespace
@@ -171,23 +172,12 @@ TEST(KLabel, paintsBackgroundBorderMarkAndTextByAlignment) {
     label.setGlyphSize(12);
     label.setBackground(RGB(1, 2, 3));
     label.setTextColor(RGB(0, 0, 255));
-    auto paint = [&](int align) {
-        label.setHorizontalAlignment(align);
-        auto dc = std::make_unique<CRecordingDC>(CSize(200, 100));
-        KGraphics g(dc.get());
-        label.paint(g);
-        return dc;
-    };
-    const CSize text = [] {
-        CRecordingDC m(CSize(1, 1));
-        m.SelectObject(KLabel::getLabelFont());
-        return m.GetTextExtent("Ua");
-    }();
     // Content: extents 108 x 36 less the border (1) and the padding (2): 3, 3, 105, 33.
-    const int block = 12 + 4 + text.cx;
+    const int block = 12 + 4 + textWidth("Ua");
     const int lefts[] = {3, 3 + (102 - block) / 2, 105 - block};
     for (int align = KLabel::LEFT; align <= KLabel::RIGHT; ++align) {
-        auto dc = paint(align);
+        label.setHorizontalAlignment(align);
+        const auto dc = painted(label);
         const auto fills = ktest::calls(*dc, CDC::Call::FillRect);
         const auto texts = ktest::calls(*dc, CDC::Call::DrawText);
         const auto lines = ktest::calls(*dc, CDC::Call::LineTo);
@@ -211,11 +201,9 @@ TEST(KLabel, paintsBackgroundBorderMarkAndTextByAlignment) {
     label.setGlyph(-1);
     for (bool border : {true, false}) {
         label.setBorder(border);
-        CRecordingDC dc(CSize(200, 100));
-        KGraphics g(&dc);
-        label.paint(g);
+        const auto dc = painted(label);
         Lines edges;
-        for (const auto* e : ktest::calls(dc, CDC::Call::LineTo)) {
+        for (const auto* e : ktest::calls(*dc, CDC::Call::LineTo)) {
             EXPECT_EQ(e->state.pen.GetColor(), GetSysColor(COLOR_BTNSHADOW));
             edges.push_back(std::to_string(e->points[1].x) + "," + std::to_string(e->points[1].y));
         }
@@ -224,10 +212,8 @@ TEST(KLabel, paintsBackgroundBorderMarkAndTextByAlignment) {
     label.setBorder(true);
     // Text too wide for the label is cut with an ellipsis inside the content.
     label.setText("A text far too long for a label of six units");
-    CRecordingDC dc(CSize(200, 100));
-    KGraphics g(&dc);
-    label.paint(g);
-    for (const auto* e : ktest::calls(dc, CDC::Call::DrawText)) {
+    const auto dc = painted(label);
+    for (const auto* e : ktest::calls(*dc, CDC::Call::DrawText)) {
         EXPECT_TRUE(e->format & DT_END_ELLIPSIS);
         EXPECT_LE(e->rect.right, 105);
     }
@@ -239,12 +225,8 @@ TEST(KLabel, iconsAndImagesStandBesideTheText) {
     label.setImageConstraint(KLabel::IMAGE_RIGHT);
     label.setHorizontalAlignment(KLabel::RIGHT);
     label.setText("Trip");
-    CRecordingDC dc(CSize(200, 100));
-    {
-        KGraphics g(&dc);
-        label.paint(g);
-    }
-    const auto blits = ktest::calls(dc, CDC::Call::StretchBlt);
+    const auto dc = painted(label);
+    const auto blits = ktest::calls(*dc, CDC::Call::StretchBlt);
     ASSERT_EQ(blits.size(), 1u);
     const CRecordingDC::Entry* blit = blits[0];
     EXPECT_EQ(blit->rect, CRect(105 - 16, 10, 105, 26)) << "right-aligned, centred on the height";
@@ -268,9 +250,7 @@ TEST(KLabel, minimumSizeHoldsMarkAndText) {
     label.setGlyph(KLabel::CIRCLE);
     EXPECT_EQ(label.getMinimumSize(), CSize(27 + 6, 27 + 6));
     label.setText("Ib");
-    CRecordingDC m(CSize(1, 1));
-    m.SelectObject(KLabel::getLabelFont());
-    EXPECT_EQ(label.getMinimumSize().cx, 27 + 4 + m.GetTextExtent("Ib").cx + 6);
+    EXPECT_EQ(label.getMinimumSize().cx, 27 + 4 + textWidth("Ib") + 6);
     label.setBorder(false);
     EXPECT_EQ(label.getClientRect(), CRect(0, 0, 108, 36));
 }
