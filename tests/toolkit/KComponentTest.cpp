@@ -265,3 +265,40 @@ TEST(KComponentTest, PaintsBackgroundAtLocationAndPadsWhenStretchable) {
         EXPECT_EQ(dc.Count(CDC::Call::Rectangle), stretch == 3 ? 8 : 2);
     }
 }
+
+TEST(KComponentTest, ListenersHearActions) {
+    struct Listener : KComponent {
+        std::vector<std::string> heard;
+        void actionPerformed(KEvent& e) override { heard.push_back(e.getName().c_str()); }
+    } listener;
+    KComponent source("source");
+    source.addListener(&listener);
+    source.addListener(&listener);
+    source.actionEvent("update.scale");
+    source.actionEvent("color.change");
+    ASSERT_EQ(listener.heard.size(), 2u) << "a listener is told once";
+    EXPECT_EQ(listener.heard[0], "update.scale");
+    source.removeListener(&listener);
+    source.actionEvent("update");
+    EXPECT_EQ(listener.heard.size(), 2u);
+}
+
+TEST(KComponentTest, CopyTakesTheDescribedFieldsOnly) {
+    KPanel parent("parent");
+    auto* a = new KComponent("a");
+    parent.add(a);
+    a->setBounds(CRect(3, 4, 50, 60));
+    a->setTag(7);
+    a->setData(8);
+    a->setPrintable(false);
+    a->setTooltipText("tip");
+    KComponent b;
+    b.copy(*a);
+    EXPECT_STREQ(b.getName().c_str(), "a");
+    EXPECT_EQ(b.getBounds(), a->getBounds());
+    EXPECT_EQ(b.getTag(), 7);
+    EXPECT_EQ(b.getData(), 0) << "the second integer is not copied";
+    EXPECT_FALSE(b.isPrintable());
+    EXPECT_TRUE(b.getTooltipText(CPoint()).isEmpty());
+    EXPECT_EQ(b.getParent(), nullptr);
+}

@@ -298,3 +298,28 @@ TEST(KContainerTest, CopiesCarryChildrenAndLayouts) {
     panel->doLayout();
     EXPECT_EQ(panel->findComponent("p")->getBounds(), CRect(0, 0, 50, 50));
 }
+
+TEST(KContainer, populateAllFillsATreeView) {
+    KFrame frame("frame");
+    auto* client = new KPanel("client");
+    auto* unnamed = new KComponent("");
+    frame.add(client, nullptr);
+    client->add(new KComponent("a"), nullptr);
+    client->add(unnamed, nullptr);
+    frame.add(new KComponent("footer"), nullptr);
+
+    CTreeCtrl tree;
+    frame.populateAll(tree, TVI_ROOT);
+    ASSERT_EQ(tree.GetCount(), 5);
+    const HTREEITEM root = tree.GetRootItem();
+    EXPECT_EQ(tree.GetItemText(root), "frame");
+    const HTREEITEM clientItem = tree.GetChildItem(root);
+    const HTREEITEM a = tree.GetChildItem(clientItem);
+    EXPECT_EQ(tree.GetItemText(a), "a");
+    EXPECT_EQ(tree.GetItemText(tree.GetNextSiblingItem(a)), "KComponent");  // no name: class
+    EXPECT_EQ(tree.GetItemData(tree.GetNextSiblingItem(a)), reinterpret_cast<std::uintptr_t>(unnamed));
+    EXPECT_EQ(tree.GetItemText(tree.GetNextSiblingItem(clientItem)), "footer");
+    EXPECT_EQ(tree.GetNextSiblingItem(root), -1);
+    EXPECT_EQ(tree.GetParentItem(a), clientItem);
+    EXPECT_EQ(tree.InsertItem("orphan", 99), -1);
+}

@@ -202,3 +202,35 @@ TEST(KGraphics, bufferedContextGivesTheSamePixelsAsDrawingDirectly) {
         for (int x = 0; x < 80; ++x)
             ASSERT_EQ(target->GetPixel(x, y), direct->GetPixel(x, y)) << x << "," << y;
 }
+
+TEST(AffineTransform, rotationAndMirrorFollowTheirRules) {
+    AffineTransform t;
+    t.rotate(90);
+    t.rotate(90);
+    EXPECT_EQ(t.getRotation(), 180);
+    t.rotate(90);
+    EXPECT_EQ(t.getRotation(), -90);
+    t.rotate(-90);
+    EXPECT_EQ(t.getRotation(), 180) << "-180 is kept as 180";
+
+    AffineTransform m;
+    m.Mirror();
+    EXPECT_EQ(m.getRotation(), 180);
+    EXPECT_TRUE(m.isMirrored());
+    // -10 + 0.5 truncates toward zero.
+    EXPECT_EQ(m.WPtoLP(CPoint(10, 3)), CPoint(-9, 3));
+    m.Mirror();
+    EXPECT_EQ(m.getRotation(), 0);
+    EXPECT_FALSE(m.isMirrored());
+    m.Mirror();
+    m.rotate(30);  // mirrored: the remembered rotation goes the other way
+    EXPECT_DOUBLE_EQ(m.getRotation(), 150);
+
+    AffineTransform r;
+    r.translate(100, 50);
+    r.rotate(90);
+    // A quarter turn of the point (10, 0) about the translated origin.
+    EXPECT_EQ(r.WPtoLP(10, 0), CPoint(100, 60));
+    r.translate(10, 0);  // in the rotated coordinates
+    EXPECT_EQ(r.WPtoLP(0, 0), CPoint(100, 60));
+}

@@ -267,3 +267,23 @@ TEST(KLayouts, storedFormsRoundTrip) {
     }
     EXPECT_EQ(ktest::roundTrip<KBagLayout>(KBagLayout())->getDragConstraint(), 2);
 }
+
+TEST(KFormLayout, rowsOfLabelAndField) {
+    auto p = panel(new KFormLayout(6, 3), 300, 200);
+    KComponent* l1 = child(p.get(), "l1", nullptr, 50, 20);
+    KComponent* f1 = child(p.get(), "f1", nullptr, 80, 24);
+    KComponent* l2 = child(p.get(), "l2", nullptr, 70, 18);
+    KComponent* f2 = child(p.get(), "f2", nullptr, 10, 10);
+    KComponent* alone = child(p.get(), "alone", nullptr, 30, 15);
+    p->doLayout();
+    EXPECT_EQ(l1->getBounds(), CRect(0, 0, 70, 24)) << "the widest label sets the column";
+    EXPECT_EQ(f1->getBounds(), CRect(76, 0, 300, 24)) << "fields fill the rest";
+    EXPECT_EQ(l2->getBounds(), CRect(0, 27, 70, 45));
+    EXPECT_EQ(f2->getBounds(), CRect(76, 27, 300, 45));
+    EXPECT_EQ(alone->getBounds(), CRect(0, 48, 70, 63));
+    // Narrow container: labels cut to the width, fields squeezed to nothing.
+    p->setSize(60, 200);
+    p->doLayout();
+    EXPECT_EQ(l1->getBounds().Width(), 60);
+    EXPECT_EQ(f1->getBounds().Width(), 0);
+}
