@@ -6,20 +6,17 @@
 #include <initializer_list>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <utility>
 
-#include <kalvo/foundation/KDouble.h>
-#include <kalvo/foundation/KInteger.h>
+#include <kalvo/kalvo.h>
 
 namespace {
-std::string label(double v, int d) { return KDouble::toLabel(v, d).c_str(); }
-std::string fixed(double v, int d) { return KDouble::toLabelFixed(v, d).c_str(); }
-std::string label(double v, int d, double a, double b) {
-    return KDouble::toLabel(v, d, a, b).c_str();
-}
-std::string fixed(double v, int d, double a, double b) {
-    return KDouble::toLabelFixed(v, d, a, b).c_str();
-}
+// The value and decimals, then optionally the range the value is labelled in.
+template <class... Range>
+std::string label(double v, int d, Range... r) { return KDouble::toLabel(v, d, r...).c_str(); }
+template <class... Range>
+std::string fixed(double v, int d, Range... r) { return KDouble::toLabelFixed(v, d, r...).c_str(); }
 const double inf = std::numeric_limits<double>::infinity();
 
 // Each text computed against the text expected of it.
@@ -50,6 +47,10 @@ TEST(KDouble, toStringKeepsOneDecimal) {
                  {KDouble(0.25).toString().c_str(), "0.25"}});
 }
 
+// The plain row is strict at 0.001: the bound itself is milli, just above it is plain. The
+// nano multiplier of the value-chosen labels is the odd constant, not 1e9; the range forms
+// divide by 1e-9. A non-finite range end means no prefix and unchanged decimals; with |a|
+// and |b| equal, b decides.
 TEST(KDouble, labelExamples) {
     expectTexts({{label(1500.0, 2), "1.500K"}, {label(999.0, 2), "999.00"},
                  {label(1000.0, 2), "1.000K"}, {label(0.001, 1), "1.00m"},
@@ -58,54 +59,40 @@ TEST(KDouble, labelExamples) {
                  {fixed(0.005, 2), "0.01"},      // above 0.001: the unprefixed row
                  {fixed(0.0005, 2), "0.500m"},  // milli keeps its extra decimal
                  {label(2500.0, 1, 0.0, 10000.0), "2.50K"}, {label(0.0, 1, 0.0, 10000.0), "0.00 "},
-                 {label(5.0, 2, -10.0, 10.0), "5.00 "}, {fixed(2500.0, 1, 0.0, 10000.0), "2.5K"}});
+                 {label(5.0, 2, -10.0, 10.0), "5.00 "}, {fixed(2500.0, 1, 0.0, 10000.0), "2.5K"},
+                 {label(0.001, 2), "1.000m"}, {label(std::nextafter(0.001, 1.0), 2), "0.00"},
+                 {label(std::nextafter(0.001, 0.0), 2), "1.000m"}, {label(-0.001, 2), "-1.000m"},
+                 {label(0.5e-3, 1), "0.50m"}, {label(2.55e-10, 1), "0.25n"},
+                 {label(2.55e-10, 1, 0.0, 2.55e-10), "0.26n"},
+                 {label(1500.0, 1, 0.0, inf), "1500.0 "},
+                 {label(1500.0, 1, KDouble::NaN, 10000.0), "1.50K"},
+                 {label(-2e6, 0, 2e6, -2e6), "-2.0M"}});
+    for (double v : {KDouble::NaN, inf, -inf}) {
+        EXPECT_EQ(label(v, 2), " ");
+        EXPECT_EQ(fixed(v, 2), " ");
+        EXPECT_EQ(label(v, 2, 0.0, 10.0), " ");
+    }
 }
 
 // Each boundary of the prefix table, with its neighbours on both sides, for positive and
 // negative values.
 TEST(KDouble, everyPrefixBoundary) {
-    struct Row {
-        double bound;
-        const char* at;       // label(bound, 1)
-        const char* below;    // label(nextafter(bound, 0), 1)
-    };
-    // Below the plain row each row starts at the next smaller bound: 1e-6 is still milli.
-    const Row rows[] = {
+    // The bound's label, and its lower neighbour's. Below the plain row each row starts at
+    // the next smaller bound: 1e-6 is still milli.
+    const std::tuple<double, const char*, const char*> rows[] = {
         {1e15, "1.00P", "1000.00T"}, {1e12, "1.00T", "1000.00G"}, {1e9, "1.00G", "1000.00M"},
         {1e6, "1.00M", "1000.00K"},  {1000, "1.00K", "1000.0"},   {1e-6, "0.00m", "1.00u"},
         {1e-9, "0.00u", "1.00n"},    {1e-12, "0.00n", "1.00p"},   {1e-15, "0.00p", "0.0"},
     };
-    for (const Row& r : rows) {
-        SCOPED_TRACE(r.bound);
-        EXPECT_EQ(label(r.bound, 1), r.at);
-        EXPECT_EQ(label(-r.bound, 1), std::string("-") + r.at);
-        EXPECT_EQ(label(std::nextafter(r.bound, 0.0), 1), r.below);
-        EXPECT_EQ(label(r.bound * 1.5, 1).back(), std::string(r.at).back());
+    for (auto [bound, at, below] : rows) {
+        SCOPED_TRACE(bound);
+        EXPECT_EQ(label(bound, 1), at);
+        EXPECT_EQ(label(-bound, 1), std::string("-") + at);
+        EXPECT_EQ(label(std::nextafter(bound, 0.0), 1), below);
+        EXPECT_EQ(label(bound * 1.5, 1).back(), std::string(at).back());
     }
-    // The plain row is strict at 0.001: the bound itself is milli, just above it is plain.
-    EXPECT_EQ(label(0.001, 2), "1.000m");
-    EXPECT_EQ(label(std::nextafter(0.001, 1.0), 2), "0.00");
-    EXPECT_EQ(label(std::nextafter(0.001, 0.0), 2), "1.000m");
-    EXPECT_EQ(label(-0.001, 2), "-1.000m");
-    EXPECT_EQ(label(0.5e-3, 1), "0.50m");
-    // The nano multiplier of the value-chosen labels is the odd constant, not 1e9; the
-    // range forms divide by 1e-9.
-    EXPECT_EQ(label(2.55e-10, 1), "0.25n");
-    EXPECT_EQ(label(2.55e-10, 1, 0.0, 2.55e-10), "0.26n");
 }
 
-TEST(KDouble, nonFiniteLabels) {
-    for (double v : {KDouble::NaN, inf, -inf}) {
-        EXPECT_EQ(label(v, 2), " ");
-        EXPECT_EQ(fixed(v, 2), " ");
-        EXPECT_EQ(label(v, 2, 0, 10), " ");
-    }
-    // A non-finite range end means no prefix and unchanged decimals.
-    EXPECT_EQ(label(1500.0, 1, 0, inf), "1500.0 ");
-    EXPECT_EQ(label(1500.0, 1, KDouble::NaN, 10000), "1.50K");
-    // |a| and |b| equal: b decides (same magnitude, same prefix).
-    EXPECT_EQ(label(-2e6, 0, 2e6, -2e6), "-2.0M");
-}
 
 TEST(KInteger, snappingAndParsing) {
     // Ties go toward zero; a step of zero or less counts as 1.

@@ -3,13 +3,10 @@
 #include <cmath>
 #include <set>
 #include <string>
+#include <tuple>
 #include <utility>
 
-#include <kalvo/foundation/KArchive.h>
-#include <kalvo/foundation/KDouble.h>
-#include <kalvo/foundation/KException.h>
-#include <kalvo/foundation/KLimits.h>
-#include <kalvo/foundation/KRange.h>
+#include <kalvo/kalvo.h>
 
 namespace {
 KRange gridded(double lo, double hi, bool snap, bool unitized = false) {
@@ -64,21 +61,17 @@ TEST(KRange, gridStepsAcrossMagnitudes) {
 }
 
 TEST(KRange, timeSteps) {
-    struct Case {
-        double span;
-        int level;
-        double grid;
-    };
-    const Case cases[] = {
+    // The span, then the unit level and the grid chosen for it.
+    const std::tuple<double, int, double> cases[] = {
         {60, 0, 1},           {61, 1, 60},          {3600, 1, 60},      {7200, 2, 3600},
         {86400, 2, 3600},     {86400 * 3, 3, 86400}, {86400 * 400, 4, 2592000},
         {86400.0 * 365 * 100, 5, 31104000}, {86400.0 * 365 * 10000, 5, 31104000},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.span);
-        KRange r = gridded(1000, 1000 + c.span, true, true);
-        EXPECT_EQ(r.getUnitLevel(), c.level);
-        EXPECT_EQ(r.getGrid(), c.grid);
+    for (auto [span, level, grid] : cases) {
+        SCOPED_TRACE(span);
+        KRange r = gridded(1000, 1000 + span, true, true);
+        EXPECT_EQ(r.getUnitLevel(), level);
+        EXPECT_EQ(r.getGrid(), grid);
         EXPECT_EQ(r.getMinimum(), 1000);  // time steps never snap
     }
     KRange second = gridded(0, 1, false, true);  // under a minute: decimal steps
@@ -95,8 +88,6 @@ TEST(KRange, limitsZoomAndSnap) {
     r.setMinAperture(1);
     EXPECT_FALSE(r.setLimits(0, 0.5));
     EXPECT_EQ(r.getMaximum(), 4.0);
-    r.setMinAperture(-3);  // ignored
-    EXPECT_EQ(r.getMinAperture(), 1.0);
     EXPECT_TRUE(r.setLimits(9, 3 + 7));
     EXPECT_TRUE(r.setLimits(0, 4));
     r.expandLimits();
@@ -216,15 +207,4 @@ TEST(KRange, storedForm) {
     KArchive truncated(cut);
     KRange other;
     EXPECT_THROW(other.readObject(truncated), KException);
-}
-
-TEST(KLimits, boundsAreInclusiveAndTheMaximumWinsWhenCrossed) {
-    KLimits l(2, 8);
-    EXPECT_TRUE(l.contains(2) && l.contains(8));
-    EXPECT_FALSE(l.contains(9));
-    EXPECT_EQ(l.constrain(-4), 2);
-    EXPECT_EQ(l.constrain(11), 8);
-    l.set(9, 3);
-    EXPECT_EQ(l.constrain(5), 3);
-    EXPECT_EQ(l.constrain(1), 3);
 }
