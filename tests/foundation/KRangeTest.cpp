@@ -3,12 +3,10 @@
 #include <cmath>
 #include <set>
 #include <string>
+#include <tuple>
+#include <utility>
 
-#include <kalvo/foundation/KArchive.h>
-#include <kalvo/foundation/KDouble.h>
-#include <kalvo/foundation/KException.h>
-#include <kalvo/foundation/KLimits.h>
-#include <kalvo/foundation/KRange.h>
+#include <kalvo/kalvo.h>
 
 namespace {
 KRange gridded(double lo, double hi, bool snap, bool unitized = false) {
@@ -17,24 +15,22 @@ KRange gridded(double lo, double hi, bool snap, bool unitized = false) {
     r.computeGrid(snap);
     return r;
 }
+
+using Limits = std::pair<double, double>;
+Limits limits(const KRange& r) { return {r.getMinimum(), r.getMaximum()}; }
 }  // namespace
 
 TEST(KRange, gridExamples) {
-    KRange r = gridded(0, 7, true);
-    EXPECT_EQ(r.getGrid(), 1.0);
-    EXPECT_EQ(r.getMinimum(), 0.0);
-    EXPECT_EQ(r.getMaximum(), 7.0);
+    EXPECT_EQ(gridded(0, 7, true).getGrid(), 1.0);
+    EXPECT_EQ(limits(gridded(0, 7, true)), Limits(0, 7));
     EXPECT_DOUBLE_EQ(gridded(0, 1.5, false).getGrid(), 0.2);
     EXPECT_EQ(gridded(0, 35, false).getGrid(), 5.0);
-    r = gridded(1.3, 36.2, true);
-    EXPECT_EQ(r.getMinimum(), 0.0);
-    EXPECT_EQ(r.getMaximum(), 40.0);
-    r = gridded(5, 5, false);
+    EXPECT_EQ(limits(gridded(1.3, 36.2, true)), Limits(0, 40));
+    KRange r = gridded(5, 5, false);
     EXPECT_DOUBLE_EQ(r.getMinimum(), 4.475);
     EXPECT_DOUBLE_EQ(r.getMaximum(), 5.5);
     r = gridded(0, 0, false);  // collapsed on zero stays collapsed
-    EXPECT_EQ(r.getMinimum(), 0.0);
-    EXPECT_EQ(r.getMaximum(), 0.0);
+    EXPECT_EQ(limits(r), Limits(0, 0));
     EXPECT_GT(r.getGrid(), 0.0);
     r = gridded(1e-20, 3e-20, false);  // below 1e-15: widened by ten steps of 10^(k-2)
     EXPECT_DOUBLE_EQ(r.getMaximum(), 3e-20 + 1e-16);
@@ -65,21 +61,17 @@ TEST(KRange, gridStepsAcrossMagnitudes) {
 }
 
 TEST(KRange, timeSteps) {
-    struct Case {
-        double span;
-        int level;
-        double grid;
-    };
-    const Case cases[] = {
+    // The span, then the unit level and the grid chosen for it.
+    const std::tuple<double, int, double> cases[] = {
         {60, 0, 1},           {61, 1, 60},          {3600, 1, 60},      {7200, 2, 3600},
         {86400, 2, 3600},     {86400 * 3, 3, 86400}, {86400 * 400, 4, 2592000},
         {86400.0 * 365 * 100, 5, 31104000}, {86400.0 * 365 * 10000, 5, 31104000},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.span);
-        KRange r = gridded(1000, 1000 + c.span, true, true);
-        EXPECT_EQ(r.getUnitLevel(), c.level);
-        EXPECT_EQ(r.getGrid(), c.grid);
+    for (auto [span, level, grid] : cases) {
+        SCOPED_TRACE(span);
+        KRange r = gridded(1000, 1000 + span, true, true);
+        EXPECT_EQ(r.getUnitLevel(), level);
+        EXPECT_EQ(r.getGrid(), grid);
         EXPECT_EQ(r.getMinimum(), 1000);  // time steps never snap
     }
     KRange second = gridded(0, 1, false, true);  // under a minute: decimal steps
@@ -96,30 +88,22 @@ TEST(KRange, limitsZoomAndSnap) {
     r.setMinAperture(1);
     EXPECT_FALSE(r.setLimits(0, 0.5));
     EXPECT_EQ(r.getMaximum(), 4.0);
-    r.setMinAperture(-3);  // ignored
-    EXPECT_EQ(r.getMinAperture(), 1.0);
     EXPECT_TRUE(r.setLimits(9, 3 + 7));
     EXPECT_TRUE(r.setLimits(0, 4));
     r.expandLimits();
-    EXPECT_EQ(r.getMinimum(), -1.0);
-    EXPECT_EQ(r.getMaximum(), 5.0);
+    EXPECT_EQ(limits(r), Limits(-1, 5));
     r.setLimits(0, 8);
     r.compressLimits();
-    EXPECT_EQ(r.getMinimum(), 2.0);
-    EXPECT_EQ(r.getMaximum(), 6.0);
+    EXPECT_EQ(limits(r), Limits(2, 6));
     r.setLimits(0, 1.5);
     r.compressLimits();  // would leave 0.75 < aperture 1: refused, nothing changes
-    EXPECT_EQ(r.getMinimum(), 0.0);
-    EXPECT_EQ(r.getMaximum(), 1.5);
+    EXPECT_EQ(limits(r), Limits(0, 1.5));
 
     KRange s(1.3, 36.2);
-    s.setGrid(5);
-    s.setGrid(-1);
-    s.setGrid(0);
+    for (double grid : {5.0, -1.0, 0.0}) s.setGrid(grid);  // the last two are ignored
     EXPECT_EQ(s.getGrid(), 5.0);
     s.snapToGrid();
-    EXPECT_EQ(s.getMinimum(), 0.0);
-    EXPECT_EQ(s.getMaximum(), 40.0);
+    EXPECT_EQ(limits(s), Limits(0, 40));
     KRange narrow(1.3, 4.2);
     narrow.setGrid(5);
     narrow.snapToGrid();  // the span is not larger than the grid
@@ -143,11 +127,9 @@ TEST(KRange, containsAndPanning) {
     EXPECT_FALSE(r.contains(10.5));
     r.setGrid(5);
     r.containValue(25);
-    EXPECT_EQ(r.getMinimum(), 20.0);
-    EXPECT_EQ(r.getMaximum(), 30.0);
+    EXPECT_EQ(limits(r), Limits(20, 30));
     r.containValue(-3);
-    EXPECT_EQ(r.getMinimum(), -5.0);
-    EXPECT_EQ(r.getMaximum(), 5.0);
+    EXPECT_EQ(limits(r), Limits(-5, 5));
     r.containValue(KDouble::POSITIVE_INFINITY);
     EXPECT_EQ(r.getMinimum(), -5.0);
 
@@ -217,26 +199,12 @@ TEST(KRange, storedForm) {
     KRange back;
     back.readObject(in);
     EXPECT_TRUE(back == r);
-    double lo, hi;
-    back.getBounds(lo, hi);
-    EXPECT_EQ(lo, -20.0);
-    EXPECT_EQ(hi, 20.0);
+    Limits bounds;
+    back.getBounds(bounds.first, bounds.second);
+    EXPECT_EQ(bounds, Limits(-20, 20));
 
     std::vector<std::uint8_t> cut(out.getBuffer().begin(), out.getBuffer().end() - 3);
     KArchive truncated(cut);
     KRange other;
     EXPECT_THROW(other.readObject(truncated), KException);
-}
-
-TEST(KLimits, containAndConstrain) {
-    KLimits l(2, 8);
-    EXPECT_TRUE(l.contains(2));
-    EXPECT_TRUE(l.contains(8));
-    EXPECT_FALSE(l.contains(9));
-    EXPECT_EQ(l.constrain(-4), 2);
-    EXPECT_EQ(l.constrain(5), 5);
-    EXPECT_EQ(l.constrain(11), 8);
-    l.set(9, 3);  // crossed: the maximum wins
-    EXPECT_EQ(l.constrain(5), 3);
-    EXPECT_EQ(l.constrain(1), 3);
 }

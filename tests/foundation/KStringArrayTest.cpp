@@ -1,24 +1,20 @@
 #include <gtest/gtest.h>
 
-#include <kalvo/foundation/KArchive.h>
-#include <kalvo/foundation/KStringArray.h>
+#include <cstdint>
+#include <vector>
+
+#include <kalvo/kalvo.h>
 
 TEST(KStringArray, addMatchMergeDump) {
     KStringArray a;
-    a.add("Alpha");
-    a.add(nullptr);
-    a.add("beta");
-    a.add("alpha");  // add keeps duplicates
-    EXPECT_EQ(a.getCount(), 3);
+    for (const char* s : {"Alpha", static_cast<const char*>(nullptr), "beta", "alpha"}) a.add(s);
+    EXPECT_EQ(a.getCount(), 3);  // add keeps duplicates, not null
     EXPECT_EQ(a.match("ALPHA", false), 0);
     EXPECT_EQ(a.match("alpha", true), 2);
     EXPECT_EQ(a.match("gamma", false), -1);
     EXPECT_EQ(a.match(nullptr, false), -1);
 
-    a.merge("BETA");
-    a.merge("");
-    a.merge(static_cast<const char*>(nullptr));
-    a.merge("gamma");
+    for (const char* s : {"BETA", "", static_cast<const char*>(nullptr), "gamma"}) a.merge(s);
     EXPECT_EQ(a.getCount(), 4);
     EXPECT_STREQ(a.get(3), "gamma");
     EXPECT_EQ(a.get(4), nullptr);
@@ -34,22 +30,15 @@ TEST(KStringArray, addMatchMergeDump) {
 }
 
 TEST(KStringArray, equalityIsCaseSensitiveOverTheReceiver) {
-    KStringArray a, b, empty;
+    KStringArray a, b, empty, upper;
     a.add("x");
     b.add("x");
     b.add("y");
+    upper.add("X");
     EXPECT_TRUE(a.equals(b));  // compared over a's count only
     EXPECT_FALSE(b.equals(a));
     EXPECT_TRUE(empty.equals(b));
-    KStringArray upper;
-    upper.add("X");
     EXPECT_FALSE(a == upper);
-
-    KStringArray copy(b);
-    EXPECT_TRUE(copy == b);
-    EXPECT_TRUE(b == copy);
-    copy = a;
-    EXPECT_EQ(copy.getCount(), 1);
 }
 
 TEST(KStringArray, tokens) {
@@ -68,18 +57,18 @@ TEST(KStringArray, tokens) {
     EXPECT_STREQ(more.c_str(), "c|d|B");  // the KString form works on a copy
 }
 
+// The string forms themselves are the archive's, tested there.
 TEST(KStringArray, storedFormAppendsOnRead) {
     KStringArray a;
     a.add("first");
-    a.add(std::string(300, 'z').c_str());  // long enough for the 16-bit length form
+    a.add("second");
     KArchive out;
     a.writeObject(out);
     const auto& bytes = out.getBuffer();
-    ASSERT_GE(bytes.size(), 12u);
-    EXPECT_EQ(bytes[4], 2);      // count, 16 bits
-    EXPECT_EQ(bytes[6], 5);      // first string: one length byte
-    EXPECT_EQ(bytes[12], 0xFF);  // second: 0xFF and a 16-bit length
-    EXPECT_EQ(bytes[13] | bytes[14] << 8, 300);
+    ASSERT_GE(bytes.size(), 7u);
+    // Version 1, a 16-bit count, then the first string's one length byte.
+    EXPECT_EQ(std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + 7),
+              (std::vector<std::uint8_t>{1, 0, 0, 0, 2, 0, 5}));
 
     KArchive in(out.getBuffer());
     KStringArray b;
@@ -87,5 +76,5 @@ TEST(KStringArray, storedFormAppendsOnRead) {
     b.readObject(in);
     EXPECT_EQ(b.getCount(), 3);
     EXPECT_STREQ(b.get(1), "first");
-    EXPECT_EQ(std::string(b.get(2)), std::string(300, 'z'));
+    EXPECT_STREQ(b.get(2), "second");
 }
