@@ -18,7 +18,8 @@ TEST(KComtradeData, ColumnsKeepTheirTypeAndMissingCodes) {
         d.getAnalogs<double>(0);
         FAIL() << "an int16 column read as doubles";
     } catch (const KException& e) {
-        EXPECT_STREQ(e.getText().c_str(), "Reading analog samples: they are held as int16, not double");
+        EXPECT_STREQ(e.getText().c_str(),
+                     "Reading analog samples: they are held as int16, not double");
     }
     // Growing keeps the samples; a new type starts the columns over, filled with 0.
     d.resize(4, 2, 0, KComtradeData::INT16);

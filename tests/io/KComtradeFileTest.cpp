@@ -27,12 +27,6 @@ double real(const KComtradeFile& f, size_t channel, size_t sample) {
     return a.a * f.data.getAnalog(channel, sample) + a.b;
 }
 
-bool hasWarning(const KComtradeFile& f, const char* part) {
-    for (int i = 0; i < f.warnings.getCount(); ++i)
-        if (strstr(f.warnings.get(i), part)) return true;
-    return false;
-}
-
 int changingDigitals(const KComtradeFile& f) {
     int n = 0;
     for (int c = 0; c < f.data.getDigitalCount(); ++c)
@@ -290,7 +284,8 @@ TEST(KComtradeFile, ShortAndLongDataFiles) {
         const int bits[] = {0, 0, 0, 0, 1, 1};
         for (int c = 0; c < 6; ++c) EXPECT_EQ(f->data.getDigital(c, 4), bits[c]);
     }
-    for (int c = 0; c < 6; ++c) EXPECT_EQ(analogColumn(ascii.data, c), analogColumn(binary.data, c));
+    for (int c = 0; c < 6; ++c)
+        EXPECT_EQ(analogColumn(ascii.data, c), analogColumn(binary.data, c));
     EXPECT_EQ(ascii.data.timeStamps[7], 1167);
     EXPECT_EQ(binary.data.timeStamps[7], 1169);
     EXPECT_TRUE(hasWarning(binary, "'binary'"));

