@@ -70,6 +70,12 @@ public:
     // empty when the user cancels.
     virtual KString getSaveFileName(const char* filter, const char* extension) = 0;
 
+    // Shows a tooltip (lines separated by line feeds, tabs between columns) near the
+    // client point, replacing the one shown; hideTooltip takes it away. A host may wait a
+    // moment before it shows one.
+    virtual void showTooltip(const char* text, CPoint at) = 0;
+    virtual void hideTooltip() = 0;
+
     // A device context for measuring text as it will be drawn; owned by the host.
     virtual CDC* getMeasureDC() = 0;
     // A new device context drawing straight onto the client area, for rubber bands and

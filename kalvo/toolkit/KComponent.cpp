@@ -511,6 +511,31 @@ void KComponent::postEvent(const KEvent& event) {
     });
 }
 
+void KComponent::postAction(const char* name) {
+    KEvent event = KEvent::action(this, name);
+    auto deliver = [this](KEvent& e) {
+        actionEvent(e);
+        for (KContainer* c = parent_; c != nullptr && !e.isConsumed(); c = c->getParent()) {
+            c->onCommand(e);
+        }
+    };
+    KHost* host = getCanvas();
+    if (host == nullptr) {
+        deliver(event);
+        return;
+    }
+    // The task finds the component again among the living: it may be gone by then.
+    KComponent* root = getTopMost();
+    host->postTask([this, root, event, deliver]() mutable {
+        for (KComponent* c = firstLive_; c != nullptr; c = c->nextLive_) {
+            if (c == this) {
+                if (this == root || isDescendentOf(root)) deliver(event);
+                return;
+            }
+        }
+    });
+}
+
 void KComponent::deliverEvent(KEvent& event) { dispatchEvent(event); }
 
 void KComponent::dispatchEvent(KEvent& event) { processEvent(event); }
@@ -595,7 +620,11 @@ void KComponent::processMouseEvent(KEvent& event) {
 }
 
 void KComponent::processMouseMotionEvent(KEvent& event) {
-    if (event.getType() == KEvent::MOUSE_DRAGGED) mouseDragged(event);
+    if (event.getType() == KEvent::MOUSE_DRAGGED) {
+        mouseDragged(event);
+    } else if (event.getType() == KEvent::MOUSE_MOVED) {
+        mouseMoved(event);
+    }
 }
 
 void KComponent::onCommand(KEvent& event) {
@@ -690,6 +719,15 @@ void KComponent::mouseReleased(KEvent& event) {
 }
 
 void KComponent::mouseWheel(KEvent&) {}
+
+void KComponent::mouseMoved(KEvent& event) {
+    const KString text = getTooltipText(event.getPoint());
+    if (text.isEmpty()) return;
+    KHost* host = getCanvas();
+    if (host == nullptr) return;
+    event.consume();
+    host->showTooltip(text.c_str(), event.getPoint() + getLocationOnCanvas());
+}
 
 void KComponent::actionPerformed(KEvent&) {}
 

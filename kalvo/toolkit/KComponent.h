@@ -208,6 +208,12 @@ public:
 
     // Events. Points of mouse events are in own coordinates.
     void postEvent(const KEvent& event);
+    // Tells the component's listeners and then its ancestors of an action, later on the
+    // interface thread (at once when the tree has no host): the ancestors are offered an
+    // ACTION event of that name, with this component as its source, through onCommand,
+    // nearest first, until one consumes it. This is how a part tells the frame around it
+    // that it changed ("update", "activate", "curve.added"...).
+    void postAction(const char* name);
     void sendEvent(KEvent& event) { deliverEvent(event); }
     virtual void deliverEvent(KEvent& event);
     virtual void dispatchEvent(KEvent& event);
@@ -226,6 +232,9 @@ public:
     virtual void mouseDragged(KEvent& event);
     virtual void mouseReleased(KEvent& event);
     virtual void mouseWheel(KEvent& event);
+    // The pointer moved over the component with no button held. By default a component
+    // with a tooltip for the point shows it through the host and consumes the event.
+    virtual void mouseMoved(KEvent& event);
     // An action of a component this one listens to.
     virtual void actionPerformed(KEvent& event);
     // Focus gained or lost.

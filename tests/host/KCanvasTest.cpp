@@ -215,3 +215,43 @@ TEST(KCanvasTest, ClipboardPicturesRepaintTheirOwnerWindow) {
     EXPECT_EQ(KHost::fromWindow(gone), nullptr);
     EXPECT_EQ(KHost::fromWindow(nullptr), nullptr);
 }
+
+TEST(KCanvasTest, TooltipsFollowThePointerAndActionsReachTheAncestors) {
+    KCanvas canvas(200, 100);
+    KPanel* root = panelRoot(canvas);
+    auto* outer = place(root, new Probe("outer"), CRect(0, 0, 100, 100));
+    outer->setTooltipText("Outer");
+    place(root, new KComponent("plain"), CRect(100, 0, 200, 100));
+
+    canvas.mouseMove(CPoint(10, 10));
+    EXPECT_STREQ(canvas.getTooltip().c_str(), "Outer");
+    EXPECT_EQ(canvas.getTooltipPoint(), CPoint(10, 10));
+    canvas.paint();
+    // The box shows below and right of the pointer.
+    EXPECT_EQ(canvas.getPixel(23, 29), RGB(255, 255, 225));
+    canvas.mouseMove(CPoint(150, 10));
+    EXPECT_TRUE(canvas.getTooltip().isEmpty());
+    EXPECT_FALSE(canvas.getInvalidRect().IsRectEmpty());
+
+    // Posted actions wait for the pump, then reach the ancestors nearest first.
+    struct Catcher : KPanel {
+        std::vector<std::string> names;
+        void onCommand(KEvent& e) override {
+            names.push_back(e.getName().c_str());
+            if (e.getSource() != nullptr) e.consume();
+        }
+    };
+    auto* catcher = place(root, new Catcher(), CRect(0, 0, 10, 10));
+    catcher->setName("catcher");
+    auto* inner = place(catcher, new KComponent("inner"), CRect(0, 0, 5, 5));
+    inner->postAction("changed");
+    EXPECT_TRUE(catcher->names.empty());
+    canvas.pumpTasks();
+    ASSERT_EQ(catcher->names.size(), 1u);
+    EXPECT_EQ(catcher->names[0], "changed");
+    // A component deleted before the pump is not told.
+    inner->postAction("gone");
+    delete inner;
+    canvas.pumpTasks();
+    EXPECT_EQ(catcher->names.size(), 1u);
+}

@@ -1,9 +1,13 @@
 #include <kalvo/host/headless/KCanvas.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include <kalvo/foundation/KException.h>
 #include <kalvo/platform/CCairoDC.h>
+#include <kalvo/platform/DeviceModes.h>
+#include <kalvo/platform/DrawTextFormat.h>
+#include <kalvo/toolkit/KComponent.h>
 #include <kalvo/toolkit/KContainer.h>
 #include <kalvo/toolkit/KGraphics.h>
 
@@ -71,12 +75,57 @@ void KCanvas::paint(CDC* dc) {
         KGraphics graphics(dc);
         root_->paintAll(graphics);
     }
+    paintTooltip(dc);
     invalid_.SetRectEmpty();
 }
 
 void KCanvas::paint() {
     image_.reset(CCairoDC::CreateImage(width_, height_));
     paint(image_.get());
+}
+
+void KCanvas::update() {
+    if (image_ == nullptr) {
+        paint();
+        return;
+    }
+    if (invalid_.IsRectEmpty()) return;
+    const int saved = image_->SaveDC();
+    image_->IntersectClipRect(invalid_);
+    image_->FillSolidRect(invalid_, 0xFFFFFF);
+    paint(image_.get());
+    image_->RestoreDC(saved);
+}
+
+CRect KCanvas::tooltipBox() {
+    if (tooltip_.isEmpty()) return CRect();
+    CDC* measure = getMeasureDC();
+    KGraphics graphics(measure);
+    graphics.setFont(nullptr);
+    CRect text(0, 0, 0, 0);
+    measure->DrawText(tooltip_.c_str(), &text, DT_CALCRECT | DT_NOCLIP | DT_EXPANDTABS);
+    // Below and right of the pointer, moved in to stay on the canvas.
+    CRect box(0, 0, text.Width() + 8, text.Height() + 6);
+    int x = tooltipAt_.x + 12, y = tooltipAt_.y + 18;
+    if (x + box.Width() > width_) x = std::max(0, width_ - box.Width());
+    if (y + box.Height() > height_) y = std::max(0, tooltipAt_.y - 4 - box.Height());
+    box.OffsetRect(x, y);
+    return box;
+}
+
+void KCanvas::paintTooltip(CDC* dc) {
+    const CRect box = tooltipBox();
+    if (box.IsRectEmpty()) return;
+    KGraphics graphics(dc);
+    graphics.setFont(nullptr);
+    dc->FillSolidRect(box, RGB(255, 255, 225));
+    graphics.setColor(RGB(118, 118, 118));
+    graphics.drawRect(box);
+    graphics.setColor(0);
+    dc->SetBkMode(TRANSPARENT);
+    CRect inside = box;
+    inside.DeflateRect(4, 3);
+    dc->DrawText(tooltip_.c_str(), &inside, DT_LEFT | DT_NOCLIP | DT_EXPANDTABS);
 }
 
 COLORREF KCanvas::getPixel(int x, int y) const {
@@ -125,7 +174,14 @@ void KCanvas::mouseRelease(CPoint point, unsigned modifiers) {
     mouse(KEvent::MOUSE_RELEASED, point, modifiers, 0);
 }
 
-void KCanvas::mouseMove(CPoint point) { mouse(KEvent::MOUSE_MOVED, point, 0, 0); }
+void KCanvas::mouseMove(CPoint point) {
+    pointer_ = point;
+    if (root_ == nullptr) return;
+    KEvent event = KEvent::mouse(KEvent::MOUSE_MOVED, point - root_->getLocation(), 0, 0);
+    root_->deliverEvent(event);
+    // Nothing under the pointer has a tooltip to show.
+    if (!event.isConsumed()) hideTooltip();
+}
 
 void KCanvas::mouseWheel(CPoint point, int delta, unsigned modifiers) {
     pointer_ = point;
@@ -210,6 +266,24 @@ void KCanvas::invalidateRect(const CRect& rect, bool) {
 }
 
 void KCanvas::setCursor(const char* resourceName) { cursor_ = resourceName; }
+
+void KCanvas::showTooltip(const char* text, CPoint at) {
+    if (text == nullptr || *text == '\0') {
+        hideTooltip();
+        return;
+    }
+    if (std::strcmp(tooltip_.c_str(), text) == 0 && tooltipAt_ == at) return;
+    invalidateRect(tooltipBox(), true);
+    tooltip_ = text;
+    tooltipAt_ = at;
+    invalidateRect(tooltipBox(), true);
+}
+
+void KCanvas::hideTooltip() {
+    if (tooltip_.isEmpty()) return;
+    invalidateRect(tooltipBox(), true);
+    tooltip_ = KString();
+}
 
 unsigned KCanvas::setTimer(unsigned intervalMs, std::function<void()> callback) {
     const unsigned id = nextTimer_++;

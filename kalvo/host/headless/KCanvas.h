@@ -42,6 +42,9 @@ public:
     void paint(CDC* dc);
     // Paints the tree into the canvas' picture (kept for createClientDC and getPixel).
     void paint();
+    // Paints only what was invalidated since the last paint into the kept picture, as a
+    // window repaints its damaged area; the whole picture when there is none yet.
+    void update();
     COLORREF getPixel(int x, int y) const;
     // Paints and writes the picture by the file's extension: ".png", ".svg" or ".pdf".
     // Raises a KException naming the file when it cannot be written.
@@ -81,6 +84,10 @@ public:
     bool isCaptured() const { return captured_; }
     // The cursor resource last set; empty for the arrow.
     const KString& getCursorName() const { return cursor_; }
+    // The tooltip shown, empty when none, and the client point it was shown at. Painting
+    // draws it over the tree, as a window would show it.
+    const KString& getTooltip() const { return tooltip_; }
+    CPoint getTooltipPoint() const { return tooltipAt_; }
 
     // The host interface.
     void invalidateRect(const CRect& rect, bool erase) override;
@@ -96,6 +103,8 @@ public:
     unsigned trackPopupMenu(const KMenuResource::Item& popup, CPoint at) override;
     int messageBox(const char* text, const char* caption, unsigned style) override;
     KString getSaveFileName(const char* filter, const char* extension) override;
+    void showTooltip(const char* text, CPoint at) override;
+    void hideTooltip() override;
     CDC* getMeasureDC() override;
     CDC* createClientDC() override;
 
@@ -108,6 +117,9 @@ private:
 
     void mouse(KEvent::Type type, CPoint point, unsigned modifiers, int clicks);
     void key(KEvent::Type type, int keyCode, unsigned modifiers);
+    // Where the tooltip shows; empty when none is shown.
+    CRect tooltipBox();
+    void paintTooltip(CDC* dc);
 
     int width_;
     int height_;
@@ -119,6 +131,8 @@ private:
     CPoint pointer_;
     bool captured_ = false;
     KString cursor_;
+    KString tooltip_;
+    CPoint tooltipAt_;
     std::deque<std::function<void()>> tasks_;
     std::map<unsigned, Timer> timers_;
     unsigned nextTimer_ = 1;
