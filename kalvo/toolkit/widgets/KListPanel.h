@@ -1,0 +1,31 @@
+#pragma once
+
+#include <kalvo/toolkit/KPanel.h>
+
+// A panel that stacks its visible children from top to bottom in child order, each as wide
+// as the panel's client area. The height is shared out evenly, but no child gets less than
+// its minimum height; what the even share cannot give is taken from the panel's own height,
+// so the panel's minimum height is the sum of the children's minimums and the gaps (a scroll
+// pane around it then scrolls). Children are reordered with the container's toPrev, toNext,
+// toHead and toTail.
+class KListPanel : public KPanel {
+    K_DECLARE_CLASS(KListPanel);
+
+public:
+    explicit KListPanel(const char* name = nullptr);
+
+    // Pixels between two children; negative values are ignored.
+    void setGap(int gap);
+    int getGap() const { return gap_; }
+
+    void doLayout() override;
+    CSize getMinimumSize() const override;
+    CSize getPreferredSize() const override;
+
+    void copy(const KObject& other) override;
+    // After the panel part: version 1, the gap.
+    void Serialize(KArchive& archive) override;
+
+private:
+    int gap_ = 0;
+};

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <kalvo/toolkit/KContainer.h>
+
+// The window of a scroll pane onto its view: a container with the view as its only child,
+// placed at minus the scroll position, and clipped to the viewport. With buffering on,
+// the view is painted into an off-screen image first and copied in one go (not when
+// printing or recording a metafile).
+class KViewport : public KContainer {
+    K_DECLARE_CLASS(KViewport);
+
+public:
+    explicit KViewport(const char* name = "viewport");
+
+    // Takes the view (the previous one is removed and deleted); null leaves it empty.
+    void setView(KComponent* view);
+    KComponent* getView() const { return getComponent(0); }
+    // The view's point shown at the viewport's top-left; kept within the view (never
+    // below 0, never past the view's size less the viewport's).
+    void setViewPosition(CPoint position);
+    CPoint getViewPosition() const { return position_; }
+    void setBuffered(bool buffered) { buffered_ = buffered; }
+    bool isBuffered() const { return buffered_; }
+
+    // Places the view at minus the view position, keeping the size it was given.
+    void doLayout() override;
+    void paintAll(KGraphics& graphics) override;
+
+    void copy(const KObject& other) override;
+    // After the container part: version 1, view position, buffering.
+    void Serialize(KArchive& archive) override;
+
+private:
+    CPoint position_;
+    bool buffered_ = false;
+};
