@@ -1,0 +1,315 @@
+#include <kalvo/graph/KWaveformPainter.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include <kalvo/platform/CBrush.h>
+#include <kalvo/platform/CPen.h>
+#include <kalvo/platform/PenStyle.h>
+#include <kalvo/record/KTraceSummary.h>
+
+namespace {
+
+// How far outside the plot segments are kept: their clipped ends must never show, and
+// points just outside still reach in.
+constexpr int MARGIN = 3;
+// Pixel coordinates are held within this distance of the plot before clipping, so that the
+// clip's arithmetic stays exact; lines that far out are vertical or horizontal to well
+// under a pixel where they cross the plot.
+constexpr double REACH = 1e7;
+
+struct Box {
+    double left, top, right, bottom;
+    bool contains(double x, double y) const {
+        return x >= left && x <= right && y >= top && y <= bottom;
+    }
+};
+
+// Liang-Barsky: the part [t0, t1] of the segment a + t (b - a) inside the box.
+bool clipSegment(double ax, double ay, double bx, double by, const Box& r, double& t0,
+                 double& t1) {
+    t0 = 0.0;
+    t1 = 1.0;
+    const double dx = bx - ax, dy = by - ay;
+    const double p[4] = {-dx, dx, -dy, dy};
+    const double q[4] = {ax - r.left, r.right - ax, ay - r.top, r.bottom - ay};
+    for (int k = 0; k < 4; ++k) {
+        if (p[k] == 0.0) {
+            if (q[k] < 0.0) return false;
+            continue;
+        }
+        const double t = q[k] / p[k];
+        if (p[k] < 0.0) {
+            if (t > t1) return false;
+            if (t > t0) t0 = t;
+        } else {
+            if (t < t0) return false;
+            if (t < t1) t1 = t;
+        }
+    }
+    return true;
+}
+
+CPoint rounded(double x, double y) {
+    return CPoint(static_cast<int>(std::lround(x)), static_cast<int>(std::lround(y)));
+}
+
+}  // namespace
+
+// Turns the walk's points into drawing calls for one pass: the area's fill, the line or
+// the points.
+class KWaveformPainter::Emitter {
+public:
+    enum Pass { FILL, LINE, POINTS };
+
+    Emitter(CDC* dc, Pass pass, const Box& box, COLORREF color, int width, double baseRow)
+        : dc_(dc), pass_(pass), box_(box), color_(color), width_(width), baseRow_(baseRow) {
+        pointSize_ = std::max(3, width + 2);
+    }
+    ~Emitter() { gap(); }
+
+    void sample(double x, double y) {
+        x = std::clamp(x, box_.left - REACH, box_.right + REACH);
+        y = std::clamp(y, box_.top - REACH, box_.bottom + REACH);
+        switch (pass_) {
+            case FILL: area_.push_back({x, y}); break;
+            case LINE: lineTo(x, y); break;
+            case POINTS: square(x, y, y); break;
+        }
+    }
+    // A crowded column of the point styles: one band over its values' rows.
+    void band(double x, double top, double bottom) {
+        square(x, std::max(top, box_.top - REACH), std::min(bottom, box_.bottom + REACH));
+    }
+    // A break in the data.
+    void gap() {
+        if (pass_ == LINE) flushRun();
+        if (pass_ == FILL) flushArea();
+        havePrevious_ = false;
+    }
+
+private:
+    void lineTo(double x, double y) {
+        if (!havePrevious_) {
+            havePrevious_ = true;
+            px_ = x;
+            py_ = y;
+            if (box_.contains(x, y)) run_.push_back(rounded(x, y));
+            return;
+        }
+        double t0, t1;
+        const double ax = px_, ay = py_;
+        px_ = x;
+        py_ = y;
+        if (!clipSegment(ax, ay, x, y, box_, t0, t1)) {
+            flushRun();
+            return;
+        }
+        if (t0 > 0.0 || run_.empty()) {
+            flushRun();
+            run_.push_back(rounded(ax + t0 * (x - ax), ay + t0 * (y - ay)));
+        }
+        run_.push_back(rounded(ax + t1 * (x - ax), ay + t1 * (y - ay)));
+        if (t1 < 1.0) flushRun();
+    }
+
+    // Draws the run and its last pixel, which a line leaves out, so that a sample before a
+    // gap, and a lone one, show.
+    void flushRun() {
+        if (run_.empty()) return;
+        if (run_.size() > 1) dc_->Polyline(run_.data(), static_cast<int>(run_.size()));
+        const CPoint end = run_.back();
+        if (width_ <= 1) {
+            dc_->SetPixelV(end.x, end.y, color_);
+        } else if (run_.size() == 1) {
+            const int h = width_ / 2;
+            dc_->FillSolidRect(end.x - h, end.y - h, width_, width_, color_);
+        }
+        run_.clear();
+    }
+
+    void square(double x, double top, double bottom) {
+        const int h = pointSize_ / 2;
+        if (x + h < box_.left || x - h > box_.right || bottom + h < box_.top || top - h > box_.bottom) {
+            return;
+        }
+        const double t = std::max(top, box_.top), b = std::min(bottom, box_.bottom);
+        const CPoint a = rounded(x, t), z = rounded(x, b);
+        dc_->FillSolidRect(a.x - h, a.y - h, pointSize_, z.y - a.y + pointSize_, color_);
+    }
+
+    // Fills the polygon under the run of points down to the baseline, clipped to the box.
+    void flushArea() {
+        if (area_.size() < 2) {
+            area_.clear();
+            return;
+        }
+        std::vector<Point> polygon;
+        polygon.reserve(area_.size() + 2);
+        polygon.push_back({area_.front().x, baseRow_});
+        polygon.insert(polygon.end(), area_.begin(), area_.end());
+        polygon.push_back({area_.back().x, baseRow_});
+        area_.clear();
+        clipPolygon(polygon);
+        if (polygon.size() < 3) return;
+        std::vector<CPoint> points;
+        points.reserve(polygon.size());
+        for (const Point& p : polygon) points.push_back(rounded(p.x, p.y));
+        dc_->Polygon(points.data(), static_cast<int>(points.size()));
+    }
+
+    // Sutherland-Hodgman against the four sides of the box.
+    void clipPolygon(std::vector<Point>& polygon) const {
+        auto clipSide = [&polygon](auto inside, auto cross) {
+            std::vector<Point> out;
+            out.reserve(polygon.size() + 4);
+            for (std::size_t i = 0; i < polygon.size(); ++i) {
+                const Point& a = polygon[i];
+                const Point& b = polygon[(i + 1) % polygon.size()];
+                const bool ia = inside(a), ib = inside(b);
+                if (ia) out.push_back(a);
+                if (ia != ib) out.push_back(cross(a, b));
+            }
+            polygon.swap(out);
+        };
+        const Box r = box_;
+        auto atX = [](const Point& a, const Point& b, double x) {
+            return Point{x, a.y + (b.y - a.y) * (x - a.x) / (b.x - a.x)};
+        };
+        auto atY = [](const Point& a, const Point& b, double y) {
+            return Point{a.x + (b.x - a.x) * (y - a.y) / (b.y - a.y), y};
+        };
+        clipSide([&](const Point& p) { return p.x >= r.left; },
+                 [&](const Point& a, const Point& b) { return atX(a, b, r.left); });
+        clipSide([&](const Point& p) { return p.x <= r.right; },
+                 [&](const Point& a, const Point& b) { return atX(a, b, r.right); });
+        clipSide([&](const Point& p) { return p.y >= r.top; },
+                 [&](const Point& a, const Point& b) { return atY(a, b, r.top); });
+        clipSide([&](const Point& p) { return p.y <= r.bottom; },
+                 [&](const Point& a, const Point& b) { return atY(a, b, r.bottom); });
+    }
+
+    CDC* dc_;
+    Pass pass_;
+    Box box_;
+    COLORREF color_;
+    int width_;
+    double baseRow_;
+    int pointSize_;
+    bool havePrevious_ = false;
+    double px_ = 0.0, py_ = 0.0;
+    std::vector<CPoint> run_;
+    std::vector<Point> area_;
+};
+
+KWaveformPainter::KWaveformPainter(const CRect& plot, double xMin, double xMax, double yMin,
+                                   double yMax)
+    : plot_(plot), xMin_(xMin), yMax_(yMax) {
+    const double w = plot.Width(), h = plot.Height();
+    valid_ = std::isfinite(xMin) && std::isfinite(xMax) && std::isfinite(yMin) &&
+             std::isfinite(yMax) && xMax > xMin && yMax > yMin && w >= 1 && h >= 1;
+    if (!valid_) return;
+    kx_ = w / (xMax - xMin);
+    ky_ = h / (yMax - yMin);
+    valid_ = std::isfinite(kx_) && std::isfinite(ky_);
+}
+
+double KWaveformPainter::columnOf(double x) const { return std::floor(kx_ * (x - xMin_) + 0.5); }
+
+double KWaveformPainter::rowOf(double y) const { return std::floor(ky_ * (yMax_ - y) + 0.5); }
+
+int KWaveformPainter::firstAfter(const double* x, int from, int to, double column) const {
+    int lo = from, hi = to;
+    while (lo < hi) {
+        const int mid = lo + (hi - lo) / 2;
+        if (columnOf(x[mid]) > column) {
+            hi = mid;
+        } else {
+            lo = mid + 1;
+        }
+    }
+    return lo;
+}
+
+void KWaveformPainter::draw(CDC* dc, const double* x, const double* y, int n,
+                            const KTraceSummary* summary, int style, COLORREF color, int width,
+                            double baseline, int first, int last) {
+    if (!valid_ || dc == nullptr || x == nullptr || y == nullptr || n <= 0) return;
+    if (last < 0 || last > n) last = n;
+    if (first < 0) first = 0;
+    if (first >= last) return;
+    if (style < LINE || style > LINE_POINT) style = LINE;
+    const bool byColumns = !everySample_ && summary != nullptr && summary->isDomainOrdered() &&
+                           summary->getCount() == n;
+    const double left = plot_.left, top = plot_.top;
+    const double width_px = plot_.Width();
+    // The drawing clip reaches one pixel past the plot, so that values at the view's upper
+    // ends show on its edges.
+    const Box box{left - MARGIN, top - MARGIN, plot_.right + MARGIN + 0.0, plot_.bottom + MARGIN + 0.0};
+    const double baseRow = top + std::clamp(rowOf(baseline), -1.0, plot_.Height() + 1.0);
+
+    auto pass = [&](Emitter::Pass kind) {
+        Emitter out(dc, kind, box, color, width, baseRow);
+        auto one = [&](int i) {
+            if (std::isfinite(x[i]) && std::isfinite(y[i])) {
+                out.sample(left + columnOf(x[i]), top + rowOf(y[i]));
+            } else {
+                out.gap();
+            }
+        };
+        if (!byColumns) {
+            for (int i = first; i < last; ++i) one(i);
+            return;
+        }
+        // The samples in view and in the margin, and one on either side to draw the lines
+        // into it from.
+        const int lo = firstAfter(x, first, last, -MARGIN - 1.0);
+        const int hi = firstAfter(x, lo, last, width_px + MARGIN);
+        if (lo > first) one(lo - 1);
+        for (int i = lo; i < hi;) {
+            const double column = columnOf(x[i]);
+            const int j = firstAfter(x, i + 1, hi, column);
+            const bool few = j - i <= POINTS_PER_COLUMN;
+            KTraceSummary::Extremes e{0.0, 0.0, true};
+            if (!few) e = summary->find(y, i, j);
+            if (few || e.gap) {
+                for (int k = i; k < j; ++k) one(k);
+            } else {
+                const double px = left + column;
+                const double minRow = top + rowOf(e.min), maxRow = top + rowOf(e.max);
+                if (kind == Emitter::POINTS) {
+                    out.band(px, maxRow, minRow);
+                } else {
+                    const double a = y[i];
+                    out.sample(px, top + rowOf(a));
+                    // The nearer extreme first, as the samples would most likely go.
+                    if (a - e.min < e.max - a) {
+                        out.sample(px, minRow);
+                        out.sample(px, maxRow);
+                    } else {
+                        out.sample(px, maxRow);
+                        out.sample(px, minRow);
+                    }
+                    out.sample(px, top + rowOf(y[j - 1]));
+                }
+            }
+            i = j;
+        }
+        if (hi < last) one(hi);
+    };
+
+    const CPen pen = dc->SelectObject(CPen(PS_SOLID, width, color));
+    if (style == AREA) {
+        // A lighter shade of the colour under the line.
+        auto tint = [](int c) { return c + (255 - c) * 3 / 4; };
+        const COLORREF fill = RGB(tint(GetRValue(color)), tint(GetGValue(color)), tint(GetBValue(color)));
+        const CPen none = dc->SelectObject(CPen(PS_NULL, 0, 0));
+        const CBrush brush = dc->SelectObject(CBrush(fill));
+        pass(Emitter::FILL);
+        dc->SelectObject(brush);
+        dc->SelectObject(none);
+    }
+    if (style != POINT) pass(Emitter::LINE);
+    if (style == POINT || style == LINE_POINT) pass(Emitter::POINTS);
+    dc->SelectObject(pen);
+}

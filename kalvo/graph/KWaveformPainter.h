@@ -1,0 +1,68 @@
+#pragma once
+
+#include <vector>
+
+#include <kalvo/platform/CDC.h>
+#include <kalvo/platform/CRect.h>
+#include <kalvo/platform/ColorRef.h>
+
+class KTraceSummary;
+
+// Draws one curve's samples into a plot rectangle, mapping the view's X limits onto its
+// columns and its Y limits onto its rows (the maximum at the top), as the graph panels map
+// values to pixels.
+//
+// The picture follows pixels, not samples: the samples that fall into one pixel column are
+// replaced by the first, the smallest, the largest and the last of them, which the summary
+// gives in logarithmic time, and a line through those draws exactly the pixels that a line
+// through every sample would. Columns that hold a non-finite sample, and domains that do not
+// run forward, are drawn sample by sample. Points of the point styles are drawn one by one
+// while a column holds few samples; a crowded column shows them as one band from its
+// smallest to its largest value.
+//
+// Non-finite samples leave gaps; segments are clipped to a margin around the plot, so
+// values far outside the view cost no more than those inside.
+class KWaveformPainter {
+public:
+    // The render styles of a curve.
+    enum Style { LINE = 0, POINT = 1, AREA = 2, LINE_POINT = 3 };
+    // The most samples a column may hold for its points to be drawn one by one.
+    static constexpr int POINTS_PER_COLUMN = 4;
+
+    KWaveformPainter(const CRect& plot, double xMin, double xMax, double yMin, double yMax);
+
+    // Draws every sample instead of the column summary (the reference the summary's
+    // picture equals).
+    void setEverySample(bool every) { everySample_ = every; }
+    bool isEverySample() const { return everySample_; }
+    // Whether the view can be drawn: finite limits, maximum above minimum, a plot of at
+    // least one pixel each way.
+    bool isValid() const { return valid_; }
+
+    // The column (from the plot's left) and row (from its top) of a value, not clamped.
+    double columnOf(double x) const;
+    double rowOf(double y) const;
+
+    // Draws samples first..last-1 (last -1: all) of x and y with the pen's colour and
+    // width in the style; area fills from the baseline value. summary may be null (every
+    // sample is drawn then).
+    void draw(CDC* dc, const double* x, const double* y, int n, const KTraceSummary* summary,
+              int style, COLORREF color, int width, double baseline, int first = 0,
+              int last = -1);
+
+private:
+    struct Point {
+        double x;
+        double y;
+    };
+    class Emitter;
+
+    // The first index in [from, to) whose column exceeds `column` (ordered domains).
+    int firstAfter(const double* x, int from, int to, double column) const;
+
+    CRect plot_;
+    double xMin_, yMax_;
+    double kx_ = 0.0, ky_ = 0.0;
+    bool valid_ = false;
+    bool everySample_ = false;
+};

@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <kalvo/graph/KWaveformPainter.h>
+#include <kalvo/platform/CCairoDC.h>
+#include <kalvo/record/KTraceSummary.h>
+
+namespace {
+
+constexpr int W = 240, H = 120;
+const CRect PLOT(10, 10, 210, 110);
+
+struct Data {
+    std::string name;
+    std::vector<double> x, y;
+};
+
+Data make(const char* kind, int n, unsigned seed = 3) {
+    Data d{kind, std::vector<double>(n), std::vector<double>(n)};
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<double> uniform(-1.2, 1.2);
+    for (int i = 0; i < n; ++i) {
+        d.x[i] = -0.1 + 1.2 * i / (n - 1);  // a little before and after the view
+        const std::string k = kind;
+        if (k == "random") d.y[i] = uniform(random);
+        if (k == "constant") d.y[i] = 0.25;
+        if (k == "alternating") d.y[i] = i % 2 ? 0.8 : -0.6;
+        if (k == "spike") d.y[i] = i % 97 == 13 ? (i % 2 ? 40.0 : -1e300) : 0.1;
+        if (k == "sine") d.y[i] = std::sin(40.0 * d.x[i]);
+        if (k == "gaps") d.y[i] = i % 50 < 3 ? std::nan("") : std::cos(25.0 * d.x[i]);
+    }
+    return d;
+}
+
+std::unique_ptr<CCairoDC> render(const Data& d, int style, bool every, int width = 1) {
+    std::unique_ptr<CCairoDC> dc(CCairoDC::CreateImage(W, H));
+    CRect clip = PLOT;
+    clip.right += 1;
+    clip.bottom += 1;
+    dc->IntersectClipRect(clip);
+    KTraceSummary summary;
+    summary.build(d.x.data(), d.y.data(), static_cast<int>(d.y.size()));
+    KWaveformPainter painter(PLOT, 0.0, 1.0, -1.0, 1.0);
+    painter.setEverySample(every);
+    painter.draw(dc.get(), d.x.data(), d.y.data(), static_cast<int>(d.y.size()), &summary, style,
+                 RGB(0, 0, 128), width, 0.0);
+    return dc;
+}
+
+// The pixels where the two pictures differ.
+int differences(const CCairoDC& a, const CCairoDC& b) {
+    int count = 0;
+    for (int y = 0; y < H; ++y)
+        for (int x = 0; x < W; ++x) count += a.GetPixel(x, y) != b.GetPixel(x, y);
+    return count;
+}
+
+int inked(const CCairoDC& a) {
+    int count = 0;
+    for (int y = 0; y < H; ++y)
+        for (int x = 0; x < W; ++x) count += a.GetPixel(x, y) != RGB(255, 255, 255);
+    return count;
+}
+
+}  // namespace
+
+// Lines and areas through the columns' first, smallest, largest and last samples give the
+// picture of every sample, however many samples a column holds.
+TEST(KWaveformPainterTest, ColumnsDrawWhatEverySampleDraws) {
+    for (const char* kind : {"random", "constant", "alternating", "spike", "sine", "gaps"}) {
+        for (int n : {30, 200, 1000, 50000}) {
+            const Data d = make(kind, n);
+            for (int style : {KWaveformPainter::LINE, KWaveformPainter::AREA}) {
+                auto every = render(d, style, true);
+                auto fast = render(d, style, false);
+                EXPECT_GT(inked(*every), 0) << kind << " " << n;
+                EXPECT_EQ(differences(*every, *fast), 0) << kind << " n=" << n << " style=" << style;
+            }
+        }
+    }
+}
+
+// Points are drawn one by one while columns hold few samples; a crowded column draws the
+// band of its values, which holds every point drawn one by one.
+TEST(KWaveformPainterTest, PointsMatchWhileSparseAndStayInTheirBandWhenCrowded) {
+    for (const char* kind : {"random", "constant", "alternating", "spike", "sine", "gaps"}) {
+        const Data sparse = make(kind, 500);  // at most 3 samples per column
+        for (int style : {KWaveformPainter::POINT, KWaveformPainter::LINE_POINT}) {
+            auto every = render(sparse, style, true);
+            auto fast = render(sparse, style, false);
+            EXPECT_EQ(differences(*every, *fast), 0) << kind << " style=" << style;
+        }
+        const Data crowded = make(kind, 40000);
+        auto every = render(crowded, KWaveformPainter::POINT, true);
+        auto fast = render(crowded, KWaveformPainter::POINT, false);
+        for (int y = 0; y < H; ++y)
+            for (int x = 0; x < W; ++x)
+                if (every->GetPixel(x, y) != RGB(255, 255, 255))
+                    ASSERT_NE(fast->GetPixel(x, y), RGB(255, 255, 255)) << kind << " " << x << "," << y;
+    }
+}
+
+TEST(KWaveformPainterTest, BackwardTimesHugeValuesAndBadViews) {
+    // Times that run backwards are drawn sample by sample, in the order given.
+    Data back = make("sine", 300);
+    std::swap(back.x[100], back.x[200]);
+    auto every = render(back, KWaveformPainter::LINE, true);
+    auto fast = render(back, KWaveformPainter::LINE, false);
+    EXPECT_EQ(differences(*every, *fast), 0);
+    EXPECT_GT(inked(*fast), 0);
+
+    // Values far outside the view draw only where they cross it.
+    Data huge{"huge", {0.0, 0.5, 1.0}, {-1e300, 1e300, 0.0}};
+    auto h = render(huge, KWaveformPainter::LINE, false);
+    EXPECT_GT(inked(*h), 0);
+
+    // A view that cannot map draws nothing.
+    KWaveformPainter flat(PLOT, 0.0, 1.0, 2.0, 2.0);
+    EXPECT_FALSE(flat.isValid());
+    KWaveformPainter empty(CRect(0, 0, 0, 10), 0.0, 1.0, 0.0, 1.0);
+    EXPECT_FALSE(empty.isValid());
+    KWaveformPainter nan(PLOT, 0.0, std::nan(""), 0.0, 1.0);
+    EXPECT_FALSE(nan.isValid());
+    std::unique_ptr<CCairoDC> dc(CCairoDC::CreateImage(W, H));
+    flat.draw(dc.get(), huge.x.data(), huge.y.data(), 3, nullptr, 0, 0, 1, 0.0);
+    EXPECT_EQ(inked(*dc), 0);
+
+    // One sample shows as a dot; an isolated sample between gaps too.
+    Data one{"one", {0.5}, {0.0}};
+    EXPECT_GT(inked(*render(one, KWaveformPainter::LINE, false)), 0);
+    Data lone{"lone", {0.2, 0.5, 0.8}, {std::nan(""), 0.3, std::nan("")}};
+    EXPECT_GT(inked(*render(lone, KWaveformPainter::LINE, false)), 0);
+    // Mapping: the view's ends fall on the plot's edges.
+    KWaveformPainter p(PLOT, 0.0, 1.0, -1.0, 1.0);
+    EXPECT_EQ(p.columnOf(0.0), 0.0);
+    EXPECT_EQ(p.columnOf(1.0), 200.0);
+    EXPECT_EQ(p.rowOf(1.0), 0.0);
+    EXPECT_EQ(p.rowOf(-1.0), 100.0);
+}
