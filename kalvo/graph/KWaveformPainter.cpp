@@ -62,8 +62,9 @@ class KWaveformPainter::Emitter {
 public:
     enum Pass { FILL, LINE, POINTS };
 
-    Emitter(CDC* dc, Pass pass, const Box& box, COLORREF color, int width, double baseRow)
-        : dc_(dc), pass_(pass), box_(box), color_(color), width_(width), baseRow_(baseRow) {
+    Emitter(CDC* dc, Pass pass, const Box& box, COLORREF color, int width, double baseRow, bool steps)
+        : dc_(dc), pass_(pass), box_(box), color_(color), width_(width), baseRow_(baseRow),
+          steps_(steps) {
         pointSize_ = std::max(3, width + 2);
     }
     ~Emitter() { gap(); }
@@ -71,8 +72,21 @@ public:
     void sample(double x, double y) {
         x = std::clamp(x, box_.left - REACH, box_.right + REACH);
         y = std::clamp(y, box_.top - REACH, box_.bottom + REACH);
+        // A step holds the last value up to this sample's time.
+        if (steps_ && havePrevious_ && pass_ != POINTS && x != px_) {
+            const double held = pass_ == FILL ? area_.back().y : py_;
+            if (pass_ == FILL) {
+                area_.push_back({x, held});
+            } else {
+                lineTo(x, held);
+            }
+        }
+        if (pass_ != LINE) havePrevious_ = true;
         switch (pass_) {
-            case FILL: area_.push_back({x, y}); break;
+            case FILL:
+                area_.push_back({x, y});
+                px_ = x;
+                break;
             case LINE: lineTo(x, y); break;
             case POINTS: square(x, y, y); break;
         }
@@ -195,6 +209,7 @@ private:
     COLORREF color_;
     int width_;
     double baseRow_;
+    bool steps_;
     int pointSize_;
     bool havePrevious_ = false;
     double px_ = 0.0, py_ = 0.0;
@@ -249,7 +264,7 @@ void KWaveformPainter::draw(CDC* dc, const double* x, const double* y, int n,
     const double baseRow = top + std::clamp(rowOf(baseline), -1.0, plot_.Height() + 1.0);
 
     auto pass = [&](Emitter::Pass kind) {
-        Emitter out(dc, kind, box, color, width, baseRow);
+        Emitter out(dc, kind, box, color, width, baseRow, steps_);
         auto one = [&](int i) {
             if (std::isfinite(x[i]) && std::isfinite(y[i])) {
                 out.sample(left + columnOf(x[i]), top + rowOf(y[i]));

@@ -35,6 +35,10 @@ public:
     // picture equals).
     void setEverySample(bool every) { everySample_ = every; }
     bool isEverySample() const { return everySample_; }
+    // Holds every value until the next sample, as status channels change: each step is a
+    // horizontal line followed by a vertical one.
+    void setSteps(bool steps) { steps_ = steps; }
+    bool isSteps() const { return steps_; }
     // Whether the view can be drawn: finite limits, maximum above minimum, a plot of at
     // least one pixel each way.
     bool isValid() const { return valid_; }
@@ -65,4 +69,5 @@ private:
     double kx_ = 0.0, ky_ = 0.0;
     bool valid_ = false;
     bool everySample_ = false;
+    bool steps_ = false;
 };

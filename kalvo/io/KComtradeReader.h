@@ -16,11 +16,11 @@
 class KComtradeReader {
 public:
     // Trace flag of status channels.
-    static constexpr int DIGITAL = 1;
+    static constexpr int DIGITAL = KRecord::Trace::DIGITAL;
 
     // Record property keys.
     static constexpr const char* REVISION = "Revision";
-    static constexpr const char* LINE_FREQUENCY = "LineFrequency";
+    static constexpr const char* LINE_FREQUENCY = KRecord::LINE_FREQUENCY;
     static constexpr const char* START = "Start";
     static constexpr const char* TRIGGER = "Trigger";
     static constexpr const char* TIME_MULTIPLIER = "TimeMultiplier";

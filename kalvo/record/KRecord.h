@@ -17,10 +17,16 @@ class KRecord : public KRecordProducer, public KRecordConsumer {
     K_DECLARE_CLASS(KRecord);
 
 public:
+    // Property of the power system's nominal frequency in Hz, where the source knows it.
+    static constexpr const char* LINE_FREQUENCY = "LineFrequency";
+
     // The samples of one channel with its descriptive texts and calibration. The pending
     // value is the channel's value in the row being built; commit appends it.
     class Trace : public KArrayBuffer {
     public:
+        // Flag of a trace of status values (0 and 1) rather than sampled quantities.
+        static constexpr int DIGITAL = 1;
+
         explicit Trace(int capacity = 0, int step = 1024);
         // A copy belongs to no record until one adopts it.
         Trace(const Trace& other);
@@ -74,6 +80,7 @@ public:
         void setSecondary(double secondary) { secondary_ = secondary; }
         int getFlags() const { return flags_; }
         void setFlags(int flags) { flags_ = flags; }
+        bool isDigital() const { return (flags_ & DIGITAL) != 0; }
 
         void setProperty(const char* key, const char* value) {
             properties_.setProperty(key, value);

@@ -18,7 +18,13 @@ KRecordProducer& KRecordProducer::operator=(const KRecordProducer& other) {
     return *this;
 }
 
-KRecordProducer::~KRecordProducer() = default;
+KRecordProducer::~KRecordProducer() {
+    // An observer may stop observing while it is told.
+    while (observers_.getCount() > 0) {
+        auto* observer = static_cast<KRecordObserver*>(observers_.remove(observers_.getCount() - 1));
+        observer->recordDestroyed(this);
+    }
+}
 
 int KRecordProducer::getTraceCount() const {
     return 0;

@@ -17,6 +17,7 @@ public:
     // Observers belong to one producer: a copy starts with none.
     KRecordProducer(const KRecordProducer& other);
     KRecordProducer& operator=(const KRecordProducer& other);
+    // Tells every observer that the producer is going.
     ~KRecordProducer() override;
 
     virtual int getTraceCount() const;

@@ -44,18 +44,121 @@ const Item containerItems[] = {
     {"Save as &Metafile...", METAFILE, "FILE.METAFILE", nullptr, 0},
 };
 
+// The graphs' menus. The accelerators after the tab are the keys the graphs take.
+constexpr unsigned COPY_ALL_DATA = 805, COPY_VISIBLE_DATA = 810;
+constexpr unsigned GRAPH_FIRST = 33001;
+
+const Item analogGraphItems[] = {
+    {"Zoom In\t+", GRAPH_FIRST + 0, "GRAPH.ZOOMIN", nullptr, 0},
+    {"Zoom Out\t-", GRAPH_FIRST + 1, "GRAPH.ZOOMOUT", nullptr, 0},
+    {"Previous\tP", GRAPH_FIRST + 2, "GRAPH.PREVIOUS", nullptr, 0},
+    {"Next\tN", GRAPH_FIRST + 3, "GRAPH.NEXT", nullptr, 0},
+    {"X Extents\tX", GRAPH_FIRST + 4, "GRAPH.XEXTENTS", nullptr, 0},
+    {"Y Extents\tY", GRAPH_FIRST + 5, "GRAPH.YEXTENTS", nullptr, 0},
+    {"Reset All\tR", GRAPH_FIRST + 6, "GRAPH.RESET", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Grid Lines\tG", GRAPH_FIRST + 7, "GRAPH.GRID", nullptr, 0},
+    {"Tick Marks\tI", GRAPH_FIRST + 8, "GRAPH.TICKS", nullptr, 0},
+    {"Curve Glyphs\tL", GRAPH_FIRST + 9, "GRAPH.GLYPHS", nullptr, 0},
+    {"Show Trigger\tT", GRAPH_FIRST + 10, "GRAPH.TRIGGER", nullptr, 0},
+    {"Show Markers\tM", GRAPH_FIRST + 11, "GRAPH.MARKERS", nullptr, 0},
+    {"Show Offset Control\tO", GRAPH_FIRST + 12, "GRAPH.OFFSET", nullptr, 0},
+    {"Show X Intercept\tQ", GRAPH_FIRST + 13, "GRAPH.XINTER", nullptr, 0},
+    {"Show Y Intercept\tW", GRAPH_FIRST + 14, "GRAPH.YINTER", nullptr, 0},
+    {"Show Cross Hair\tC", GRAPH_FIRST + 15, "GRAPH.CROSSHAIR", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Copy Visible Data to Clipboard", COPY_VISIBLE_DATA, "CURVE.COPY.VISIBLE", nullptr, 0},
+    {"Copy All Data to Clipboard", COPY_ALL_DATA, "CURVE.COPY.ALL", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Move Graph Up", GRAPH_FIRST + 16, "GRAPH.UP", nullptr, 0},
+    {"Move Graph Down", GRAPH_FIRST + 17, "GRAPH.DOWN", nullptr, 0},
+    {"Move Graph to Top", GRAPH_FIRST + 18, "GRAPH.TOP", nullptr, 0},
+    {"Move Graph to Bottom", GRAPH_FIRST + 19, "GRAPH.BOTTOM", nullptr, 0},
+};
+
+// Status graphs: their values have fixed places, so there is nothing to zoom or shift.
+const Item digitalGraphItems[] = {
+    {"Zoom In\t+", GRAPH_FIRST + 0, "GRAPH.ZOOMIN", nullptr, 0},
+    {"Zoom Out\t-", GRAPH_FIRST + 1, "GRAPH.ZOOMOUT", nullptr, 0},
+    {"Previous\tP", GRAPH_FIRST + 2, "GRAPH.PREVIOUS", nullptr, 0},
+    {"Next\tN", GRAPH_FIRST + 3, "GRAPH.NEXT", nullptr, 0},
+    {"X Extents\tX", GRAPH_FIRST + 4, "GRAPH.XEXTENTS", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Grid Lines\tG", GRAPH_FIRST + 7, "GRAPH.GRID", nullptr, 0},
+    {"Tick Marks\tI", GRAPH_FIRST + 8, "GRAPH.TICKS", nullptr, 0},
+    {"Show Trigger\tT", GRAPH_FIRST + 10, "GRAPH.TRIGGER", nullptr, 0},
+    {"Show Markers\tM", GRAPH_FIRST + 11, "GRAPH.MARKERS", nullptr, 0},
+    {"Show Cross Hair\tC", GRAPH_FIRST + 15, "GRAPH.CROSSHAIR", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Copy Visible Data to Clipboard", COPY_VISIBLE_DATA, "CURVE.COPY.VISIBLE", nullptr, 0},
+    {"Copy All Data to Clipboard", COPY_ALL_DATA, "CURVE.COPY.ALL", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Move Graph Up", GRAPH_FIRST + 16, "GRAPH.UP", nullptr, 0},
+    {"Move Graph Down", GRAPH_FIRST + 17, "GRAPH.DOWN", nullptr, 0},
+    {"Move Graph to Top", GRAPH_FIRST + 18, "GRAPH.TOP", nullptr, 0},
+    {"Move Graph to Bottom", GRAPH_FIRST + 19, "GRAPH.BOTTOM", nullptr, 0},
+};
+
+const Item graphFrameItems[] = {
+    {"Frame &Properties...", GRAPH_FIRST + 40, "FRAME.PROPERTIES", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"C&ut Frame", CUT, "CLIP.ALL", nullptr, 0},
+    {"&Copy Frame", COPY, "CLIP.RANGE", nullptr, 0},
+    {"&Paste Graph", PASTE, "PASTE.ALL", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Add Analog Graph\tIns", GRAPH_FIRST + 41, "FRAME.ADD.ANALOG", nullptr, 0},
+    {"Add Digital Graph", GRAPH_FIRST + 42, "FRAME.ADD.DIGITAL", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Toggle Markers \tM", GRAPH_FIRST + 44, "FRAME.MARKERS", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Send to &Back", BACK, "COL.LEFT", nullptr, 0},
+    {"Bring to &Front", FORWARD, "COL.RIGHT", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Copy Frame as Bitmap", GRAPH_FIRST + 45, "FRAME.COPY.BITMAP", nullptr, 0},
+    {"Copy Frame as Picture", GRAPH_FIRST + 46, "FRAME.COPY.PICTURE", nullptr, 0},
+    {"Export Frame to Meta File...", METAFILE, "FILE.METAFILE", nullptr, 0},
+};
+
+const Item axisItems[] = {
+    {"Toggle Markers \tM", GRAPH_FIRST + 44, "FRAME.MARKERS", nullptr, 0},
+    {"Lock Markers", GRAPH_FIRST + 60, "AXIS.LOCK", nullptr, 0},
+    {"Go to Marker X", GRAPH_FIRST + 61, "AXIS.FOCUS.X", nullptr, 0},
+    {"Go to Marker O", GRAPH_FIRST + 62, "AXIS.FOCUS.O", nullptr, 0},
+    {"Go to Trigger", GRAPH_FIRST + 63, "AXIS.FOCUS.T", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Enable Minor Grids", GRAPH_FIRST + 64, "AXIS.MINOR", nullptr, 0},
+    {"Snap Range to the Grid", GRAPH_FIRST + 65, "AXIS.SNAP", nullptr, 0},
+};
+
+const Item curveItems[] = {
+    {"Copy Visible Data to Clipboard", COPY_VISIBLE_DATA, "CLIP.RANGE", nullptr, 0},
+    {"Copy All Data to Clipboard", COPY_ALL_DATA, "CLIP.ALL", nullptr, 0},
+};
+
 constexpr int countOf(const Item* begin, const Item* end) { return static_cast<int>(end - begin); }
 
-const Item componentBar[] = {
-    {"Component", 0, nullptr, componentItems, countOf(std::begin(componentItems), std::end(componentItems))}};
-const Item containerBar[] = {
-    {"Container", 0, nullptr, containerItems, countOf(std::begin(containerItems), std::end(containerItems))}};
+#define K_MENU_BAR(bar, title, items) \
+    const Item bar[] = {{title, 0, nullptr, items, countOf(std::begin(items), std::end(items))}}
+K_MENU_BAR(componentBar, "Component", componentItems);
+K_MENU_BAR(containerBar, "Container", containerItems);
+K_MENU_BAR(analogGraphBar, "Analog Graph", analogGraphItems);
+K_MENU_BAR(digitalGraphBar, "Digital Graph", digitalGraphItems);
+K_MENU_BAR(graphFrameBar, "Graph Frame", graphFrameItems);
+K_MENU_BAR(axisBar, "Graph Axis", axisItems);
+K_MENU_BAR(curveBar, "Curve", curveItems);
+#undef K_MENU_BAR
 
 const KMenuResource menus[] = {
     {"KComponent", 200, componentBar, 1},
     {"KContainer", 201, containerBar, 1},
     {"KPanel", 202, containerBar, 1},
     {"KFrame", 203, containerBar, 1},
+    {"KGraphPanel", 210, analogGraphBar, 1},
+    {"KGraphPanelAnalog", 211, analogGraphBar, 1},
+    {"KGraphPanelDigital", 212, digitalGraphBar, 1},
+    {"KGraphFrame", 213, graphFrameBar, 1},
+    {"KGraphAxis", 214, axisBar, 1},
+    {"KCurve", 215, curveBar, 1},
 };
 
 }  // namespace

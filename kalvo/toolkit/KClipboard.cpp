@@ -6,7 +6,7 @@
 
 #include <kalvo/platform/CCairoDC.h>
 #include <kalvo/platform/CRecordingDC.h>
-#include <kalvo/platform/KCursorService.h>
+#include <kalvo/platform/KWaitCursor.h>
 #include <kalvo/platform/KHost.h>
 #include <kalvo/platform/KPlatformClipboard.h>
 #include <kalvo/platform/RasterOp.h>
@@ -16,14 +16,6 @@
 namespace {
 
 // Shows the wait cursor for as long as it lives.
-class WaitCursor {
-public:
-    WaitCursor() { KCursorService::get().beginWaitCursor(); }
-    ~WaitCursor() { KCursorService::get().endWaitCursor(); }
-    WaitCursor(const WaitCursor&) = delete;
-    WaitCursor& operator=(const WaitCursor&) = delete;
-};
-
 // Closes the clipboard, when it was opened, on every way out.
 class OpenClipboard {
 public:
@@ -85,7 +77,7 @@ unsigned KClipboard::resolveFormat(unsigned format) {
 
 int KClipboard::setData(const char* text, HWND owner) {
     if (text == nullptr) return 0;
-    WaitCursor wait;
+    KWaitCursor wait;
     registerFormats();
     OpenClipboard clipboard(owner);
     if (!clipboard.isOpen() || !clipboard->empty()) return 0;
@@ -130,7 +122,7 @@ int KClipboard::setPicture(const char* formatName, const std::string& bytes, HWN
 
 int KClipboard::setBitmap(CRect area, CDC* dc, KPainter* painter, HWND owner) {
     if (painter == nullptr) return 0;
-    WaitCursor wait;
+    KWaitCursor wait;
     area.NormalizeRect();
     std::unique_ptr<CDC> screen;
     if (dc == nullptr) {
@@ -158,7 +150,7 @@ int KClipboard::setBitmap(CRect area, CDC* dc, KPainter* painter, HWND owner) {
 
 int KClipboard::setMetaFile(CRect area, CDC*, KPainter* painter, HWND owner) {
     if (painter == nullptr) return 0;
-    WaitCursor wait;
+    KWaitCursor wait;
     area.NormalizeRect();
     CRecordingDC metafile(area.Size());
     metafile.SetWindowOrg(area.left, area.top);
