@@ -106,7 +106,14 @@
 #include <kalvo/toolkit/layout/KGridBagLayout.h>
 #include <kalvo/toolkit/layout/KGridLayout.h>
 #include <kalvo/toolkit/layout/KLayout.h>
+#include <kalvo/toolkit/widgets/KAutoRepeat.h>
+#include <kalvo/toolkit/widgets/KBevel.h>
 #include <kalvo/toolkit/widgets/KLabel.h>
+#include <kalvo/toolkit/widgets/KListPanel.h>
+#include <kalvo/toolkit/widgets/KScrollPane.h>
+#include <kalvo/toolkit/widgets/KSlider.h>
+#include <kalvo/toolkit/widgets/KSpinControl.h>
+#include <kalvo/toolkit/widgets/KViewport.h>
 
 // resources
 #include <kalvo/resources/KImageResource.h>

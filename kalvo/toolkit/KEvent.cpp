@@ -38,6 +38,13 @@ KEvent KEvent::action(KComponent* source, const char* name) {
     return e;
 }
 
+int KEvent::getWheelNotches() const {
+    constexpr int NOTCH = 120;
+    if (wheelDelta_ == 0) return 0;
+    const int notches = wheelDelta_ / NOTCH;
+    return notches != 0 ? notches : (wheelDelta_ > 0 ? 1 : -1);
+}
+
 // Command and action names are exact: they are identifiers, not text for people.
 bool KEvent::isNamed(const char* name) const {
     return name != nullptr && std::strcmp(name_.c_str(), name) == 0;

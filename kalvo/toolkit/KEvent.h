@@ -78,6 +78,9 @@ public:
     bool isRightButton() const { return (modifiers_ & BUTTON2) != 0; }
     int getClickCount() const { return clickCount_; }
     int getWheelDelta() const { return wheelDelta_; }
+    // Whole notches of the wheel (120 each), positive away from the user; a turn smaller
+    // than a notch counts as one.
+    int getWheelNotches() const;
     int getKeyCode() const { return keyCode_; }
 
     unsigned getCommandId() const { return commandId_; }

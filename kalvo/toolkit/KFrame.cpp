@@ -1,11 +1,16 @@
 #include <kalvo/toolkit/KFrame.h>
 
+#include <kalvo/toolkit/widgets/KScrollPane.h>
+
 K_IMPLEMENT_CLASS(KFrame, KContainer, 1)
 
 KFrame::KFrame(const char* name) : KContainer(name) { setStretch(3); }
 
 KContainer* KFrame::getClient() const {
-    KContainer* client = findContainer("client");
+    KComponent* found = findComponent("client");
+    // A scrolled client is the view inside the pane.
+    if (const KScrollPane* pane = k_dynamic_cast<KScrollPane>(found)) found = pane->getView();
+    KContainer* client = k_dynamic_cast<KContainer>(found);
     if (client == nullptr) throwError(nullptr, "Unable to find client panel.");
     return client;
 }

@@ -10,7 +10,8 @@ class KFrame : public KContainer {
 public:
     explicit KFrame(const char* name = nullptr);
 
-    // Raises "Unable to find client panel." when there is no "client" container.
+    // The "client" container, or the view of a "client" scroll pane; raises "Unable to find
+    // client panel." when there is no such container.
     KContainer* getClient() const;
     // Raises "Unable to find footer panel." when there is no "footer" container.
     KContainer* getFooter() const;

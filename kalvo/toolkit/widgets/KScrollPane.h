@@ -15,8 +15,9 @@
 // scrolls it). Without tracking the view keeps its preferred size along that direction.
 // With horizontal scrolling off the view never scrolls sideways (no "hscroll").
 //
-// The wheel over the pane (where the view does not take it) scrolls by three units;
-// Page Up and Page Down scroll by the viewport's height.
+// The wheel over the pane (where the view does not take it) scrolls by three units, sideways
+// with Shift held; Page Up and Page Down scroll by the viewport's height. A view that posts
+// the action "layout.change" (its size needs changed) is laid out again.
 class KScrollPane : public KContainer {
     K_DECLARE_CLASS(KScrollPane);
 
@@ -52,6 +53,8 @@ public:
     CSize getMinimumSize() const override;
     CSize getPreferredSize() const override;
     void actionPerformed(KEvent& event) override;
+    // "layout.change" from the view lays the pane out again.
+    void onCommand(KEvent& event) override;
     void mouseWheel(KEvent& event) override;
     void processKeyEvent(KEvent& event) override;
 
@@ -60,6 +63,15 @@ public:
     void Serialize(KArchive& archive) override;
 
 private:
+    // Makes the viewport and the sliders that are missing (as after loading an archive that
+    // lacks them) and listens to the sliders; raises when a part of that name is of another
+    // class.
+    void ensureParts();
+    // The view's size for a viewport of the given size, by the tracking rules.
+    CSize viewSizeFor(CSize viewport) const;
+    // Sets the sliders from the view position.
+    void updateSliders();
+
     bool horizontalScrolling_ = true;
     bool horizontalTracking_ = false;
     bool verticalTracking_ = false;

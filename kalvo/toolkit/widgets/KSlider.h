@@ -10,11 +10,13 @@
 // which widens or narrows it (the cursor shows "HORZ_APERTURE" or "VERT_APERTURE" over an
 // end). A press on the track pages toward the press, a press on a step button steps, and
 // both repeat while the button is held. Arrow keys step, Page Up and Page Down page, Home
-// and End go to the limits, the wheel steps.
+// and End go to the limits, the wheel steps. A press does not take the focus from the view
+// that the slider serves: keys reach the slider when the program gives it the focus.
 //
 // Every change the user makes is told to the listeners at once as the action "slider.change"
-// (so that a view can follow a drag), and the end of a drag or press as "slider.end".
-// Changes made through the setters are not told.
+// (so that a view can follow a drag), and the end of a drag or press as "slider.end"; a key
+// or a turn of the wheel is a whole move, told as both. Changes made through the setters are
+// not told.
 class KSlider : public KComponent {
     K_DECLARE_CLASS(KSlider);
 
@@ -41,7 +43,7 @@ public:
     void setDynamicAperture(bool dynamic) { dynamic_ = dynamic; }
     bool isDynamicAperture() const { return dynamic_; }
     // A step is a tenth of the aperture, or a hundredth at low speed; a page is the
-    // aperture.
+    // aperture. An aperture without width steps and pages by a tenth of the limits.
     void setLowSpeed(bool low) { lowSpeed_ = low; }
     bool isLowSpeed() const { return lowSpeed_; }
 
@@ -80,6 +82,17 @@ private:
     enum Part { NONE, STEP_DOWN, STEP_UP, PAGE_DOWN, PAGE_UP, THUMB, LOW_END, HIGH_END };
 
     Part partAt(CPoint point) const;
+    // The slider's long side: the coordinate of a point along it, and the rectangle across
+    // the whole thickness between two coordinates along it.
+    int along(CPoint point) const;
+    CRect span(int from, int to) const;
+    // The length of each step button.
+    int buttonLength() const;
+    // The action of a held button or track part, run at the press and again while it
+    // repeats, as long as the pointer stays on the part.
+    void act(Part part);
+    // Shows the aperture cursor over the thumb's ends, the arrow elsewhere.
+    void updateCursor(Part part);
     // Moves the aperture by delta (keeping its width, stopping at the limits) and tells.
     void moveBy(double delta);
     void changed();
@@ -104,4 +117,8 @@ private:
     double pressLow_ = 0.0;
     double pressHigh_ = 0.0;
     unsigned repeatTimer_ = 0;
+    KHost* repeatHost_ = nullptr;
+    // Where the pointer is while a button is held, along the slider.
+    CPoint pointer_;
+    bool apertureCursor_ = false;
 };

@@ -5,8 +5,10 @@
 // A number with two step buttons: the value in a box on the left, an up and a down arrow
 // stacked on the right. A press on an arrow steps the value (and repeats while held), the
 // wheel and the Up and Down keys step, Page Up and Page Down step ten times, Home and End go
-// to the range's ends. The value shows as an engineering label ("1.25k") followed by the
-// units, when there are any.
+// to the range's ends (keys once the program gives the control the focus: a press leaves the
+// focus where it is). The value shows as an engineering label with the significant digits
+// asked for ("1.25K", "-0.04"), or with units the prefix joins them after a blank ("1.25 KV",
+// "230 V").
 //
 // Every change the user makes is told to the listeners at once as the action "spin.change".
 // Changes made through the setters are not told.
@@ -46,7 +48,11 @@ public:
     CSize getPreferredSize() const override;
     CSize getMinimumSize() const override;
     void paint(KGraphics& graphics) override;
+    // A dotted frame inside the box.
+    void drawFocus(KGraphics& graphics) override;
     void mousePressed(KEvent& event) override;
+    // A held arrow shows pressed, and repeats, only while the pointer is on it.
+    void mouseDragged(KEvent& event) override;
     void mouseReleased(KEvent& event) override;
     void mouseWheel(KEvent& event) override;
     void processKeyEvent(KEvent& event) override;
@@ -57,6 +63,14 @@ public:
 
 private:
     void stopRepeat();
+    // The held arrow's step, when the pointer is on it.
+    void act();
+    // The arrow (+1 up, -1 down) at the point; 0 elsewhere.
+    int arrowAt(CPoint point) const;
+    // The width of the arrows' column.
+    int buttonWidth() const;
+    // The user's change of the value: repaints and tells.
+    void change(double value);
 
     double low_ = 0.0;
     double high_ = 1.0;
@@ -66,4 +80,6 @@ private:
     KString units_;
     int pressed_ = 0;  // +1 up, -1 down, 0 none
     unsigned repeatTimer_ = 0;
+    KHost* repeatHost_ = nullptr;
+    CPoint pointer_;  // while an arrow is held
 };

@@ -31,6 +31,9 @@ public:
     void Serialize(KArchive& archive) override;
 
 private:
+    // The position kept within the view.
+    CPoint clamped(CPoint position) const;
+
     CPoint position_;
     bool buffered_ = false;
 };
