@@ -47,6 +47,7 @@
 #include <kalvo/platform/KCursorService.h>
 #include <kalvo/platform/KLocalClipboard.h>
 #include <kalvo/platform/KPlatformClipboard.h>
+#include <kalvo/platform/KWaitCursor.h>
 #include <kalvo/platform/PenStyle.h>
 #include <kalvo/platform/RasterOp.h>
 #include <kalvo/platform/StockObject.h>
@@ -62,6 +63,7 @@
 #include <kalvo/record/KRecordObserver.h>
 #include <kalvo/record/KRecordProducer.h>
 #include <kalvo/record/KSampleStatistics.h>
+#include <kalvo/record/KTraceSummary.h>
 #include <kalvo/record/KTransform.h>
 #include <kalvo/record/PolarTransform.h>
 
@@ -85,9 +87,6 @@
 #include <kalvo/toolkit/AffineTransform.h>
 #include <kalvo/toolkit/KBufferedContext.h>
 #include <kalvo/toolkit/KClipboard.h>
-// analysis
-#include <kalvo/analysis/Fft.h>
-#include <kalvo/analysis/KFftTransform.h>
 #include <kalvo/toolkit/KColor.h>
 #include <kalvo/toolkit/KComponent.h>
 #include <kalvo/toolkit/KContainer.h>
@@ -122,3 +121,19 @@
 
 // headless host
 #include <kalvo/host/headless/KCanvas.h>
+
+// graph
+#include <kalvo/graph/KCurve.h>
+#include <kalvo/graph/KCurveClient.h>
+#include <kalvo/graph/KGraphAxis.h>
+#include <kalvo/graph/KGraphClient.h>
+#include <kalvo/graph/KGraphFrame.h>
+#include <kalvo/graph/KGraphMeter.h>
+#include <kalvo/graph/KGraphPanel.h>
+#include <kalvo/graph/KGraphPanelAnalog.h>
+#include <kalvo/graph/KGraphPanelDigital.h>
+#include <kalvo/graph/KWaveformPainter.h>
+
+// analysis
+#include <kalvo/analysis/Fft.h>
+#include <kalvo/analysis/KFftTransform.h>

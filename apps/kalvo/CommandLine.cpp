@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include <kalvo/foundation/KException.h>
 
@@ -56,6 +57,22 @@ CommandLine::CommandLine(int argc, char** argv, int first, int accepted) {
             if (*end != '\0' || n < 1 || n > 100000)
                 KException::raise("Usage", "--max needs a harmonic number from 1, not '%s'", text);
             maxHarmonic = static_cast<int>(n);
+        } else if ((accepted & PICTURE) && strcmp(a, "--markers") == 0) {
+            const char* text = value(i);
+            const char* comma = strchr(text, ',');
+            if (comma == nullptr) KException::raise("Usage", "--markers needs two times: T1,T2");
+            markers = {seconds(a, std::string(text, comma).c_str()), seconds(a, comma + 1)};
+        } else if ((accepted & PICTURE) && strcmp(a, "--size") == 0) {
+            const char* text = value(i);
+            char* end = nullptr;
+            const long w = strtol(text, &end, 10);
+            const long h = *end == 'x' ? strtol(end + 1, &end, 10) : 0;
+            if (*end != '\0' || w < 200 || h < 150 || w > 20000 || h > 20000)
+                KException::raise("Usage", "--size needs WIDTHxHEIGHT in pixels (200x150 to 20000x20000), not '%s'", text);
+            width = static_cast<int>(w);
+            height = static_cast<int>(h);
+        } else if ((accepted & PICTURE) && strcmp(a, "--dark") == 0) {
+            dark = true;
         } else if ((accepted & HARMONICS) && strcmp(a, "--percent") == 0) {
             percent = true;
         } else if (a[0] == '-' && a[1] != '\0') {

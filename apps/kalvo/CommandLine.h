@@ -10,7 +10,7 @@
 class CommandLine {
 public:
     // Which options a subcommand takes, beside FILE, --primary, --encoding and --help.
-    enum Option { CHANNELS = 1, RANGE = 2, OUTPUT = 4, HARMONICS = 8 };
+    enum Option { CHANNELS = 1, RANGE = 2, OUTPUT = 4, HARMONICS = 8, PICTURE = 16 };
 
     CommandLine(int argc, char** argv, int first, int accepted);
 
@@ -23,6 +23,9 @@ public:
     bool percent = false;
     bool primary = false;
     bool help = false;
+    std::vector<double> markers;  // --markers T1,T2
+    int width = 1600, height = 900;
+    bool dark = false;
     KTextEncoding::Encoding encoding = KTextEncoding::AUTO;
 
 private:

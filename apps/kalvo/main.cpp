@@ -9,6 +9,7 @@
 #include "ExportCommand.h"
 #include "HarmonicsCommand.h"
 #include "InfoCommand.h"
+#include "RenderCommand.h"
 
 namespace {
 
@@ -22,6 +23,7 @@ const char* const USAGE =
     "  info       station, device, times, sampling, channels and what was off in the files\n"
     "  export     time and channel values as comma-separated text\n"
     "  harmonics  harmonic content of a stretch of the record\n"
+    "  render     the time graphs of the record as a picture\n"
     "\n"
     "kalvo COMMAND --help tells more.\n";
 
@@ -38,6 +40,8 @@ const Command COMMANDS[] = {
      ExportCommand::HELP, ExportCommand::run},
     {"harmonics", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::HARMONICS,
      HarmonicsCommand::HELP, HarmonicsCommand::run},
+    {"render", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::OUTPUT | CommandLine::PICTURE,
+     RenderCommand::HELP, RenderCommand::run},
 };
 
 }  // namespace

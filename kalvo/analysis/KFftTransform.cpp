@@ -6,6 +6,7 @@
 
 #include <kalvo/analysis/Fft.h>
 #include <kalvo/foundation/KAssertion.h>
+#include <kalvo/graph/KCurve.h>
 #include <kalvo/record/KRecord.h>
 #include <kalvo/record/PolarTransform.h>
 
@@ -89,5 +90,21 @@ bool KFftTransform::transform(KRecord* source, KRecord& target, int from, int to
     }
     deleteColumns(spectrum);
     deleteColumns(polar);
+    return true;
+}
+
+bool KFftTransform::transform(KVector<KCurve>& curves, KVector<KRecord>& records, double from,
+                              double to, bool normalizeX, bool normalizeY) {
+    for (int i = 0; i < curves.getCount(); ++i) {
+        KCurve* curve = curves.get(i);
+        if (curve == nullptr) continue;
+        const int first = curve->findIndex(from);
+        const int end = curve->findIndex(to);
+        auto* result = new KRecord();
+        records.add(result);
+        if (KRecord* record = curve->getRecord()) {
+            transform(record, *result, first, end, normalizeX, normalizeY);
+        }
+    }
     return true;
 }

@@ -31,8 +31,12 @@ public:
     bool transform(KRecord* source, KRecord& target, int from, int to, bool normalizeX,
                    bool normalizeY) override;
 
-    // The curve form is inherited unchanged until curves exist.
-    using KDataTransformExt::transform;
+    // Each non-null curve's samples from the index of from up to the index of to (the
+    // curve's findIndex), through the record form, into a new record appended to records,
+    // which the caller owns: one record per non-null curve, empty where the curve has no
+    // data or the stretch is empty. Always true.
+    bool transform(KVector<KCurve>& curves, KVector<KRecord>& records, double from, double to,
+                   bool normalizeX, bool normalizeY) override;
 
 private:
     int length_ = 0;

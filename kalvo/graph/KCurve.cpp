@@ -41,6 +41,9 @@ KCurve::KCurve(const char* name) : KLabel(name), id_(nextId_++) {
     curveFlags_.set(ICON);
     curveFlags_.set(ANALOG);
     setInsets(CRect(1, 1, 1, 1));
+    // A legend entry shows on its legend's background.
+    setOpaque(false);
+    setFillStyle(FILL_NONE);
     if (name == nullptr || *name == '\0') setName("KCurve");
     setMenu("KCurve");
     getLegendFont();

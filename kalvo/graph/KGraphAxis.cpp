@@ -214,6 +214,17 @@ KString KGraphAxis::toLabelFixed(double value, int precision, double lo, double 
     return toLabel(value, precision, lo, hi);
 }
 
+KString KGraphAxis::formatTime(double seconds) {
+    KString text;
+    if (!KDouble::isFinite(seconds)) return text;
+    if (std::fabs(seconds) < 1.0) {
+        text.format("%.3f ms", seconds * 1e3);
+    } else {
+        text.format("%.6f s", seconds);
+    }
+    return text;
+}
+
 KString KGraphAxis::getTooltipText(CPoint point) const {
     switch (markAt(point.x)) {
         case 0: return "'X' Marker";

@@ -60,6 +60,7 @@ public:
     const KRange& getXRange() const { return range_; }
     // The extent the range may show (the record's), for the slider and the markers.
     void setBounds(double lower, double upper);
+    using KContainer::setBounds;
     // The text after every tick label ("s").
     void setUnits(const char* units) { units_ = units; }
     const KString& getUnits() const { return units_; }
@@ -110,6 +111,10 @@ public:
     // time range calendar fields by the range's time unit.
     KString toLabel(double value, int precision, double lo, double hi) const;
     KString toLabelFixed(double value, int precision, double lo, double hi) const;
+
+    // A time for read-outs: milliseconds to the microsecond below a second ("16.667 ms"),
+    // seconds to the microsecond above; empty for a value that is not finite.
+    static KString formatTime(double seconds);
 
     KString getTooltipText(CPoint point) const override;
     // Refreshes the frame's read-outs beside the axis.

@@ -36,13 +36,6 @@ const char* const READOUTS[6] = {"cn1.x", "cn1.o", "cn1.d", "cn3.c", "cn3.f", "c
 int footerHeight() { return 3 * (KComponent::getUnitSize() - 2); }
 int headerHeight() { return KComponent::getUnitSize() + 6; }
 
-// A time difference or position as engineers read it: "12.35 ms".
-KString timeText(double t) {
-    KString s = KDouble::toLabel(t, 3).trim();
-    s << "s";
-    return s;
-}
-
 KContainer* readoutColumn(const char* name, bool leftAligned, CRect insets) {
     auto* column = new KPanel(name);
     column->setLayout(new KGridLayout(3, 1, 0, 0));
@@ -233,16 +226,21 @@ KContainer* KGraphFrame::componentPasting(KComponent* component) {
 
 // Records.
 
-void KGraphFrame::addRecord(KRecord* record) {
+void KGraphFrame::addRecord(KRecord* record, const std::vector<int>& traces) {
     if (record == nullptr || record->getTraceCount() == 0) return;
+    std::vector<int> chosen = traces;
+    if (chosen.empty()) {
+        for (int t = 0; t < record->getTraceCount(); ++t) chosen.push_back(t);
+    }
     const KString frequency = record->getProperty(KRecord::LINE_FREQUENCY);
     if (!frequency.isEmpty()) setLineFrequency(KDouble::valueOf(frequency.c_str()));
 
     // Analog channels by their units, in order of first appearance.
     std::vector<std::pair<KString, std::vector<int>>> groups;
     std::vector<int> changing, steady;
-    for (int t = 0; t < record->getTraceCount(); ++t) {
+    for (int t : chosen) {
         const KRecord::Trace* trace = record->getTrace(t);
+        if (trace == nullptr) continue;
         if (trace->isDigital()) {
             const double lo = trace->findMinValue(0, 0), hi = trace->findMaxValue(0, 0);
             (lo < 0.5 && hi >= 0.5 ? changing : steady).push_back(t);
@@ -269,9 +267,9 @@ void KGraphFrame::addRecord(KRecord* record) {
         }
         return true;
     };
-    for (const auto& [units, traces] : groups) {
+    for (const auto& [units, members] : groups) {
         KGraphPanel* graph = nullptr;
-        for (int t : traces) {
+        for (int t : members) {
             if (graph == nullptr || !fill(graph, t)) {
                 graph = addAnalogGraph();
                 if (auto* analog = k_dynamic_cast<KGraphPanelAnalog>(graph); analog != nullptr && !units.isEmpty()) {
@@ -625,7 +623,7 @@ void KGraphFrame::updateMarkerLabels() {
     const double d = xOn && oOn ? o - x : KDouble::NaN;
     KString text;
     if (KDouble::isFinite(d)) {
-        text << "O-X " << timeText(d);
+        text << "O-X " << KGraphAxis::formatTime(d);
     } else {
         text = "O-X  ---";
     }
@@ -663,7 +661,7 @@ KString KGraphFrame::markerText(char name, double x) const {
     KString text;
     text << name << " ";
     if (KDouble::isFinite(x)) {
-        text << timeText(x);
+        text << KGraphAxis::formatTime(x);
     } else {
         text << " ---";
     }
@@ -782,8 +780,8 @@ bool KGraphFrame::properties(CWnd*) {
     getAxis()->getRange(lo, hi);
     KString text;
     text.format("%s\n\nGraphs: %d\nCurves: %d\nTime: %s to %s", getTitle().c_str(),
-                static_cast<int>(graphs.size()), static_cast<int>(curves.size()), timeText(lo).c_str(),
-                timeText(hi).c_str());
+                static_cast<int>(graphs.size()), static_cast<int>(curves.size()), KGraphAxis::formatTime(lo).c_str(),
+                KGraphAxis::formatTime(hi).c_str());
     if (lineFrequency_ > 0) text << "\nLine frequency: " << KDouble::toString(lineFrequency_).c_str() << " Hz";
     host->messageBox(text.c_str(), "Frame Properties", KHost::MB_OK | KHost::MB_ICONINFORMATION);
     return true;

@@ -38,10 +38,10 @@ public:
 
     // Builds the header, the stack of graphs and the footer with the axis.
     void create();
-    // Adds a graph of each kind for every channel of the record: analog channels grouped by
-    // units, status channels that change state in status graphs (all of them when none
-    // changes); markers off, the trigger shown, the whole record in view.
-    void addRecord(KRecord* record);
+    // Adds graphs for the record's channels (the traces listed, or all): analog channels
+    // grouped by units, status channels that change state in status graphs (all of them
+    // when none changes); markers off, the trigger shown, the whole record in view.
+    void addRecord(KRecord* record, const std::vector<int>& traces = {});
 
     // Parts. getAxis raises "Unable to find axis panel." when there is none.
     KGraphAxis* getAxis() const;

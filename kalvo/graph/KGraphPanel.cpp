@@ -597,7 +597,7 @@ KString KGraphPanel::getTooltipText(CPoint point) const {
     if (m < 0) return KComponent::getTooltipText(point);
     const double t = m == 0 ? markerX_ : markerO_;
     KString text;
-    text.format("'%c' Marker\n%s", m == 0 ? 'X' : 'O', (KDouble::toLabel(t, 3) + "s").c_str());
+    text.format("'%c' Marker\n%s", m == 0 ? 'X' : 'O', KGraphAxis::formatTime(t).c_str());
     return text;
 }
 
@@ -607,7 +607,7 @@ KString KGraphPanel::getCrossHairText(CPoint point) const {
     if (xRange_.isUnitized()) {
         text.format("x:\t%s", KDate(t).toString("%Y %b %d %H:%M:%S").c_str());
     } else {
-        text.format("x:\t%ss", KDouble::toLabel(t, 3).c_str());
+        text.format("x:\t%s", KGraphAxis::formatTime(t).c_str());
     }
     std::vector<KCurve*> curves;
     getCurveList(curves);

@@ -92,12 +92,12 @@ void KGraphPanelDigital::drawSegments(KGraphics& graphics, const KCurve* constCu
     const int inset = std::max(2, laneRect.Height() / 6);
     CRect band(laneRect.left, laneRect.top + inset, laneRect.right, laneRect.bottom - inset);
     if (band.Height() < 1) band = laneRect;
+    // Status values are 0 and 1: low on the band's bottom, high on its top.
     const KRange& xr = getXRange();
-    const double threshold = curve->getThreshold();
-    KWaveformPainter painter(band, xr.getMinimum(), xr.getMaximum(), threshold - 1.0, threshold);
+    KWaveformPainter painter(band, xr.getMinimum(), xr.getMaximum(), 0.0, 1.0);
     painter.setSteps(true);
     painter.draw(graphics.getDC(), x, y, n, &curve->getSummary(), KWaveformPainter::AREA,
-                 curveColor(curve), 1, threshold - 1.0, first, last);
+                 curveColor(curve), 1, 0.0, first, last);
 }
 
 void KGraphPanelDigital::drawYGrid(KGraphics& graphics) {

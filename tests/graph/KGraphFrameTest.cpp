@@ -1,0 +1,315 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "graph/GraphTestSupport.h"
+
+using namespace ktest;
+
+namespace {
+
+// A three-phase record: currents in A, voltages in kV, and a trip that changes state.
+std::unique_ptr<KRecord> threePhase(int n = 640) {
+    const std::vector<double> x = times(n, -0.05);
+    std::vector<double> trip(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i) trip[i] = x[i] >= 0.02 ? 1.0 : 0.0;
+    auto r = makeRecord(x, {sine(n, 100.0, -0.05), sine(n, 100.0, -0.05, 2.0944), sine(n, 60.0, -0.05, 0.5),
+                            trip, std::vector<double>(static_cast<size_t>(n), 0.0)});
+    const char* names[] = {"IA", "IB", "VA", "TRIP", "DOOR"};
+    const char* units[] = {"A", "A", "kV", "", ""};
+    for (int t = 0; t < 5; ++t) {
+        r->setTraceName(t, names[t]);
+        r->getTrace(t)->setUnits(units[t]);
+        if (t >= 3) r->getTrace(t)->setFlags(KRecord::Trace::DIGITAL);
+    }
+    r->setTriggerValue(0.0);
+    r->setProperty(KRecord::LINE_FREQUENCY, "60");
+    return r;
+}
+
+std::vector<std::string> names(const KGraphPanel* graph) {
+    std::vector<KCurve*> curves;
+    graph->getCurveList(curves);
+    std::vector<std::string> out;
+    for (KCurve* c : curves) out.emplace_back(c->getText().c_str());
+    return out;
+}
+
+}  // namespace
+
+TEST(KGraphFrameTest, BuildsItsPartsAndGraphsFromARecord) {
+    KCanvas canvas(1000, 600);
+    KGraphFrame* frame = frameOn(canvas);
+    EXPECT_STREQ(frame->getTitle().c_str(), "Advanced Graph Frame");
+    EXPECT_NE(frame->findComponent("footer.cn1"), nullptr);
+    EXPECT_NE(frame->findComponent("footer.cn3"), nullptr);
+    EXPECT_NE(frame->findComponent("footer.axis.Slider1"), nullptr);
+    EXPECT_EQ(frame->getClient(), frame->getGraphClient());
+    KGraphFrame bare;
+    EXPECT_EQ(raised([&] { bare.getAxis(); }).getText(), KString("Unable to find axis panel."));
+
+    auto record = threePhase();
+    frame->addRecord(record.get());
+    canvas.layout();
+    canvas.pumpTasks();
+    std::vector<KGraphPanel*> graphs;
+    frame->getGraphList(graphs);
+    // Currents together, voltages apart, the status channel that changes in a status graph.
+    ASSERT_EQ(graphs.size(), 3u);
+    EXPECT_EQ(names(graphs[0]), (std::vector<std::string>{"IA", "IB"}));
+    EXPECT_EQ(names(graphs[1]), (std::vector<std::string>{"VA"}));
+    EXPECT_EQ(names(graphs[2]), (std::vector<std::string>{"TRIP"}));
+    EXPECT_NE(k_dynamic_cast<KGraphPanelDigital>(graphs[2]), nullptr);
+    // The whole record in view, the trigger shown, the markers off.
+    KGraphAxis* axis = frame->getAxis();
+    EXPECT_DOUBLE_EQ(axis->getXRange().getMinimum(), -0.05);
+    EXPECT_DOUBLE_EQ(axis->getXRange().getMaximum(), record->getXData()[639]);
+    EXPECT_TRUE(axis->isTriggerEnabled());
+    EXPECT_FALSE(axis->isMarkerXEnabled() || axis->isMarkerOEnabled());
+    for (KGraphPanel* g : graphs) {
+        EXPECT_EQ(g->getXRange(), axis->getXRange());
+        EXPECT_TRUE(g->isTriggerEnabled());
+    }
+    // Every plot lines up with the axis.
+    for (KGraphPanel* g : graphs) {
+        EXPECT_EQ(g->getLocationOnCanvas().x + g->getPlotRectangle().left, axis->getLocationOnCanvas().x + axis->getClientRect().left);
+        EXPECT_EQ(g->getLocationOnCanvas().x + g->getPlotRectangle().right, axis->getLocationOnCanvas().x + axis->getClientRect().right);
+    }
+    // A chosen set of channels only.
+    KCanvas other(1000, 600);
+    KGraphFrame* some = frameOn(other);
+    some->addRecord(record.get(), {2});
+    std::vector<KGraphPanel*> one;
+    some->getGraphList(one);
+    ASSERT_EQ(one.size(), 1u);
+    EXPECT_EQ(names(one[0]), (std::vector<std::string>{"VA"}));
+}
+
+TEST(KGraphFrameTest, KeepsEveryGraphInStepWithTheAxis) {
+    KCanvas canvas(1000, 600);
+    KGraphFrame* frame = frameOn(canvas);
+    auto record = threePhase();
+    frame->addRecord(record.get());
+    canvas.layout();
+    std::vector<KGraphPanel*> graphs;
+    frame->getGraphList(graphs);
+    // One graph zooms: all follow, and the axis with them.
+    ASSERT_TRUE(graphs[1]->zoomInX());
+    for (KGraphPanel* g : graphs) EXPECT_EQ(g->getXRange(), frame->getAxis()->getXRange());
+    double lo, hi;
+    frame->getAperture(lo, hi);
+    EXPECT_DOUBLE_EQ(lo, frame->getAxis()->getXRange().getMinimum());
+    EXPECT_DOUBLE_EQ(hi, frame->getAxis()->getXRange().getMaximum());
+    frame->panDisplay(0.01);
+    for (KGraphPanel* g : graphs) EXPECT_DOUBLE_EQ(g->getXRange().getMinimum(), lo + 0.01);
+
+    // Markers never placed: toggling shows both at the first sample.
+    frame->toggleMarkers();
+    KGraphAxis* axis = frame->getAxis();
+    EXPECT_TRUE(axis->isMarkerXEnabled() && axis->isMarkerOEnabled());
+    EXPECT_DOUBLE_EQ(axis->getMarkerXPosition(), -0.05);
+    EXPECT_DOUBLE_EQ(axis->getMarkerOPosition(), -0.05);
+    for (KGraphPanel* g : graphs) EXPECT_TRUE(g->isMarkersEnabled());
+    // One cycle apart: the read-outs say so.
+    frame->setMarkerXPosition(0.0);
+    frame->setMarkerOPosition(1.0 / 60.0);
+    EXPECT_STREQ(frame->getReadout(0)->getText().c_str(), "X 0.000 ms");
+    EXPECT_STREQ(frame->getReadout(1)->getText().c_str(), "O 16.667 ms");
+    EXPECT_STREQ(frame->getReadout(2)->getText().c_str(), "O-X 16.667 ms");
+    EXPECT_STREQ(frame->getReadout(3)->getText().c_str(), "1.00 cycles");
+    EXPECT_STREQ(frame->getReadout(4)->getText().c_str(), "1/(O-X) 60.000Hz");
+    for (KGraphPanel* g : graphs) EXPECT_DOUBLE_EQ(g->getMarkerOPosition(), 1.0 / 60.0);
+    // The meters read the curves at the markers.
+    KGraphMeter* meter = graphs[0]->getMeter();
+    ASSERT_NE(meter, nullptr);
+    EXPECT_TRUE(meter->isVisible());
+    KString atX, atO, difference;
+    meter->getRowTexts(0, atX, atO, difference);
+    EXPECT_STREQ(atX.c_str(), "0.000A");
+    meter->getRowTexts(-1, atX, atO, difference);
+    EXPECT_STREQ(difference.c_str(), "O-X");
+    KGraphMeter* states = graphs[2]->getMeter();
+    states->getRowTexts(0, atX, atO, difference);
+    EXPECT_STREQ(atX.c_str(), "Low");
+    EXPECT_STREQ(atO.c_str(), "Low");
+    frame->setMarkerOPosition(0.03);
+    states->getRowTexts(0, atX, atO, difference);
+    EXPECT_STREQ(atO.c_str(), "High");
+    EXPECT_STREQ(difference.c_str(), "changed");
+    // Toggled again: both go, the read-outs empty.
+    frame->toggleMarkers();
+    EXPECT_FALSE(axis->isMarkerXEnabled());
+    EXPECT_STREQ(frame->getReadout(0)->getText().c_str(), "X  ---");
+    EXPECT_FALSE(meter->isVisible());
+}
+
+TEST(KGraphFrameTest, MarkersAreDraggedOnTheAxisAndInThePlots) {
+    KCanvas canvas(1000, 600);
+    KGraphFrame* frame = frameOn(canvas);
+    auto record = threePhase();
+    frame->addRecord(record.get());
+    canvas.layout();
+    frame->toggleMarkers();
+    frame->setMarkerXPosition(0.0);
+    frame->setMarkerOPosition(0.01);
+    canvas.paint();
+    KGraphAxis* axis = frame->getAxis();
+    const CPoint origin = axis->getLocationOnCanvas();
+    const int column = origin.x + axis->toLogicalX(0.0);
+    const int target = origin.x + axis->toLogicalX(0.005);
+    canvas.mousePress(CPoint(column + 2, origin.y + 5));
+    EXPECT_EQ(canvas.getCursorName(), KString("HAND_CLOSE"));
+    canvas.mouseDrag(CPoint(target, origin.y + 5));
+    // While dragging, the read-out follows and the graphs wait.
+    const std::string shown = frame->getReadout(0)->getText().c_str();
+    ASSERT_EQ(shown.rfind("X ", 0), 0u);
+    EXPECT_NEAR(std::stod(shown.substr(2)), 5.0, 0.2) << shown;
+    std::vector<KGraphPanel*> graphs;
+    frame->getGraphList(graphs);
+    EXPECT_DOUBLE_EQ(graphs[0]->getMarkerXPosition(), 0.0);
+    canvas.mouseRelease(CPoint(target, origin.y + 5));
+    canvas.pumpTasks();
+    EXPECT_NEAR(axis->getMarkerXPosition(), 0.005, 0.0005);
+    EXPECT_DOUBLE_EQ(graphs[0]->getMarkerXPosition(), axis->getMarkerXPosition());
+    EXPECT_TRUE(canvas.getCursorName().isEmpty());
+    // In a plot: a press on O's line takes O along.
+    KGraphPanel* g = graphs[0];
+    const CPoint at = g->getLocationOnCanvas();
+    const CRect plot = g->getPlotRectangle();
+    const int o = at.x + plot.left + g->toLogicalX(0.01);
+    const int to = at.x + plot.left + g->toLogicalX(0.02);
+    canvas.mousePress(CPoint(o + 1, at.y + plot.top + 10));
+    canvas.mouseDrag(CPoint(to, at.y + plot.top + 12));
+    canvas.mouseRelease(CPoint(to, at.y + plot.top + 12));
+    EXPECT_NEAR(axis->getMarkerOPosition(), 0.02, 0.0005);
+    EXPECT_NEAR(graphs[2]->getMarkerOPosition(), 0.02, 0.0005);
+}
+
+TEST(KGraphFrameTest, InsertedCurvesTakeTheirTimesFromTheirEnds) {
+    KCanvas canvas(800, 500);
+    KGraphFrame* frame = frameOn(canvas);
+    double values[] = {1, NAN, 3};
+    // A non-finite value is skipped without advancing the time.
+    KCurve* skipped = frame->insertCurve(values, 3, 0, 2, "skip");
+    ASSERT_NE(skipped, nullptr);
+    ASSERT_EQ(skipped->getSampleCount(), 2);
+    EXPECT_EQ(skipped->getXData()[1], 1.0);
+    EXPECT_EQ(skipped->getYData()[1], 3.0);
+    EXPECT_STREQ(skipped->getText().c_str(), "skip");
+    // An end not after the start spaces the samples 1 apart.
+    double flat[] = {4, 5, 6};
+    KCurve* same = frame->insertCurve(flat, 3, 2, 2, "same");
+    KCurve* back = frame->insertCurve(flat, 3, 5, 1, "back");
+    EXPECT_EQ(same->getXData()[2], 4.0);
+    EXPECT_EQ(back->getXData()[1], 6.0);
+    EXPECT_EQ(frame->insertCurve(nullptr, 3, 0, 1, "none"), nullptr);
+    EXPECT_EQ(frame->insertCurve(flat, 0, 0, 1, "none"), nullptr);
+    // More values go on at the same step.
+    double more[] = {7, 8};
+    EXPECT_TRUE(frame->appendDataToCurve(more, 2, "same"));
+    EXPECT_EQ(same->getSampleCount(), 5);
+    EXPECT_EQ(same->getXData()[4], 6.0);
+    std::vector<KCurve*> curves;
+    frame->getCurveList(curves);
+    EXPECT_EQ(curves.size(), 3u);
+    EXPECT_TRUE(frame->removeCurve("back"));
+    EXPECT_FALSE(frame->removeCurve("back"));
+    EXPECT_TRUE(frame->removeCurve(0));
+    curves.clear();
+    frame->getCurveList(curves);
+    EXPECT_EQ(curves.size(), 1u);
+}
+
+TEST(KGraphFrameTest, AStoredFrameLoadsBackEqual) {
+    KCanvas canvas(1000, 600);
+    KGraphFrame* frame = frameOn(canvas);
+    auto record = threePhase();
+    frame->addRecord(record.get());
+    double values[] = {1, 2, 3};
+    frame->insertCurve(values, 3, 0, 0.01, "extra");
+    canvas.layout();
+    frame->toggleMarkers();
+    frame->setMarkerXPosition(0.002);
+    frame->setMarkerOPosition(0.012);
+    std::vector<KGraphPanel*> graphs;
+    frame->getGraphList(graphs);
+    graphs[0]->zoomInX();
+    graphs[0]->setGridEnabled(false);
+    std::vector<KCurve*> curves;
+    frame->getCurveList(curves);
+    curves[1]->setLineWidth(3);
+
+    auto loaded = roundTrip<KGraphFrame>(*frame);
+    KCanvas again(1000, 600);
+    KGraphFrame* copy = loaded.release();
+    again.setRoot(copy);
+    std::vector<KGraphPanel*> copies;
+    copy->getGraphList(copies);
+    ASSERT_EQ(copies.size(), graphs.size());
+    for (size_t i = 0; i < graphs.size(); ++i) {
+        EXPECT_STREQ(copies[i]->getClassName(), graphs[i]->getClassName());
+        EXPECT_EQ(copies[i]->getXRange(), graphs[i]->getXRange());
+        EXPECT_EQ(copies[i]->getYRange(), graphs[i]->getYRange());
+        EXPECT_EQ(names(copies[i]), names(graphs[i]));
+    }
+    EXPECT_FALSE(copies[0]->isGridEnabled());
+    EXPECT_DOUBLE_EQ(copy->getMarkerXPosition(), 0.002);
+    EXPECT_TRUE(copy->getAxis()->isMarkersEnabled());
+    // The curves show their records again, sample for sample.
+    std::vector<KCurve*> copied;
+    copy->getCurveList(copied);
+    ASSERT_EQ(copied.size(), curves.size());
+    EXPECT_EQ(copied[1]->getLineWidth(), 3);
+    for (size_t i = 0; i < curves.size(); ++i) {
+        ASSERT_EQ(copied[i]->getSampleCount(), curves[i]->getSampleCount()) << i;
+        for (int k = 0; k < curves[i]->getSampleCount(); ++k) {
+            ASSERT_EQ(copied[i]->getYData()[k], curves[i]->getYData()[k]);
+            ASSERT_EQ(copied[i]->getXData()[k], curves[i]->getXData()[k]);
+        }
+    }
+    // The records read back live as long as their curves, not the original.
+    record.reset();
+    EXPECT_EQ(copied[0]->getSampleCount(), 640);
+    again.layout();
+    again.paint();
+}
+
+TEST(KGraphFrameTest, OddRecordsDrawWithoutFault) {
+    struct Case {
+        const char* what;
+        std::vector<double> x;
+        std::vector<double> y;
+    };
+    const std::vector<Case> cases = {
+        {"one sample", {0.5}, {3}},
+        {"all NaN", {0, 1, 2}, {NAN, NAN, NAN}},
+        {"constant", {0, 1, 2, 3}, {7, 7, 7, 7}},
+        {"huge", {0, 1, 2}, {1e300, -1e300, 1e300}},
+        {"tiny", {0, 1e-12, 2e-12}, {1e-300, 2e-300, -1e-300}},
+        {"backwards", {0, 2, 1, 3}, {1, 2, 3, 4}},
+        {"infinite", {0, 1, 2}, {INFINITY, 1, -INFINITY}},
+    };
+    for (const Case& c : cases) {
+        KCanvas canvas(600, 400);
+        KGraphFrame* frame = frameOn(canvas);
+        auto record = makeRecord(c.x, {c.y});
+        frame->addRecord(record.get());
+        canvas.layout();
+        canvas.pumpTasks();
+        frame->toggleMarkers();
+        canvas.paint();
+        const KRange& range = frame->getAxis()->getXRange();
+        EXPECT_TRUE(std::isfinite(range.getMinimum()) && range.getMaximum() > range.getMinimum()) << c.what;
+        std::vector<KGraphPanel*> graphs;
+        frame->getGraphList(graphs);
+        ASSERT_EQ(graphs.size(), 1u) << c.what;
+        EXPECT_TRUE(std::isfinite(graphs[0]->getYRange().getMinimum())) << c.what;
+        graphs[0]->zoomInX();
+        graphs[0]->setCrossHairEnabled(true);
+        canvas.mouseMove(CPoint(300, 100));
+        canvas.paint();
+    }
+}
