@@ -56,7 +56,7 @@ int InfoCommand::run(const CommandLine& options, FILE* out) {
     fprintf(out, "File type:       %s\n", property(KComtradeReader::FILE_TYPE).c_str());
     fprintf(out, "Line frequency:  %s Hz\n", property(KComtradeReader::LINE_FREQUENCY).c_str());
     fprintf(out, "Start:           %s\n", property(KComtradeReader::START).c_str());
-    const double trigger = source.getReader().getFile().triggerTime;
+    const double trigger = n > 0 ? -r.getDomainValue(0) : 0.0;
     fprintf(out, "Trigger:         %s (%.9g s after the start)\n",
             property(KComtradeReader::TRIGGER).c_str(), trigger);
     fprintf(out, "Samples:         %d", n);
@@ -65,7 +65,7 @@ int InfoCommand::run(const CommandLine& options, FILE* out) {
                 r.getDomainValue(n - 1));
     fprintf(out, "\n");
 
-    const auto& rates = source.getReader().getFile().config.rates;
+    const auto& rates = source.getReader().getConfig().rates;
     fprintf(out, "Sampling rates:  ");
     if (rates.size() == 1 && rates[0].rate == 0.0) fprintf(out, "none (time from the time stamps)");
     for (size_t k = 0; k < rates.size() && rates[0].rate > 0.0; ++k)

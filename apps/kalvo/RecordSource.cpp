@@ -22,7 +22,7 @@ RecordSource::RecordSource(const CommandLine& options) {
     name = options.file;
     // Progress for data that take a while to read: anything over 16 MB.
     std::string data = options.file;
-    const std::string companion = KComtradeFile::findCompanion(options.file, "dat");
+    const std::string companion = KComtradeStream::findCompanion(options.file, "dat");
     if (!companion.empty()) data = companion;
     struct stat info;
     const bool large = stat(data.c_str(), &info) == 0 && info.st_size > (16 << 20);
