@@ -107,3 +107,33 @@ std::string DisplayText::fit(std::string_view text, int columns, bool right) {
     const std::string pad(static_cast<size_t>(columns > used ? columns - used : 0), ' ');
     return right ? pad + shown : shown + pad;
 }
+
+std::string DisplayText::wrap(std::string_view text, int columns, std::string_view first,
+                              std::string_view rest) {
+    std::string out(first);
+    int used = width(first);
+    bool empty = true;  // no word on the current line yet
+    size_t i = 0;
+    while (i < text.size()) {
+        const size_t blank = text.find(' ', i);
+        const std::string_view word =
+            text.substr(i, blank == std::string_view::npos ? std::string_view::npos : blank - i);
+        i = blank == std::string_view::npos ? text.size() : blank + 1;
+        if (word.empty()) continue;
+        const int w = width(word);
+        if (!empty && used + 1 + w > columns) {
+            out += "\n";
+            out += rest;
+            used = width(rest);
+            empty = true;
+        }
+        if (!empty) {
+            out += ' ';
+            ++used;
+        }
+        out += word;
+        used += w;
+        empty = false;
+    }
+    return out + "\n";
+}

@@ -17,6 +17,10 @@ public:
     // text cut to at most columns (ending in "…" when cut) and padded with blanks to exactly
     // that many; right-aligned when right is set.
     static std::string fit(std::string_view text, int columns, bool right = false);
+    // text broken at blanks into lines of at most columns (a longer word stays whole), the
+    // first line led by first and the others by rest; each line ends with a line end.
+    static std::string wrap(std::string_view text, int columns, std::string_view first = "",
+                            std::string_view rest = "");
     // Sets the character type of the locale so that widths are those of UTF-8 text.
     static void useUtf8();
 };

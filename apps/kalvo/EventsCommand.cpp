@@ -48,7 +48,7 @@ int EventsCommand::run(const CommandLine& options, FILE* out) {
         ChannelSelection(c, source.getName()).select(options.channels, ChannelSelection::DIGITAL);
     for (int& k : channels) k -= analogs;  // status channel index
 
-    fprintf(out, "Events of %s\n", DisplayText::escape(source.getName()).c_str());
+    fputs(DisplayText::wrap("Events of " + DisplayText::escape(source.getName()), 100).c_str(), out);
     fprintf(out, "Start %s, trigger %s; %s\n", c.start.toDisplayString().c_str(),
             c.trigger.toDisplayString().c_str(),
             RecordSource::count(static_cast<long long>(channels.size()), "status channel").c_str());

@@ -98,22 +98,45 @@ int HarmonicsCommand::run(const CommandLine& options, FILE* out) {
         KException::raise("Harmonics", "%s has no analog channels", source.getName().c_str());
     const double lineFrequency = atof(r.getProperty(KComtradeReader::LINE_FREQUENCY).c_str());
     const double cycle = lineFrequency > 0 ? 1.0 / lineFrequency : 0.0;
+    const int count = r.getSampleCount();
+    if (count == 0) KException::raise("Harmonics", "%s holds no samples", source.getName().c_str());
+    const double* all = r.getXData();
+    const bool chosen = options.hasFrom || options.hasTo;
     double from = options.hasFrom ? options.from : r.getTriggerValue();
     double to = options.hasTo ? options.to : from + cycle;
     if (!options.hasFrom && options.hasTo) from = to - cycle;
+    if (!chosen) {
+        // The cycle at the trigger, moved inside the record when it does not fit there; the
+        // whole record when it is shorter than a cycle or has no line frequency.
+        const double step = count > 1 ? all[1] - all[0] : 0.0;
+        const double last = all[count - 1] + step;
+        if (to > last) to = last, from = to - cycle;
+        if (from < all[0] || cycle == 0.0) from = all[0], to = std::min(from + cycle, last);
+        if (cycle == 0.0) to = last;
+    }
     if (!(to > from))
         KException::raise("Usage", "the record has no line frequency: give --from and --to");
     // Samples from from up to to, a nanosecond of slack for computed times.
     constexpr double SLACK = 1e-9;
-    const int count = r.getSampleCount();
-    const double* all = r.getXData();
     int first = 0;
     while (first < count && all[first] < from - SLACK) ++first;
     int end = first;
     while (end < count && all[end] < to - SLACK) ++end;
+    if (!chosen && first < count) {
+        // A stretch of one sampling rate: cut where the rate changes, or, with too few samples
+        // in a cycle, as many as keep one rate from the start of the stretch.
+        auto sameStep = [&](int i) {
+            const double step = all[first + 1] - all[first];
+            return std::fabs((all[i] - all[i - 1]) - step) <= 1e-3 * step;
+        };
+        if (end - first < 2) end = std::min(count, first + 2) + (first + 2 <= count ? 1024 : 0);
+        end = std::min(end, count);
+        int k = first + 2;
+        while (k < end && sameStep(k)) ++k;
+        end = std::min(end, k);
+    }
     const int n = end - first;
-    if (n < 2) {
-        if (count == 0) KException::raise("Harmonics", "%s holds no samples", source.getName().c_str());
+    if (n < 2)
         KException::raise("Usage",
                           "%s has %s from %s s to %s s; at least 2 are needed (the record spans "
                           "%s s to %s s from the trigger)",
@@ -121,7 +144,6 @@ int HarmonicsCommand::run(const CommandLine& options, FILE* out) {
                           RecordSource::seconds(from).c_str(), RecordSource::seconds(to).c_str(),
                           RecordSource::seconds(all[0]).c_str(),
                           RecordSource::seconds(all[count - 1]).c_str());
-    }
     const double* x = all + first;
     const double step = x[1] - x[0];
     for (int i = 1; i < n; ++i)
@@ -156,19 +178,20 @@ int HarmonicsCommand::run(const CommandLine& options, FILE* out) {
         thd.push_back(fundamental > 0 ? 100.0 * std::sqrt(sum) / fundamental : NAN);
     }
 
-    fprintf(out, "Harmonics of %s, %s values\n", DisplayText::escape(source.getName()).c_str(),
-            r.getProperty(KComtradeReader::VALUES).c_str());
+    std::string heading = "Harmonics of " + DisplayText::escape(source.getName()) + ", " +
+                          r.getProperty(KComtradeReader::VALUES).c_str() + " values";
+    fputs(DisplayText::wrap(heading, 100).c_str(), out);
+    std::string stretch = "Stretch: " + RecordSource::seconds(x[0]) + " s to " +
+                          RecordSource::seconds(x[0] + length) + " s from the trigger, " +
+                          RecordSource::count(n, "sample");
+    char frequency[32];
+    snprintf(frequency, sizeof frequency, "%.6g", base);
     if (whole)
-        fprintf(out, "Stretch: %s s to %s s from the trigger, %s, %s of %g Hz\n",
-                RecordSource::seconds(x[0]).c_str(), RecordSource::seconds(x[0] + length).c_str(),
-                RecordSource::count(n, "sample").c_str(), RecordSource::count(cycles, "cycle").c_str(),
-                lineFrequency);
+        stretch += ", " + RecordSource::count(cycles, "cycle") + " of " + frequency + " Hz";
     else
-        fprintf(out,
-                "Stretch: %s s to %s s from the trigger, %s; not whole cycles of the line, so "
-                "harmonics of %.6g Hz\n",
-                RecordSource::seconds(x[0]).c_str(), RecordSource::seconds(x[0] + length).c_str(),
-                RecordSource::count(n, "sample").c_str(), base);
+        stretch += "; not whole cycles of the line, so harmonics of " + std::string(frequency) +
+                   " Hz";
+    fputs(DisplayText::wrap(stretch, 100, "", "         ").c_str(), out);
 
     auto name = [&](int k) { return DisplayText::escape(r.getTrace(k)->getName().c_str()); };
     auto units = [&](int k) { return DisplayText::escape(r.getTrace(k)->getUnits().c_str()); };

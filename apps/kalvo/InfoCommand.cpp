@@ -239,7 +239,10 @@ int InfoCommand::run(const CommandLine& options, FILE* out) {
     }
 
     auto text = [](const KString& s) { return DisplayText::escape(s.c_str()); };
-    fprintf(out, "Record:          %s\n", DisplayText::escape(source.getName()).c_str());
+    fputs(DisplayText::wrap(DisplayText::escape(source.getName()), 100, "Record:          ",
+                            "                 ")
+              .c_str(),
+          out);
     fprintf(out, "Station:         %s\n", text(c.station).c_str());
     fprintf(out, "Device:          %s\n", text(c.device).c_str());
     fprintf(out, "Revision:        %s", revision.c_str());
@@ -257,11 +260,13 @@ int InfoCommand::run(const CommandLine& options, FILE* out) {
     fprintf(out, "\n");
     if (stamps) {
         const double interval = stream.getStampInterval();
-        fprintf(out, "Sampling rates:  none declared; the time of each sample is its time stamp");
-        if (interval > 0)
-            fprintf(out, " (typical interval %s s, %.6g Hz)", RecordSource::seconds(interval).c_str(),
-                    1.0 / interval);
-        fprintf(out, "\n");
+        std::string text = "none declared; the time of each sample is its time stamp";
+        if (interval > 0) {
+            char rate[32];
+            snprintf(rate, sizeof rate, "%.6g", 1.0 / interval);
+            text += " (typical interval " + RecordSource::seconds(interval) + " s, " + rate + " Hz)";
+        }
+        fputs(DisplayText::wrap(text, 100, "Sampling rates:  ", "                 ").c_str(), out);
     } else {
         fprintf(out, "Sampling rates:  %s, as the configuration declares them:\n",
                 RecordSource::count(static_cast<long long>(c.rates.size()), "run").c_str());
@@ -336,6 +341,7 @@ int InfoCommand::run(const CommandLine& options, FILE* out) {
 
     fprintf(out, "\nWarnings:%s\n", warnings.getCount() == 0 ? " none" : "");
     for (int i = 0; i < warnings.getCount(); ++i)
-        fprintf(out, "  - %s\n", DisplayText::escape(warnings.get(i)).c_str());
+        fputs(DisplayText::wrap(DisplayText::escape(warnings.get(i)), 100, "  - ", "    ").c_str(),
+              out);
     return 0;
 }
