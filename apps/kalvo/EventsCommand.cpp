@@ -85,7 +85,15 @@ int EventsCommand::run(const CommandLine& options, FILE* out) {
             heading("Changes:");
             i = 1;
         }
+        // Most samples change nothing: compare whole status words first.
+        const int wordCount = d.getWordCount();
+        auto changed = [&](int64_t at) {
+            for (int w = 0; w < wordCount; ++w)
+                if (d.getWords(w)[at] != d.getWords(w)[at - 1]) return true;
+            return false;
+        };
         for (; i < d.getSampleCount(); ++i) {
+            if (i > 0 && !changed(i)) continue;
             for (size_t j = 0; j < channels.size(); ++j) {
                 const int now = d.getDigital(channels[j], i);
                 if (now == state[j]) continue;

@@ -51,16 +51,21 @@ std::string field(const char* name) {
 
 void ExportCommand::appendValue(std::string& line, double v) {
     char text[32];
-    auto result = std::to_chars(text, text + sizeof text, v);
+    const auto result = std::to_chars(text, text + sizeof text, v);
     // a * raw + b leaves rounding noise in the last bits (0.01 * 27278 is 272.78000000000003):
-    // fifteen digits, what such a product keeps, when they come within two units of the last
-    // place and say it shorter.
-    char rounded[32];
-    const int length = snprintf(rounded, sizeof rounded, "%.15g", v);
-    const double back = strtod(rounded, nullptr);
-    if (length < result.ptr - text && std::fabs(back - v) <= 2 * std::fabs(std::nextafter(v, 0.0) - v)) {
-        line.append(rounded, static_cast<size_t>(length));
-        return;
+    // when the shortest form needs more than fifteen digits, fifteen (what such a product
+    // keeps) are taken if they come within two units of the last place.
+    if (result.ptr - text > 17) {
+        char rounded[32];
+        const auto fifteen =
+            std::to_chars(rounded, rounded + sizeof rounded, v, std::chars_format::general, 15);
+        double back = 0.0;
+        std::from_chars(rounded, fifteen.ptr, back);
+        if (fifteen.ptr - rounded < result.ptr - text &&
+            std::fabs(back - v) <= 2 * std::fabs(std::nextafter(v, 0.0) - v)) {
+            line.append(rounded, fifteen.ptr);
+            return;
+        }
     }
     line.append(text, result.ptr);
 }
@@ -111,9 +116,10 @@ int ExportCommand::run(const CommandLine& options, FILE* out) {
                 line += "\n";
                 fputs(line.c_str(), output.get());
             }
-            char time[32];
-            snprintf(time, sizeof time, "%.9f", std::fabs(t) < 5e-10 ? 0.0 : t);
-            line = time;
+            char time[48];
+            const auto end = std::to_chars(time, time + sizeof time, std::fabs(t) < 5e-10 ? 0.0 : t,
+                                           std::chars_format::fixed, 9);
+            line.assign(time, end.ptr);
             for (int k : channels) {
                 line += ',';
                 if (k >= analogs) {

@@ -106,17 +106,23 @@ int InfoCommand::run(const CommandLine& options, FILE* out) {
         for (size_t k = 0; k < analogs; ++k) {
             AnalogStats& s = analog[k];
             d.visitAnalogs(static_cast<int>(k), [&](const auto* raw) {
+                double lo = s.lo, hi = s.hi, squares = 0.0;
+                long long missing = 0;
                 for (int64_t i = 0; i < n; ++i) {
                     const double v = scale[k] * KComtradeData::toDouble(raw[i]) + offset[k];
-                    if (std::isnan(v)) {
-                        ++s.missing;
+                    if (v != v) {  // NaN: a missing sample
+                        ++missing;
                         continue;
                     }
-                    s.lo = std::fmin(s.lo, v);
-                    s.hi = std::fmax(s.hi, v);
-                    s.squares += v * v;
-                    ++s.count;
+                    lo = v < lo ? v : lo;
+                    hi = v > hi ? v : hi;
+                    squares += v * v;
                 }
+                s.lo = lo;
+                s.hi = hi;
+                s.squares += squares;
+                s.missing += missing;
+                s.count += n - missing;
             });
         }
         for (size_t k = 0; k < digitals; ++k) {
