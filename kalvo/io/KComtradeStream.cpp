@@ -63,13 +63,14 @@ public:
             return view_.substr(pos_, n);
         }
         if (end_ - begin_ < want && left_ > 0) {
+            const size_t kept = end_ - begin_;
             if (capacity_ < want) {
                 std::unique_ptr<char[]> bigger(new char[want]);
-                std::memcpy(bigger.get(), buffer_.get() + begin_, end_ - begin_);
+                if (kept > 0) std::memcpy(bigger.get(), buffer_.get() + begin_, kept);
                 buffer_ = std::move(bigger);
                 capacity_ = want;
-            } else {
-                std::memmove(buffer_.get(), buffer_.get() + begin_, end_ - begin_);
+            } else if (kept > 0) {
+                std::memmove(buffer_.get(), buffer_.get() + begin_, kept);
             }
             end_ -= begin_;
             begin_ = 0;
