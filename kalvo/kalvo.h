@@ -78,6 +78,7 @@
 #include <kalvo/io/KComtradeReader.h>
 #include <kalvo/io/KComtradeRecordWriter.h>
 #include <kalvo/io/KComtradeStamp.h>
+#include <kalvo/io/KComtradeStream.h>
 #include <kalvo/io/KComtradeTiming.h>
 #include <kalvo/io/KComtradeWriter.h>
 #include <kalvo/io/KSampleAllocator.h>

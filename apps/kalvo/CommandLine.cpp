@@ -20,49 +20,54 @@ CommandLine::CommandLine(int argc, char** argv, int first, int accepted) {
         if (i + 1 >= argc) KException::raise("Usage", "%s needs a value", argv[i]);
         return argv[++i];
     };
+    auto is = [](const char* a, const char* name) { return strcmp(a, name) == 0; };
     for (int i = first; i < argc; ++i) {
         const char* a = argv[i];
-        if (strcmp(a, "--help") == 0 || strcmp(a, "-h") == 0) {
+        if (is(a, "--help") || is(a, "-h")) {
             help = true;
-        } else if (strcmp(a, "--primary") == 0) {
+        } else if (is(a, "--primary")) {
             primary = true;
-        } else if (strcmp(a, "--encoding") == 0) {
+        } else if (is(a, "--quiet") || is(a, "-q")) {
+            quiet = true;
+        } else if (is(a, "--encoding")) {
             const char* name = value(i);
             if (!KTextEncoding::parseName(name, encoding))
                 KException::raise("Usage",
                                   "unknown encoding '%s' (auto, utf-8, latin1, cp1251, gbk)", name);
-        } else if ((accepted & CHANNELS) && strcmp(a, "--channels") == 0) {
-            std::string list = value(i);
+        } else if ((accepted & CHANNELS) && is(a, "--channels")) {
+            const std::string list = value(i);
             size_t start = 0;
             while (start <= list.size()) {
                 const size_t comma = list.find(',', start);
-                const std::string name = list.substr(start, comma - start);
-                if (!name.empty()) channels.push_back(name);
+                const std::string item = list.substr(start, comma - start);
+                if (!item.empty()) channels.push_back(item);
                 if (comma == std::string::npos) break;
                 start = comma + 1;
             }
-            if (channels.empty()) KException::raise("Usage", "--channels needs a list of names");
-        } else if ((accepted & RANGE) && strcmp(a, "--from") == 0) {
+            if (channels.empty())
+                KException::raise("Usage", "--channels needs a list of names or numbers");
+        } else if ((accepted & RANGE) && is(a, "--from")) {
             from = seconds(a, value(i));
             hasFrom = true;
-        } else if ((accepted & RANGE) && strcmp(a, "--to") == 0) {
+        } else if ((accepted & RANGE) && is(a, "--to")) {
             to = seconds(a, value(i));
             hasTo = true;
-        } else if ((accepted & OUTPUT) && strcmp(a, "-o") == 0) {
+        } else if ((accepted & OUTPUT) && is(a, "-o")) {
             output = value(i);
-        } else if ((accepted & HARMONICS) && strcmp(a, "--max") == 0) {
+            if (output.empty()) KException::raise("Usage", "-o needs a file name");
+        } else if ((accepted & HARMONICS) && is(a, "--max")) {
             const char* text = value(i);
             char* end = nullptr;
             const long n = strtol(text, &end, 10);
             if (*end != '\0' || n < 1 || n > 100000)
                 KException::raise("Usage", "--max needs a harmonic number from 1, not '%s'", text);
             maxHarmonic = static_cast<int>(n);
-        } else if ((accepted & PICTURE) && strcmp(a, "--markers") == 0) {
+        } else if ((accepted & PICTURE) && is(a, "--markers")) {
             const char* text = value(i);
             const char* comma = strchr(text, ',');
             if (comma == nullptr) KException::raise("Usage", "--markers needs two times: T1,T2");
             markers = {seconds(a, std::string(text, comma).c_str()), seconds(a, comma + 1)};
-        } else if ((accepted & PICTURE) && strcmp(a, "--size") == 0) {
+        } else if ((accepted & PICTURE) && is(a, "--size")) {
             const char* text = value(i);
             char* end = nullptr;
             const long w = strtol(text, &end, 10);
@@ -71,10 +76,33 @@ CommandLine::CommandLine(int argc, char** argv, int first, int accepted) {
                 KException::raise("Usage", "--size needs WIDTHxHEIGHT in pixels (200x150 to 20000x20000), not '%s'", text);
             width = static_cast<int>(w);
             height = static_cast<int>(h);
-        } else if ((accepted & PICTURE) && strcmp(a, "--dark") == 0) {
+        } else if ((accepted & PICTURE) && is(a, "--dark")) {
             dark = true;
-        } else if ((accepted & HARMONICS) && strcmp(a, "--percent") == 0) {
+        } else if ((accepted & HARMONICS) && is(a, "--percent")) {
             percent = true;
+        } else if ((accepted & HARMONICS) && is(a, "--wide")) {
+            wide = true;
+        } else if ((accepted & INFO) && is(a, "--json")) {
+            json = true;
+        } else if ((accepted & INFO) && is(a, "--header")) {
+            header = true;
+        } else if ((accepted & CONVERT) && is(a, "--format")) {
+            const char* name = value(i);
+            if (!KComtradeConfig::parseFileType(name, format))
+                KException::raise("Usage",
+                                  "unknown format '%s' (ascii, binary, binary32, float32)", name);
+            hasFormat = true;
+        } else if ((accepted & CONVERT) && is(a, "--revision")) {
+            const char* year = value(i);
+            if (is(year, "1991"))
+                revision = KComtradeConfig::REV_1991;
+            else if (is(year, "1999"))
+                revision = KComtradeConfig::REV_1999;
+            else if (is(year, "2013"))
+                revision = KComtradeConfig::REV_2013;
+            else
+                KException::raise("Usage", "unknown revision '%s' (1991, 1999, 2013)", year);
+            hasRevision = true;
         } else if (a[0] == '-' && a[1] != '\0') {
             KException::raise("Usage", "unknown option '%s'", a);
         } else if (file.empty()) {

@@ -3,25 +3,41 @@
 #include <string>
 #include <vector>
 
+#include <kalvo/io/KComtradeConfig.h>
 #include <kalvo/io/KTextEncoding.h>
 
 // The options of a kalvo subcommand, read from its arguments. Raises KException titled
 // "Usage" for an unknown option or a bad value.
 class CommandLine {
 public:
-    // Which options a subcommand takes, beside FILE, --primary, --encoding and --help.
-    enum Option { CHANNELS = 1, RANGE = 2, OUTPUT = 4, HARMONICS = 8, PICTURE = 16 };
+    // Which options a subcommand takes, beside FILE, --primary, --encoding, --quiet and --help.
+    enum Option {
+        CHANNELS = 1,   // --channels LIST
+        RANGE = 2,      // --from T, --to T
+        OUTPUT = 4,     // -o FILE
+        HARMONICS = 8,  // --max H, --percent, --wide
+        INFO = 16,      // --json, --header
+        CONVERT = 32,   // --format F, --revision Y
+        PICTURE = 64,   // --markers T1,T2, --size WxH, --dark
+    };
 
     CommandLine(int argc, char** argv, int first, int accepted);
 
     std::string file;                   // empty: the embedded sample
-    std::vector<std::string> channels;  // names or numbers from 1; empty: the default set
+    std::vector<std::string> channels;  // items of --channels; empty: the default set
     double from = 0.0, to = 0.0;
     bool hasFrom = false, hasTo = false;
     std::string output;  // empty: standard output
     int maxHarmonic = 50;
     bool percent = false;
+    bool wide = false;
+    bool json = false;
+    bool header = false;
+    bool hasFormat = false, hasRevision = false;
+    KComtradeConfig::FileType format = KComtradeConfig::BINARY;
+    KComtradeConfig::Revision revision = KComtradeConfig::REV_1999;
     bool primary = false;
+    bool quiet = false;
     bool help = false;
     std::vector<double> markers;  // --markers T1,T2
     int width = 1600, height = 900;

@@ -1,8 +1,5 @@
 #include "HarmonicsCommand.h"
 
-#include <langinfo.h>
-#include <strings.h>
-
 #include <algorithm>
 #include <cmath>
 #include <string>
@@ -13,28 +10,35 @@
 #include <kalvo/foundation/KVector.h>
 #include <kalvo/io/KComtradeReader.h>
 
+#include "ChannelSelection.h"
+#include "DisplayText.h"
 #include "RecordSource.h"
 
 const char* const HarmonicsCommand::HELP =
-    "usage: kalvo harmonics [FILE] [--channels LIST] [--from T] [--to T] [--max H] [--percent]\n"
-    "                       [--primary] [--encoding NAME]\n"
+    "usage: kalvo harmonics [FILE] [--channels LIST] [--from T] [--to T] [--max H] [--wide]\n"
+    "                       [--percent] [--primary] [--encoding NAME] [--quiet]\n"
     "\n"
     "The harmonic content of the stretch of samples from --from up to --to (seconds from the\n"
-    "trigger; by default the cycle of the line frequency that starts at the trigger): one row\n"
-    "per harmonic with each channel's RMS magnitude and phase in degrees (of a cosine, at the\n"
-    "start of the stretch), then each channel's total harmonic distortion relative to its\n"
-    "fundamental. Over several whole cycles, harmonic h is h times the line frequency; over\n"
-    "a stretch that is not whole cycles, harmonics are of the stretch's own frequency.\n"
+    "trigger; by default the cycle of the line frequency that starts at the trigger): for\n"
+    "each analog channel a block of one row per harmonic with its frequency, RMS magnitude,\n"
+    "share of the fundamental and phase (of a cosine, at the start of the stretch), headed by\n"
+    "the channel's total harmonic distortion relative to its fundamental (n/a when the\n"
+    "fundamental is 0). Over several whole cycles, harmonic h is h times the line frequency;\n"
+    "over a stretch that is not whole cycles, harmonics are of the stretch's own frequency.\n"
     "Works on the embedded sample when no FILE is given.\n"
     "\n"
-    "  --channels LIST  channel names or numbers (from 1), separated by commas; all analog\n"
-    "                   channels by default\n"
+    "  --channels LIST  numbers from 1, ranges (1-4), names and patterns (I*, V?),\n"
+    "                   separated by commas; all analog channels by default\n"
     "  --from T, --to T the stretch, in seconds from the trigger\n"
     "  --max H          the highest harmonic shown (50 by default; never more than half the\n"
     "                   samples of the stretch)\n"
-    "  --percent        magnitudes in percent of each channel's fundamental\n"
+    "  --wide           one table with every channel side by side\n"
+    "  --percent        in the wide table, magnitudes in percent of each fundamental\n"
     "  --primary        values on the primary side of the instrument transformers\n"
-    "  --encoding NAME  character set of the texts: auto (default), utf-8, latin1, cp1251, gbk\n";
+    "  --encoding NAME  character set of the texts: auto (default), utf-8, latin1, cp1251, gbk\n"
+    "  --quiet          no progress line while a large file is read\n"
+    "\n"
+    "Exit status: 0 done, 1 a file that cannot be read or makes no sense, 2 a usage error.\n";
 
 namespace {
 
@@ -43,19 +47,11 @@ struct Harmonic {
     double degrees;
 };
 
-// The degree mark of the phase column, as the terminal's character set writes it.
-const char* degreeMark() {
-    const char* codeset = nl_langinfo(CODESET);
-    if (strcasecmp(codeset, "ISO-8859-1") == 0 || strcasecmp(codeset, "ISO-8859-15") == 0 ||
-        strcasecmp(codeset, "CP1252") == 0)
-        return "\xBA";
-    return "\xC2\xBA";
-}
-
-// "%c %.0f%c": the sign, the whole degrees and the mark.
-std::string phaseText(double degrees, const char* mark) {
+// "+ 35°": the sign, the whole degrees and the degree sign.
+std::string phaseText(double degrees) {
     char text[32];
-    snprintf(text, sizeof text, "%c %.0f%s", degrees < 0 ? '-' : '+', std::fabs(degrees), mark);
+    const double whole = std::round(degrees);
+    snprintf(text, sizeof text, "%c %.0f\xC2\xB0", whole < 0 ? '-' : '+', std::fabs(whole));
     return text;
 }
 
@@ -82,93 +78,170 @@ std::vector<Harmonic> spectrum(KFftTransform& fft, const double* values, int n) 
     return bins;
 }
 
+// "4.47 %", or "n/a" when there is no fundamental to relate to.
+std::string thdText(double thd) {
+    if (!std::isfinite(thd)) return "n/a";
+    char text[32];
+    snprintf(text, sizeof text, "%.4g %%", thd);
+    return text;
+}
+
 }  // namespace
 
 int HarmonicsCommand::run(const CommandLine& options, FILE* out) {
     RecordSource source(options);
-    const KRecord& r = source.record;
-    const std::vector<int> traces = source.selectTraces(options.channels, true);
+    KRecord r;
+    source.read(r);
+    const std::vector<int> traces = ChannelSelection(source.getReader().getConfig(), source.getName())
+                                        .select(options.channels, ChannelSelection::ANALOG);
     if (traces.empty())
-        KException::raise("Harmonics", "%s has no analog channels", source.name.c_str());
+        KException::raise("Harmonics", "%s has no analog channels", source.getName().c_str());
     const double lineFrequency = atof(r.getProperty(KComtradeReader::LINE_FREQUENCY).c_str());
     const double cycle = lineFrequency > 0 ? 1.0 / lineFrequency : 0.0;
+    const int count = r.getSampleCount();
+    if (count == 0) KException::raise("Harmonics", "%s holds no samples", source.getName().c_str());
+    const double* all = r.getXData();
+    const bool chosen = options.hasFrom || options.hasTo;
     double from = options.hasFrom ? options.from : r.getTriggerValue();
     double to = options.hasTo ? options.to : from + cycle;
     if (!options.hasFrom && options.hasTo) from = to - cycle;
+    if (!chosen) {
+        // The cycle at the trigger, moved inside the record when it does not fit there; the
+        // whole record when it is shorter than a cycle or has no line frequency.
+        const double step = count > 1 ? all[1] - all[0] : 0.0;
+        const double last = all[count - 1] + step;
+        if (to > last) to = last, from = to - cycle;
+        if (from < all[0] || cycle == 0.0) from = all[0], to = std::min(from + cycle, last);
+        if (cycle == 0.0) to = last;
+    }
     if (!(to > from))
         KException::raise("Usage", "the record has no line frequency: give --from and --to");
-    int first, end;
-    source.findStretch(from, to, false, first, end);
+    // Samples from from up to to, a nanosecond of slack for computed times.
+    constexpr double SLACK = 1e-9;
+    int first = 0;
+    while (first < count && all[first] < from - SLACK) ++first;
+    int end = first;
+    while (end < count && all[end] < to - SLACK) ++end;
+    if (!chosen && first < count) {
+        // A stretch of one sampling rate: cut where the rate changes, or, with too few samples
+        // in a cycle, as many as keep one rate from the start of the stretch.
+        auto sameStep = [&](int i) {
+            const double step = all[first + 1] - all[first];
+            return std::fabs((all[i] - all[i - 1]) - step) <= 1e-3 * step;
+        };
+        if (end - first < 2) end = std::min(count, first + 2) + (first + 2 <= count ? 1024 : 0);
+        end = std::min(end, count);
+        int k = first + 2;
+        while (k < end && sameStep(k)) ++k;
+        end = std::min(end, k);
+    }
     const int n = end - first;
     if (n < 2)
-        KException::raise("Harmonics", "%s has %d samples from %g s to %g s; at least 2 are needed",
-                          source.name.c_str(), n, from, to);
-    const double* x = r.getXData() + first;
+        KException::raise("Usage",
+                          "%s has %s from %s s to %s s; at least 2 are needed (the record spans "
+                          "%s s to %s s from the trigger)",
+                          source.getName().c_str(), RecordSource::count(n, "sample").c_str(),
+                          RecordSource::seconds(from).c_str(), RecordSource::seconds(to).c_str(),
+                          RecordSource::seconds(all[0]).c_str(),
+                          RecordSource::seconds(all[count - 1]).c_str());
+    const double* x = all + first;
     const double step = x[1] - x[0];
     for (int i = 1; i < n; ++i)
         if (std::fabs((x[i] - x[i - 1]) - step) > 1e-3 * step)
-            KException::raise("Harmonics",
-                              "the sampling rate changes at %.9g s, inside the stretch; choose "
+            KException::raise("Usage",
+                              "the sampling rate changes at %s s, inside the stretch; choose "
                               "a stretch of one rate",
-                              x[i - 1]);
+                              RecordSource::seconds(x[i - 1]).c_str());
     // Harmonic h sits in bin h * cycles when the stretch is whole cycles of the line.
     const double length = n * step;
     int cycles = lineFrequency > 0 ? static_cast<int>(std::lround(length * lineFrequency)) : 0;
     const bool whole = cycles >= 1 && std::fabs(length * lineFrequency - cycles) < 0.01;
     if (!whole) cycles = 1;
     const int top = std::min(options.maxHarmonic, n / 2 / cycles);
+    const double base = whole ? lineFrequency : 1.0 / length;
 
     KFftTransform fft;
-    fft.setSampleRate(1.0 / step);
     std::vector<std::vector<Harmonic>> spectra;
+    std::vector<double> thd;
     for (int k : traces) {
         const double* values = r.getTrace(k)->getData() + first;
         for (int i = 0; i < n; ++i)
             if (std::isnan(values[i]))
-                KException::raise("Harmonics", "channel %s misses the sample at %.9g s",
-                                  r.getTrace(k)->getName().c_str(), x[i]);
+                KException::raise("Harmonics", "%s has a missing sample at %s s, inside the stretch",
+                                  DisplayText::escape(r.getTrace(k)->getName().c_str()).c_str(),
+                                  RecordSource::seconds(x[i]).c_str());
         spectra.push_back(spectrum(fft, values, n));
-    }
-
-    fprintf(out, "Harmonics of %s, %s values\n", source.name.c_str(),
-            r.getProperty(KComtradeReader::VALUES).c_str());
-    if (whole)
-        fprintf(out,
-                "Stretch: %.9g s to %.9g s from the trigger, %d samples, %d cycle%s of %g Hz\n",
-                x[0], x[0] + length, n, cycles, cycles > 1 ? "s" : "", lineFrequency);
-    else
-        fprintf(out,
-                "Stretch: %.9g s to %.9g s from the trigger, %d samples; not whole cycles of the "
-                "line, so harmonics of %.6g Hz\n",
-                x[0], x[0] + length, n, 1.0 / length);
-    fprintf(out, "\n%8s", "Harmonic");
-    for (int k : traces) {
-        const KRecord::Trace& t = *r.getTrace(k);
-        std::string head =
-            std::string(t.getName().c_str()) +
-            (options.percent ? " %" : " RMS (" + std::string(t.getUnits().c_str()) + ")");
-        fprintf(out, "  %16s  %8s", head.c_str(), "phase");
-    }
-    fprintf(out, "\n");
-    const char* mark = degreeMark();
-    for (int h = 1; h <= top; ++h) {
-        fprintf(out, "%8d", h);
-        for (const auto& bins : spectra) {
-            const Harmonic& b = bins[static_cast<size_t>(h * cycles)];
-            const double fundamental = bins[static_cast<size_t>(cycles)].rms;
-            const double shown = options.percent ? 100.0 * b.rms / fundamental : b.rms;
-            fprintf(out, "  %16.6g  %8s", shown, phaseText(b.degrees, mark).c_str());
-        }
-        fprintf(out, "\n");
-    }
-    fprintf(out, "\nTHD (harmonics 2 to %d, relative to the fundamental):\n", top);
-    for (size_t c = 0; c < traces.size(); ++c) {
         double sum = 0.0;
         for (int h = 2; h <= top; ++h)
-            sum += std::pow(spectra[c][static_cast<size_t>(h * cycles)].rms, 2);
+            sum += std::pow(spectra.back()[static_cast<size_t>(h * cycles)].rms, 2);
+        const double fundamental = spectra.back()[static_cast<size_t>(cycles)].rms;
+        thd.push_back(fundamental > 0 ? 100.0 * std::sqrt(sum) / fundamental : NAN);
+    }
+
+    std::string heading = "Harmonics of " + DisplayText::escape(source.getName()) + ", " +
+                          r.getProperty(KComtradeReader::VALUES).c_str() + " values";
+    fputs(DisplayText::wrap(heading, 100).c_str(), out);
+    std::string stretch = "Stretch: " + RecordSource::seconds(x[0]) + " s to " +
+                          RecordSource::seconds(x[0] + length) + " s from the trigger, " +
+                          RecordSource::count(n, "sample");
+    char frequency[32];
+    snprintf(frequency, sizeof frequency, "%.6g", base);
+    if (whole)
+        stretch += ", " + RecordSource::count(cycles, "cycle") + " of " + frequency + " Hz";
+    else
+        stretch += "; not whole cycles of the line, so harmonics of " + std::string(frequency) +
+                   " Hz";
+    fputs(DisplayText::wrap(stretch, 100, "", "         ").c_str(), out);
+
+    auto name = [&](int k) { return DisplayText::escape(r.getTrace(k)->getName().c_str()); };
+    auto units = [&](int k) { return DisplayText::escape(r.getTrace(k)->getUnits().c_str()); };
+    if (options.wide) {
+        fprintf(out, "\n%8s", "Harmonic");
+        for (int k : traces)
+            fprintf(out, "  %s  %8s",
+                    DisplayText::fit(name(k) + (options.percent ? " %" : " RMS (" + units(k) + ")"),
+                                     16, true)
+                        .c_str(),
+                    "phase");
+        fprintf(out, "\n");
+        for (int h = 1; h <= top; ++h) {
+            fprintf(out, "%8d", h);
+            for (const auto& bins : spectra) {
+                const Harmonic& b = bins[static_cast<size_t>(h * cycles)];
+                const double fundamental = bins[static_cast<size_t>(cycles)].rms;
+                const double shown = options.percent ? 100.0 * b.rms / fundamental : b.rms;
+                fprintf(out, "  %16.6g  %s", shown,
+                        DisplayText::fit(phaseText(b.degrees), 8, true).c_str());
+            }
+            fprintf(out, "\n");
+        }
+        fprintf(out, "\nTHD (harmonics 2 to %d, relative to the fundamental):\n", top);
+        for (size_t c = 0; c < traces.size(); ++c)
+            fprintf(out, "  %s  %s\n", DisplayText::fit(name(traces[c]), 24).c_str(),
+                    thdText(thd[c]).c_str());
+        return 0;
+    }
+    for (size_t c = 0; c < traces.size(); ++c) {
+        const KRecord::Trace& t = *r.getTrace(traces[c]);
+        std::string title = name(traces[c]);
+        std::string about;
+        if (!t.getPhase().isEmpty()) about = "phase " + DisplayText::escape(t.getPhase().c_str());
+        if (!t.getUnits().isEmpty())
+            about += (about.empty() ? "" : ", ") + std::string("in ") + units(traces[c]);
+        if (!about.empty()) title += " (" + about + ")";
+        fprintf(out, "\n%s  THD %s (harmonics 2 to %d)\n", DisplayText::fit(title, 60).c_str(),
+                thdText(thd[c]).c_str(), top);
+        fprintf(out, "  %8s  %14s  %s  %12s  %8s\n", "harmonic", "frequency (Hz)",
+                DisplayText::fit("RMS (" + units(traces[c]) + ")", 14, true).c_str(), "% of fund.",
+                "phase");
         const double fundamental = spectra[c][static_cast<size_t>(cycles)].rms;
-        fprintf(out, "  %-16s  %.4g %%\n", r.getTrace(traces[c])->getName().c_str(),
-                100.0 * std::sqrt(sum) / fundamental);
+        for (int h = 1; h <= top; ++h) {
+            const Harmonic& b = spectra[c][static_cast<size_t>(h * cycles)];
+            char percent[32] = "n/a";
+            if (fundamental > 0) snprintf(percent, sizeof percent, "%.4g", 100.0 * b.rms / fundamental);
+            fprintf(out, "  %8d  %14.6g  %14.6g  %12s  %s\n", h, h * base, b.rms, percent,
+                    DisplayText::fit(phaseText(b.degrees), 8, true).c_str());
+        }
     }
     return 0;
 }

@@ -1,81 +1,78 @@
 #include "RecordSource.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
-#include <kalvo/foundation/KException.h>
-
+#include "DisplayText.h"
 #include "EmbeddedSample.h"
 
-RecordSource::RecordSource(const CommandLine& options) {
+RecordSource::RecordSource(const CommandLine& options) : options_(options) {
     reader_.setPrimaryValues(options.primary);
     reader_.setEncoding(options.encoding);
-    if (options.file.empty()) {
-        name = std::string("embedded sample ") + EmbeddedSample::NAME;
-        reader_.read(EmbeddedSample::config(), EmbeddedSample::data(), EmbeddedSample::NAME,
-                     record);
-        return;
-    }
-    name = options.file;
+    name_ = options.file.empty() ? std::string("embedded sample ") + EmbeddedSample::NAME
+                                 : options.file;
+}
+
+RecordSource::~RecordSource() { done(); }
+
+KComtradeStream::Options RecordSource::streamOptions() {
+    KComtradeStream::Options o;
+    o.encoding = options_.encoding;
     // Progress for data that take a while to read: anything over 16 MB.
-    std::string data = options.file;
-    const std::string companion = KComtradeFile::findCompanion(options.file, "dat");
-    if (!companion.empty()) data = companion;
     struct stat info;
-    const bool large = stat(data.c_str(), &info) == 0 && info.st_size > (16 << 20);
-    int shown = -1;
-    if (large) {
-        reader_.setProgress([&shown, this](double done) {
-            const int percent = static_cast<int>(done * 100);
-            if (percent == shown) return;
-            shown = percent;
-            fprintf(stderr, "\rreading %s: %d%%", name.c_str(), percent);
+    const std::string data = KComtradeStream::getExtension(options_.file) == ".cfg"
+                                 ? KComtradeStream::findCompanion(options_.file, "dat")
+                                 : options_.file;
+    const bool large = !options_.file.empty() && stat(data.c_str(), &info) == 0 &&
+                       info.st_size > (16 << 20);
+    if (large && !options_.quiet && isatty(STDERR_FILENO)) {
+        o.progress = [this](double share) {
+            const int percent = static_cast<int>(share * 100);
+            if (percent == shown_) return;
+            shown_ = percent;
+            fprintf(stderr, "\rreading %s: %d%%", DisplayText::escape(name_).c_str(), percent);
             fflush(stderr);
-        });
+        };
     }
-    reader_.read(options.file.c_str(), record);
-    if (large) fprintf(stderr, "\rreading %s: done\n", name.c_str());
+    return o;
 }
 
-std::vector<int> RecordSource::selectTraces(const std::vector<std::string>& list,
-                                            bool analogOnly) const {
-    std::vector<int> traces;
-    const int count = record.getTraceCount();
-    if (list.empty()) {
-        for (int k = 0; k < count; ++k)
-            if (!analogOnly || !(record.getTrace(k)->getFlags() & KComtradeReader::DIGITAL))
-                traces.push_back(k);
-        return traces;
-    }
-    for (const std::string& item : list) {
-        int found = -1;
-        for (int k = 0; k < count && found < 0; ++k)
-            if (strcmp(record.getTrace(k)->getName().c_str(), item.c_str()) == 0) found = k;
-        for (int k = 0; k < count && found < 0; ++k)
-            if (record.getTrace(k)->getName().equals(item.c_str())) found = k;
-        char* end = nullptr;
-        const long number = strtol(item.c_str(), &end, 10);
-        if (found < 0 && *end == '\0' && number >= 1 && number <= count)
-            found = static_cast<int>(number - 1);
-        if (found < 0)
-            KException::raise("Usage", "%s has no channel '%s' (kalvo info lists them)",
-                              name.c_str(), item.c_str());
-        traces.push_back(found);
-    }
-    return traces;
+void RecordSource::done() {
+    if (shown_ < 0) return;
+    fprintf(stderr, "\rreading %s: done\n", DisplayText::escape(name_).c_str());
+    shown_ = -1;
 }
 
-void RecordSource::findStretch(double from, double to, bool toIncluded, int& first,
-                               int& end) const {
-    // A nanosecond of slack: times are computed, and a sample exactly at a bound belongs in.
-    constexpr double SLACK = 1e-9;
-    const int n = record.getSampleCount();
-    const double* x = record.getXData();
-    first = 0;
-    while (first < n && x[first] < from - SLACK) ++first;
-    end = first;
-    while (end < n && (toIncluded ? x[end] <= to + SLACK : x[end] < to - SLACK)) ++end;
+void RecordSource::open(KComtradeStream& stream) {
+    const KComtradeStream::Options o = streamOptions();
+    if (options_.file.empty()) {
+        stream.openConfig(EmbeddedSample::config(), EmbeddedSample::NAME, o);
+        stream.openData(EmbeddedSample::data(), EmbeddedSample::NAME);
+    } else {
+        stream.open(options_.file.c_str(), o);
+    }
+}
+
+void RecordSource::read(KRecord& record) {
+    KComtradeStream stream;
+    open(stream);
+    reader_.read(stream, record);
+    done();
+}
+
+std::string RecordSource::seconds(double t) {
+    char text[32];
+    snprintf(text, sizeof text, "%.9f", std::fabs(t) < 5e-10 ? 0.0 : t);
+    // The nanosecond digits, without the zeros that say nothing.
+    std::string s(text);
+    while (s.back() == '0') s.pop_back();
+    if (s.back() == '.') s.pop_back();
+    return s;
+}
+
+std::string RecordSource::count(long long n, const char* thing) {
+    return std::to_string(n) + " " + thing + (n == 1 ? "" : "s");
 }

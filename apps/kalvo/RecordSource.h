@@ -4,27 +4,42 @@
 #include <vector>
 
 #include <kalvo/io/KComtradeReader.h>
+#include <kalvo/io/KComtradeStream.h>
 #include <kalvo/record/KRecord.h>
 
 #include "CommandLine.h"
 
-// The record a subcommand works on: the file named on the command line (with progress on
-// standard error while a large one is read) or the embedded sample.
+// The record a subcommand works on: the file named on the command line or the embedded
+// sample. It is read in one pass (open a stream) or whole (read a record). While a large
+// file is read, a progress line shows on standard error when that is a terminal, unless
+// --quiet is given.
 class RecordSource {
 public:
     explicit RecordSource(const CommandLine& options);
+    ~RecordSource();
 
-    KRecord record;
-    std::string name;  // the file, or the sample's name
+    // The file as given, or the sample's name.
+    const std::string& getName() const { return name_; }
+    // Opens the record for one pass over its samples.
+    void open(KComtradeStream& stream);
+    // Reads the whole record.
+    void read(KRecord& record);
+    // The reader of read, and of the calibration that stream users apply to raw samples.
     const KComtradeReader& getReader() const { return reader_; }
+    // Ends the progress line, if one was shown.
+    void done();
 
-    // Trace indices of the names or numbers (from 1) in list, in its order; all traces (or
-    // the analog ones) when list is empty. Raises KException for a name that is no trace.
-    std::vector<int> selectTraces(const std::vector<std::string>& list, bool analogOnly) const;
-    // Samples whose time lies from from up to to (included when toIncluded), as first index
-    // and end index.
-    void findStretch(double from, double to, bool toIncluded, int& first, int& end) const;
+    // Seconds from the trigger as commands print them: to the nanosecond, a time that is
+    // zero but for rounding as 0.
+    static std::string seconds(double t);
+    // "1 sample", "2 samples".
+    static std::string count(long long n, const char* thing);
 
 private:
+    KComtradeStream::Options streamOptions();
+
+    const CommandLine& options_;
+    std::string name_;
     KComtradeReader reader_;
+    int shown_ = -1;  // the percentage on the progress line; -1: none shown
 };

@@ -12,6 +12,8 @@
 #include <kalvo/graph/KGraphFrame.h>
 #include <kalvo/host/headless/KCanvas.h>
 
+#include "ChannelSelection.h"
+#include "OutputFile.h"
 #include "RecordSource.h"
 
 const char* const RenderCommand::HELP =
@@ -56,24 +58,31 @@ int RenderCommand::run(const CommandLine& options, FILE*) {
                           options.output.c_str(), ext.c_str());
     }
     RecordSource source(options);
-    KRecord& record = source.record;
-    const std::vector<int> traces = source.selectTraces(options.channels, false);
+    KRecord record;
+    source.read(record);
+    source.done();
+    const std::vector<int> traces = ChannelSelection(source.getReader().getConfig(), source.getName())
+                                        .select(options.channels, ChannelSelection::ANY);
+    const char* name = source.getName().c_str();
     const int n = record.getSampleCount();
-    if (n == 0) KException::raise("Render", "%s holds no samples", source.name.c_str());
+    if (n == 0) KException::raise("Render", "%s holds no samples", name);
     const double* x = record.getXData();
     const double first = x[0], last = x[n - 1];
     const double from = options.hasFrom ? options.from : first;
     const double to = options.hasTo ? options.to : last;
-    int a = 0, b = 0;
-    source.findStretch(from, to, true, a, b);
-    if (b <= a) {
-        KException::raise("Usage", "no sample of %s lies between %g s and %g s (the record runs from %g s to %g s)",
-                          source.name.c_str(), from, to, first, last);
+    // A nanosecond of slack: times are computed, and a sample exactly at a bound belongs in.
+    constexpr double SLACK = 1e-9;
+    const bool inWindow = std::any_of(x, x + n, [&](double t) { return t >= from - SLACK && t <= to + SLACK; });
+    if (!inWindow) {
+        KException::raise("Usage", "no sample from %s s to %s s: %s spans %s s to %s s from the trigger",
+                          RecordSource::seconds(from).c_str(), RecordSource::seconds(to).c_str(), name,
+                          RecordSource::seconds(first).c_str(), RecordSource::seconds(last).c_str());
     }
     for (double m : options.markers) {
-        if (m < std::min(first, last) || m > std::max(first, last)) {
-            KException::raise("Usage", "marker at %g s lies outside %s (%g s to %g s)", m,
-                              source.name.c_str(), first, last);
+        if (m < std::min(first, last) - SLACK || m > std::max(first, last) + SLACK) {
+            KException::raise("Usage", "a marker at %s s lies outside %s, which spans %s s to %s s from the trigger",
+                              RecordSource::seconds(m).c_str(), name, RecordSource::seconds(first).c_str(),
+                              RecordSource::seconds(last).c_str());
         }
     }
 
@@ -103,10 +112,13 @@ int RenderCommand::run(const CommandLine& options, FILE*) {
     }
     canvas.layout();
     canvas.pumpTasks();
+    // Written under a temporary name, put in place when complete.
+    OutputFile output(options.output);
     if (ext == ".emf") {
-        frame->createMetaFile(options.output.c_str());
+        frame->createMetaFile(output.getTemporaryPath().c_str());
     } else {
-        canvas.save(options.output.c_str());
+        canvas.save(output.getTemporaryPath().c_str());
     }
+    output.commit();
     return 0;
 }

@@ -1,11 +1,15 @@
 // The kalvo command: looks into COMTRADE disturbance records.
-#include <clocale>
 #include <cstdio>
 #include <cstring>
+#include <exception>
+#include <new>
 
 #include <kalvo/foundation/KException.h>
 
 #include "CommandLine.h"
+#include "ConvertCommand.h"
+#include "DisplayText.h"
+#include "EventsCommand.h"
 #include "ExportCommand.h"
 #include "HarmonicsCommand.h"
 #include "InfoCommand.h"
@@ -15,31 +19,42 @@ namespace {
 
 const char* const USAGE =
     "usage: kalvo COMMAND [FILE] [OPTIONS]\n"
+    "       kalvo --version\n"
     "\n"
     "Looks into COMTRADE disturbance records (FILE.cfg with FILE.dat, or FILE.cff); without\n"
     "a FILE, into the embedded sample record, a line-to-ground fault.\n"
     "\n"
     "commands:\n"
-    "  info       station, device, times, sampling, channels and what was off in the files\n"
+    "  info       station, device, times, sampling, channels, texts and what was off in the\n"
+    "             files (--json for a JSON document)\n"
+    "  events     the status channels' states and every change of state, in time order\n"
     "  export     time and channel values as comma-separated text\n"
     "  harmonics  harmonic content of a stretch of the record\n"
+    "  convert    the record rewritten in another data file type or revision\n"
     "  render     the time graphs of the record as a picture\n"
     "\n"
-    "kalvo COMMAND --help tells more.\n";
+    "kalvo COMMAND --help tells more.\n"
+    "\n"
+    "Exit status: 0 done, 1 a file that cannot be read or written or makes no sense, 2 a\n"
+    "usage error (an unknown command or option, a bad value, a channel or time the record\n"
+    "does not have).\n";
 
 struct Command {
     const char* name;
-    int options;
+    int options;  // CommandLine::Option flags
     const char* help;
     int (*run)(const CommandLine&, FILE*);
 };
 
 const Command COMMANDS[] = {
-    {"info", 0, InfoCommand::HELP, InfoCommand::run},
+    {"info", CommandLine::INFO, InfoCommand::HELP, InfoCommand::run},
+    {"events", CommandLine::CHANNELS, EventsCommand::HELP, EventsCommand::run},
     {"export", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::OUTPUT,
      ExportCommand::HELP, ExportCommand::run},
     {"harmonics", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::HARMONICS,
      HarmonicsCommand::HELP, HarmonicsCommand::run},
+    {"convert", CommandLine::OUTPUT | CommandLine::CONVERT, ConvertCommand::HELP,
+     ConvertCommand::run},
     {"render", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::OUTPUT | CommandLine::PICTURE,
      RenderCommand::HELP, RenderCommand::run},
 };
@@ -47,10 +62,14 @@ const Command COMMANDS[] = {
 }  // namespace
 
 int main(int argc, char** argv) {
-    setlocale(LC_CTYPE, "");
+    DisplayText::useUtf8();
     if (argc < 2 || strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0) {
         fputs(USAGE, argc < 2 ? stderr : stdout);
         return argc < 2 ? 2 : 0;
+    }
+    if (strcmp(argv[1], "--version") == 0) {
+        printf("kalvo %s\n", KALVO_VERSION);
+        return 0;
     }
     for (const Command& command : COMMANDS) {
         if (strcmp(argv[1], command.name) != 0) continue;
@@ -62,10 +81,19 @@ int main(int argc, char** argv) {
             }
             return command.run(options, stdout);
         } catch (const KException& e) {
-            fprintf(stderr, "kalvo %s: %s\n", command.name, e.getText().c_str());
+            fflush(stdout);
+            fprintf(stderr, "kalvo %s: %s\n", command.name,
+                    DisplayText::escape(e.getText().c_str()).c_str());
             return strcmp(e.getTitle().c_str(), "Usage") == 0 ? 2 : 1;
+        } catch (const std::bad_alloc&) {
+            fprintf(stderr, "kalvo %s: not enough memory\n", command.name);
+            return 1;
+        } catch (const std::exception& e) {
+            fprintf(stderr, "kalvo %s: %s\n", command.name, e.what());
+            return 1;
         }
     }
-    fprintf(stderr, "kalvo: unknown command '%s'\n\n%s", argv[1], USAGE);
+    fprintf(stderr, "kalvo: unknown command '%s'\n\n%s", DisplayText::escape(argv[1]).c_str(),
+            USAGE);
     return 2;
 }

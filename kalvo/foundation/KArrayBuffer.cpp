@@ -57,6 +57,12 @@ void KArrayBuffer::setCount(int n) {
     count_ = n;
 }
 
+void KArrayBuffer::setCountUnset(int n) {
+    if (n < 0) n = 0;
+    if (n > capacity_) grow(n);
+    count_ = n;
+}
+
 void KArrayBuffer::freeExtra() {
     if (count_ == capacity_) return;
     if (count_ == 0) {

@@ -37,6 +37,9 @@ public:
     void append(const void* elements, int n);
     // Changes the count; new elements are zero bytes.
     void setCount(int n);
+    // Changes the count; new elements are left unset, for a caller that writes every one of
+    // them (clearing memory that is then overwritten costs a pass of its own).
+    void setCountUnset(int n);
     void removeAll() { count_ = 0; }
     void ensureCapacity(int n);
     // Gives back memory beyond the count.

@@ -16,6 +16,17 @@ inline bool isEndOfLine(const char* p, const char* end) {
     return p == end || *p == '\n' || *p == '\r' || *p == '\x1A';
 }
 
+// Control characters other than tab and the line ends.
+inline bool isControl(char c) {
+    const auto u = static_cast<unsigned char>(c);
+    return (u < 0x20 && c != '\t' && c != '\n' && c != '\r') || u == 0x7F;
+}
+
+// What may follow the last sample: blanks, line ends, end-of-file characters and NUL bytes.
+inline bool isPadding(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\x1A' || c == '\0';
+}
+
 inline const char* skipBlanks(const char* p, const char* end) {
     while (p < end && (*p == ' ' || *p == '\t')) ++p;
     return p;
@@ -57,74 +68,110 @@ inline bool readNumber(const char*& p, const char* end, double& value, bool& emp
 
 }  // namespace
 
-void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtradeConfig& config,
-                                   KComtradeData& data, KStringArray& warnings) {
+void KComtradeAsciiDecoder::start(const KComtradeConfig& config) {
+    KComtradeDecoder::start(config);
+    line_ = 1;
+    extraFieldsLine_ = emptyStampCount_ = otherStatusLine_ = emptyStatusLine_ = cutLine_ = 0;
+}
+
+size_t KComtradeAsciiDecoder::decodePiece(const char* bytes, size_t size, bool last,
+                                          KComtradeData& block) {
+    const KComtradeConfig& config = *config_;
     const size_t analogCount = config.analogs.size();
     const size_t digitalCount = config.digitals.size();
     const size_t fieldCount = 2 + analogCount + digitalCount;
     const bool missingCode = config.revision != KComtradeConfig::REV_1991;
 
+    // Only whole lines, unless nothing follows.
+    const char* end = bytes + size;
+    if (!last) {
+        while (end > bytes && end[-1] != '\n') --end;
+        if (end == bytes) return 0;
+    }
+
     // A first guess at the number of samples, bounded by what the bytes can hold.
-    size_t capacity = static_cast<size_t>(std::max<int64_t>(config.getSampleCount(), 16));
-    capacity = std::min(capacity, size / (2 * fieldCount) + 1);
-    auto setLength = [&](size_t n, bool fill) {
-        data.resize(static_cast<int64_t>(n), static_cast<int>(analogCount),
-                    static_cast<int>(digitalCount), KComtradeData::DOUBLE, fill);
+    const int64_t announced = std::max<int64_t>(config.getSampleCount() - count_, 16);
+    size_t capacity = std::min(static_cast<size_t>(announced),
+                               static_cast<size_t>(end - bytes) / (2 * fieldCount) + 1);
+    auto setLength = [&](size_t n) {
+        block.resize(static_cast<int64_t>(n), static_cast<int>(analogCount),
+                     static_cast<int>(digitalCount), KComtradeData::DOUBLE, false);
     };
-    setLength(capacity, false);
+    setLength(capacity);
     std::vector<double*> analogs(analogCount);
-    std::vector<uint16_t*> words(static_cast<size_t>(data.getWordCount()));
+    std::vector<uint16_t*> words(static_cast<size_t>(block.getWordCount()));
     auto bind = [&] {
         for (size_t c = 0; c < analogCount; ++c)
-            analogs[c] = data.getAnalogs<double>(static_cast<int>(c));
-        for (size_t k = 0; k < words.size(); ++k) words[k] = data.getWords(static_cast<int>(k));
+            analogs[c] = block.getAnalogs<double>(static_cast<int>(c));
+        for (size_t k = 0; k < words.size(); ++k) words[k] = block.getWords(static_cast<int>(k));
     };
     bind();
 
     const char* p = bytes;
-    const char* end = bytes + size;
     size_t count = 0;
-    long long line = 1;
-    long long extraFieldsLine = 0, emptyStampCount = 0, otherStatusLine = 0;
-    long long emptyStatusLine = 0;
-    bool cutLast = false;
-    NumberCheck numbers;
-    const char* lastProgress = p;
+    long long line = line_;
 
-    auto fail = [&](const char* at, const char* expected) {
+    auto columnOf = [&](const char* at) {
         const char* lineStart = at;
         while (lineStart > bytes && lineStart[-1] != '\n') --lineStart;
+        return static_cast<int>(at - lineStart + 1);
+    };
+    auto fail = [&](const char* at, const char* expected) {
+        if (at < end && isControl(*at))
+            KException::raise("COMTRADE Error",
+                              "%s, line %lld, column %d: control character 0x%02X inside the line",
+                              fileName_.c_str(), line, columnOf(at),
+                              static_cast<unsigned char>(*at));
         const char* stop = at;
-        while (stop < end && stop - at < 20 && *stop != ',' && !isEndOfLine(stop, end)) ++stop;
+        while (stop < end && stop - at < 20 && *stop != ',' && !isEndOfLine(stop, end) &&
+               !isControl(*stop))
+            ++stop;
         KException::raise("COMTRADE Error", "%s, line %lld, column %d: expected %s, found '%.*s'",
-                          fileName_.c_str(), line, static_cast<int>(at - lineStart + 1), expected,
+                          fileName_.c_str(), line, columnOf(at), expected,
                           static_cast<int>(stop - at), at);
+    };
+    // Whether only padding (blanks, line ends, end-of-file characters, NUL) follows q.
+    auto onlyPadding = [&](const char* q) {
+        for (; q < end; ++q)
+            if (!isPadding(*q)) return false;
+        return true;
     };
 
     while (p < end) {
-        // Line ends, blank lines and end-of-file padding between samples.
+        const char* lineStart = p;
+        // Line ends and blank lines between samples.
         if (*p == '\n') {
             ++line;
             ++p;
             continue;
         }
-        if (*p == '\r' || *p == '\x1A' || *p == ' ' || *p == '\t' || *p == '\0') {
+        if (*p == '\r' || *p == ' ' || *p == '\t') {
             ++p;
             continue;
         }
+        if (isControl(*p)) {
+            // Padding at the end of the file; anywhere else, a fault.
+            if (!onlyPadding(p)) fail(p, "a sample number");
+            if (!last) {
+                p = lineStart;
+                break;
+            }
+            p = end;
+            break;
+        }
         if (count == capacity) {
             capacity *= 2;
-            setLength(capacity, false);
+            setLength(capacity);
             bind();
         }
         for (uint16_t* w : words) w[count] = 0;
         size_t field = 0;
         double value;
         bool empty;
+        const long long index = count_ + static_cast<long long>(count);
         // Sample number.
         if (!readNumber(p, end, value, empty) || empty) fail(p, "a sample number");
-        numbers.check(std::fabs(value) < 1e15 ? static_cast<long long>(value) : -1,
-                      static_cast<long long>(count));
+        numbers_.check(std::fabs(value) < 1e15 ? static_cast<long long>(value) : -1, index);
         for (field = 1; field < fieldCount; ++field) {
             if (p == end || *p != ',') break;
             ++p;
@@ -132,21 +179,21 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
             if (!readNumber(p, end, value, empty)) {
                 fail(at, field == 1 ? "a time stamp" : "a number");
             }
-            if (p < end && *p != ',' && !isEndOfLine(p, end)) fail(at, "a number");
+            if (p < end && *p != ',' && !isEndOfLine(p, end)) fail(p, "a number");
             if (field == 1) {
-                data.timeStamps[count] = value;
-                emptyStampCount += empty;
+                block.timeStamps[count] = value;
+                emptyStampCount_ += empty;
             } else if (field < 2 + analogCount) {
                 analogs[field - 2][count] = (missingCode && value == 99999.0) ? NaN : value;
             } else {
                 unsigned bit = 0;
                 if (empty) {
-                    if (!emptyStatusLine) emptyStatusLine = line;
+                    if (!emptyStatusLine_) emptyStatusLine_ = line;
                 } else if (value == 1.0) {
                     bit = 1;
                 } else if (value != 0.0) {
                     bit = 1;
-                    if (!otherStatusLine) otherStatusLine = line;
+                    if (!otherStatusLine_) otherStatusLine_ = line;
                 }
                 const size_t c = field - 2 - analogCount;
                 words[c >> 4][count] |= static_cast<uint16_t>(bit << (c & 15));
@@ -154,14 +201,11 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
         }
         if (field != fieldCount) {
             // A short line is the cut-off end of a file, or a broken file.
+            if (p < end && *p != '\n' && *p != '\r' && isControl(*p) && !onlyPadding(p))
+                fail(p, "a comma");
             const char* q = p;
             while (q < end && *q != '\n') ++q;
-            bool last = true;
-            for (const char* r = q; r < end; ++r)
-                if (*r != '\n' && *r != '\r' && *r != '\x1A' && *r != ' ' && *r != '\t' &&
-                    *r != '\0')
-                    last = false;
-            if (!last) {
+            if (!onlyPadding(q)) {
                 KString expected;
                 expected.format(
                     "%zu fields (sample number, time stamp, %zu analog and %zu "
@@ -169,46 +213,54 @@ void KComtradeAsciiDecoder::decode(const char* bytes, size_t size, const KComtra
                     fieldCount, analogCount, digitalCount, field);
                 fail(p, expected.c_str());
             }
-            cutLast = true;
-            p = q;
+            if (!last) {
+                // Whether it is the last line shows only with what comes next.
+                p = lineStart;
+                break;
+            }
+            cutLine_ = line;
+            p = end;
             break;
         }
         if (p < end && *p == ',') {
-            if (!extraFieldsLine) extraFieldsLine = line;
+            if (!extraFieldsLine_) extraFieldsLine_ = line;
             while (p < end && *p != '\n') ++p;
         }
         if (p < end && !isEndOfLine(p, end)) fail(p, "a comma or the end of the line");
+        if (p < end && *p == '\x1A' && !onlyPadding(p)) fail(p, "the end of the line");
         ++count;
-        if (p - lastProgress > (8 << 20)) {
-            lastProgress = p;
-            reportProgress(static_cast<size_t>(p - bytes), size);
-        }
     }
-    setLength(count, true);
-    reportProgress(size, size);
+    setLength(count);
+    count_ += static_cast<int64_t>(count);
+    line_ = line;
+    const size_t used = last ? size : static_cast<size_t>(p - bytes);
+    offset_ += used;
+    return used;
+}
 
-    numbers.report(warnings);
+void KComtradeAsciiDecoder::finish(KStringArray& warnings) {
+    KComtradeDecoder::finish(warnings);
     KString w;
-    if (cutLast) {
-        w.format("line %lld is cut short; the incomplete sample was dropped", line);
+    if (cutLine_) {
+        w.format("line %lld is cut short; the incomplete sample was dropped", cutLine_);
         warnings.add(w.c_str());
     }
-    if (extraFieldsLine) {
+    if (extraFieldsLine_) {
         w.format("line %lld (and maybe others) has more than %zu fields; the rest ignored",
-                 extraFieldsLine, fieldCount);
+                 extraFieldsLine_, 2 + config_->analogs.size() + config_->digitals.size());
         warnings.add(w.c_str());
     }
-    if (emptyStampCount > 0 && emptyStampCount < static_cast<long long>(count)) {
-        w.format("%lld samples have an empty time stamp", emptyStampCount);
+    if (emptyStampCount_ > 0 && emptyStampCount_ < count_) {
+        w.format("%lld samples have an empty time stamp", emptyStampCount_);
         warnings.add(w.c_str());
     }
-    if (emptyStatusLine) {
-        w.format("line %lld (and maybe others): empty status value taken as 0", emptyStatusLine);
+    if (emptyStatusLine_) {
+        w.format("line %lld (and maybe others): empty status value taken as 0", emptyStatusLine_);
         warnings.add(w.c_str());
     }
-    if (otherStatusLine) {
+    if (otherStatusLine_) {
         w.format("line %lld (and maybe others): status value other than 0 or 1 taken as 1",
-                 otherStatusLine);
+                 otherStatusLine_);
         warnings.add(w.c_str());
     }
 }

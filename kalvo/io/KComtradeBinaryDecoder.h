@@ -9,13 +9,15 @@ class KComtradeBinaryDecoder : public KComtradeDecoder {
 public:
     explicit KComtradeBinaryDecoder(KComtradeConfig::FileType type) : type_(type) {}
 
-    void decode(const char* bytes, size_t size, const KComtradeConfig& config, KComtradeData& data,
-                KStringArray& warnings) override;
+    void start(const KComtradeConfig& config) override;
+    size_t decodePiece(const char* bytes, size_t size, bool last, KComtradeData& block) override;
+    void finish(KStringArray& warnings) override;
 
 private:
     template <class Value>
-    void decodeSamples(const unsigned char* bytes, size_t start, size_t count, size_t recordSize,
-                       KComtradeData& data, NumberCheck& numbers) const;
+    void decodeSamples(const unsigned char* bytes, size_t count, KComtradeData& block);
 
     KComtradeConfig::FileType type_;
+    size_t recordSize_ = 0;
+    KString tail_;  // what the bytes after the last whole sample were
 };

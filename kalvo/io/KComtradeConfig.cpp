@@ -7,8 +7,8 @@ double KComtradeConfig::getTimeStampUnit() const {
     return base * timeMultiplier;
 }
 
-int KComtradeConfig::getRecordSize() const {
-    const int width = fileType == BINARY ? 2 : 4;
+int KComtradeConfig::getRecordSize(FileType type) const {
+    const int width = type == BINARY ? 2 : 4;
     const int words = static_cast<int>((digitals.size() + 15) / 16);
     return 8 + width * static_cast<int>(analogs.size()) + 2 * words;
 }

@@ -55,8 +55,9 @@ public:
     // Seconds per time stamp unit: microseconds, or nanoseconds when the start stamp is
     // written to the nanosecond, times the time multiplier.
     double getTimeStampUnit() const;
-    // Bytes of one sample in a binary data file.
-    int getRecordSize() const;
+    // Bytes of one sample in a binary data file of the config's file type, or of type.
+    int getRecordSize() const { return getRecordSize(fileType); }
+    int getRecordSize(FileType type) const;
 
     static const char* getFileTypeName(FileType type);
     // Case-insensitive; false for an unknown name.

@@ -86,6 +86,18 @@ long long KComtradeConfigParser::integer(const Line& line, const std::string& fi
     return v;
 }
 
+void KComtradeConfigParser::checkCharacters(std::string_view line, int number) const {
+    int column = 1;
+    for (const char c : line) {
+        const auto u = static_cast<unsigned char>(c);
+        if ((u < 0x20 && c != '\t' && c != '\r') || u == 0x7F)
+            KException::raise("COMTRADE Error",
+                              "%s, line %d, column %d: control character 0x%02X inside the line",
+                              fileName_.c_str(), number, column, u);
+        column += (u & 0xC0) != 0x80;  // columns count characters, not UTF-8 bytes
+    }
+}
+
 void KComtradeConfigParser::note(const char* what, int channel) {
     notes_[what].push_back(channel);
 }
@@ -109,6 +121,7 @@ KComtradeConfig KComtradeConfigParser::parse(std::string_view text, KStringArray
         if (trim(line).empty()) {
             blank |= !text.empty() && !padded;
         } else {
+            checkCharacters(line, lineNumber);
             lines_.push_back({line, lineNumber});
         }
         ++lineNumber;

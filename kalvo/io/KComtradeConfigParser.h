@@ -33,6 +33,9 @@ private:
     std::vector<std::string> fields(const Line& line) const;
     double number(const Line& line, const std::string& field, const char* what) const;
     long long integer(const Line& line, const std::string& field, const char* what) const;
+    // Raises for a control character (other than tab and CR) inside a line: texts are cut at
+    // a NUL, and a number would be read only up to it.
+    void checkCharacters(std::string_view line, int number) const;
     // Collects one kind of departure per channel so that it is reported once.
     void note(const char* what, int channel);
 

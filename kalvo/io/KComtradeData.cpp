@@ -22,6 +22,21 @@ void KComtradeData::resize(int64_t n, int analogCount, int digitalCount, SampleT
     for (auto& words : words_) size(words, count);
 }
 
+void KComtradeData::append(const KComtradeData& block) {
+    if (getSampleCount() == 0)
+        resize(0, block.getAnalogCount(), block.getDigitalCount(), block.type_, false);
+    checkType(block.type_);
+    if (block.getAnalogCount() != getAnalogCount() || block.getDigitalCount() != digitalCount_)
+        KAssertion("Appending samples")
+            .fail("%d analog and %d status channels, not %d and %d", block.getAnalogCount(),
+                  block.getDigitalCount(), getAnalogCount(), digitalCount_);
+    timeStamps.insert(timeStamps.end(), block.timeStamps.begin(), block.timeStamps.end());
+    for (size_t c = 0; c < analogs_.size(); ++c)
+        analogs_[c].insert(analogs_[c].end(), block.analogs_[c].begin(), block.analogs_[c].end());
+    for (size_t k = 0; k < words_.size(); ++k)
+        words_[k].insert(words_[k].end(), block.words_[k].begin(), block.words_[k].end());
+}
+
 double KComtradeData::getAnalog(int c, int64_t i) const {
     double v = 0.0;
     visitAnalogs(c, [&](const auto* column) { v = toDouble(column[i]); });

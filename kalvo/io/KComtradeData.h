@@ -34,6 +34,10 @@ public:
     void resize(int64_t n, int analogCount, int digitalCount, SampleType type = DOUBLE,
                 bool fill = true);
 
+    // Appends the samples of block, which must have the same channels; an empty data takes
+    // the block's sample type.
+    void append(const KComtradeData& block);
+
     // Raw value of analog channel c at sample i: NaN where it is missing.
     double getAnalog(int c, int64_t i) const;
     // The column of analog channel c, as the type it is held in; T must be that type.

@@ -8,6 +8,22 @@ std::unique_ptr<KComtradeDecoder> KComtradeDecoder::create(KComtradeConfig::File
     return std::make_unique<KComtradeBinaryDecoder>(type);
 }
 
+void KComtradeDecoder::decode(const char* bytes, size_t size, const KComtradeConfig& config,
+                              KComtradeData& data, KStringArray& warnings) {
+    start(config);
+    decodePiece(bytes, size, true, data);
+    finish(warnings);
+}
+
+void KComtradeDecoder::start(const KComtradeConfig& config) {
+    config_ = &config;
+    numbers_ = NumberCheck();
+    count_ = 0;
+    offset_ = 0;
+}
+
+void KComtradeDecoder::finish(KStringArray& warnings) { numbers_.report(warnings); }
+
 void KComtradeDecoder::NumberCheck::report(KStringArray& warnings) const {
     KString w;
     if (first_ != 1) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
+#include <cstdint>
 #include <memory>
 
 #include <kalvo/foundation/KString.h>
@@ -9,25 +9,34 @@
 #include <kalvo/io/KComtradeConfig.h>
 #include <kalvo/io/KComtradeData.h>
 
-// Turns the bytes of a data file into samples, for one file type. A decoder keeps every
-// complete sample; what it had to skip or mend goes into the warnings, and input it cannot
-// make sense of raises a KException naming the file and the line or byte offset.
+// Turns the bytes of a data file into samples, for one file type. The bytes may come in
+// pieces: start, then each piece in file order, then finish. A decoder keeps every complete
+// sample; what it had to skip or mend goes into the warnings, and input it cannot make sense
+// of raises a KException naming the file and the line or byte offset.
 class KComtradeDecoder {
 public:
-    // Called now and then with the share of the bytes done so far, 0 to 1.
-    using Progress = std::function<void(double)>;
-
     virtual ~KComtradeDecoder() = default;
 
     // The decoder for the config's file type.
     static std::unique_ptr<KComtradeDecoder> create(KComtradeConfig::FileType type);
 
     void setFileName(const char* name) { fileName_ = name; }
-    void setProgress(Progress progress) { progress_ = std::move(progress); }
 
-    // Replaces data with the samples held in bytes.
-    virtual void decode(const char* bytes, size_t size, const KComtradeConfig& config,
-                        KComtradeData& data, KStringArray& warnings) = 0;
+    // Replaces data with the samples of a whole data file held in bytes.
+    void decode(const char* bytes, size_t size, const KComtradeConfig& config, KComtradeData& data,
+                KStringArray& warnings);
+
+    // Starts a file of the given configuration, which must outlive the decoding.
+    virtual void start(const KComtradeConfig& config);
+    // Decodes the whole samples at the front of bytes into block (replacing what it held) and
+    // returns how many bytes they took; the rest must come again, with what follows it, in the
+    // next call. With last (no bytes follow), every byte is used.
+    virtual size_t decodePiece(const char* bytes, size_t size, bool last, KComtradeData& block) = 0;
+    // Adds what the file had wrong to warnings.
+    virtual void finish(KStringArray& warnings);
+
+    // Samples decoded since start.
+    int64_t getSampleCount() const { return count_; }
 
 protected:
     // Reports sample numbers that do not count up by one from 1.
@@ -49,10 +58,9 @@ protected:
         long long found_ = 0;
     };
 
-    void reportProgress(size_t done, size_t total) const {
-        if (progress_ && total > 0) progress_(static_cast<double>(done) / total);
-    }
-
+    const KComtradeConfig* config_ = nullptr;
     KString fileName_;
-    Progress progress_;
+    NumberCheck numbers_;
+    int64_t count_ = 0;    // samples decoded before the current piece
+    uint64_t offset_ = 0;  // file offset of the current piece's first byte
 };

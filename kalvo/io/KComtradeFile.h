@@ -7,22 +7,17 @@
 #include <kalvo/foundation/KStringArray.h>
 #include <kalvo/io/KComtradeConfig.h>
 #include <kalvo/io/KComtradeData.h>
-#include <kalvo/io/KComtradeDecoder.h>
+#include <kalvo/io/KComtradeStream.h>
 #include <kalvo/io/KTextEncoding.h>
 
-// A disturbance record as its files hold it: the configuration, the samples, the header and
-// information texts, the time of each sample, and the list of what the reader found off and
-// what it did about it. Reads a .cfg with its .dat (in any letter case), or one combined .cff.
+// A disturbance record as its files hold it, all in memory: the configuration, the raw
+// samples, the header and information texts, the time of each sample, and the list of what
+// the reader found off and what it did about it. Read through a KComtradeStream.
 class KComtradeFile {
 public:
-    struct Options {
-        // The character set of the configuration texts; AUTO guesses it.
-        KTextEncoding::Encoding encoding = KTextEncoding::AUTO;
-        // Called while the samples are decoded, with the share done (0 to 1).
-        KComtradeDecoder::Progress progress;
-    };
+    using Options = KComtradeStream::Options;
 
-    KComtradeConfig config;
+    KComtradeConfig config;       // its sampling rates describe the samples there are
     KComtradeData data;
     KString header, information;  // the .hdr and .inf texts, if any
     std::vector<double> times;    // seconds of each sample after the first
@@ -43,15 +38,7 @@ public:
     void readData(std::string_view bytes, const char* name, const Options& options);
     void readCombined(std::string_view bytes, const char* name, const Options& options);
 
-    // The file that goes with path under another extension ("dat" for a ".cfg"), looked up in
-    // any letter case; empty when there is none.
-    static std::string findCompanion(const std::string& path, const char* extension);
-    // The extension of path with its dot, in lower case (".cfg").
-    static std::string getExtension(const std::string& path);
-    // The whole content of a file; raises KException when it cannot be read.
-    static std::string load(const std::string& path);
-
 private:
-    void finish();
-    std::string toUtf8(std::string_view text, const Options& options);
+    // Takes every sample and what the stream found.
+    void take(KComtradeStream& stream);
 };

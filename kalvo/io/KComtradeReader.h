@@ -2,6 +2,7 @@
 
 #include <kalvo/foundation/KStringArray.h>
 #include <kalvo/io/KComtradeFile.h>
+#include <kalvo/io/KComtradeStream.h>
 #include <kalvo/record/KRecord.h>
 
 // Builds a KRecord from COMTRADE files. The record's name is the station, its device the
@@ -46,24 +47,45 @@ public:
     void setDomainFromFirstSample(bool first) { fromFirstSample_ = first; }
     bool isDomainFromFirstSample() const { return fromFirstSample_; }
     void setEncoding(KTextEncoding::Encoding encoding) { options_.encoding = encoding; }
-    void setProgress(KComtradeDecoder::Progress progress) {
+    void setProgress(KComtradeStream::Progress progress) {
         options_.progress = std::move(progress);
     }
 
-    // Reads the record of path (a .cfg, .dat or .cff) into record, replacing what it held.
-    // Raises KException for files that cannot be read or make no sense.
+    // Reads the record of path (a .cfg, .dat or .cff) into record, replacing what it held,
+    // in one pass over the data file: each sample is written once, into traces sized for
+    // all of them. Raises KException for files that cannot be read or make no sense; the
+    // record is then left empty.
     void read(const char* path, KRecord& record);
     // Reads a record whose configuration and data are in memory; name is used in messages.
     void read(std::string_view config, std::string_view data, const char* name, KRecord& record);
+    // Reads the record of a stream opened before.
+    void read(KComtradeStream& stream, KRecord& record);
     // Builds record from files read before.
     void build(const KComtradeFile& file, KRecord& record) const;
 
-    const KStringArray& getWarnings() const { return file_.warnings; }
-    const KComtradeFile& getFile() const { return file_; }
+    // What the last read found wrong with the files, and their configuration as declared.
+    const KStringArray& getWarnings() const { return warnings_; }
+    const KComtradeConfig& getConfig() const { return config_; }
+
+    // The factor and offset that turn the raw samples of an analog channel into the values
+    // this reader gives (secondary or primary).
+    void getCalibration(const KComtradeConfig::Analog& channel, double& scale,
+                        double& offset) const;
 
 private:
-    KComtradeFile::Options options_;
-    KComtradeFile file_;
+    // The record's texts, properties and empty traces, from the configuration.
+    void describe(const KComtradeConfig& config, const KString& header,
+                  const KString& information, KRecord& record) const;
+    // Writes samples first to first + n - 1 into the traces, growing them when needed.
+    void fill(const KComtradeData& data, const std::vector<double>& times, int64_t first,
+              double origin, KRecord& record) const;
+    // Sampling rates, warnings and the sampling table once every sample is in.
+    void complete(const std::vector<KComtradeConfig::Rate>& rates, const KStringArray& warnings,
+                  KRecord& record) const;
+
+    KComtradeStream::Options options_;
+    KStringArray warnings_;
+    KComtradeConfig config_;
     bool primary_ = false;
     bool fromFirstSample_ = false;
 };

@@ -2,197 +2,201 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include <kalvo/foundation/KException.h>
 
-std::vector<double> KComtradeTiming::compute(const KComtradeConfig& config,
-                                             const KComtradeData& data, KStringArray& warnings) {
-    if (!config.hasSamplingRate()) return fromStamps(config, data, warnings);
-    std::vector<double> times = fromRates(config, static_cast<size_t>(data.getSampleCount()));
-    checkStamps(config, data, times, warnings);
-    return times;
+KComtradeTiming::KComtradeTiming(const KComtradeConfig& config)
+    : config_(config),
+      fromRates_(config.hasSamplingRate()),
+      unit_(config.getTimeStampUnit()) {
+    if (!fromRates_) return;
+    const auto& rates = config.rates;
+    // Runs that hold no sample are passed over; the last run goes on as long as the samples.
+    while (run_ + 1 < rates.size() && rates[run_].endSample <= 0) ++run_;
+    runEnd_ = run_ + 1 == rates.size() ? std::numeric_limits<int64_t>::max()
+                                       : rates[run_].endSample;
+    interval_ = 1.0 / rates[run_].rate;
+    expectedStep_ = interval_ / unit_;
 }
 
-std::vector<double> KComtradeTiming::fromRates(const KComtradeConfig& config, size_t count) {
-    std::vector<double> times(count);
-    size_t runStart = 0;
-    double base = 0.0;
-    double previousInterval = 0.0;
-    for (size_t r = 0; r < config.rates.size() && runStart < count; ++r) {
-        const bool last = r + 1 == config.rates.size();
-        // Samples past the last run's end (a data file longer than announced) keep its rate.
-        size_t runEnd =
-            last ? count : std::min(count, static_cast<size_t>(config.rates[r].endSample));
-        if (runEnd <= runStart) continue;
-        const double interval = 1.0 / config.rates[r].rate;
-        if (runStart > 0) base = times[runStart - 1] + previousInterval;
-        for (size_t i = runStart; i < runEnd; ++i)
-            times[i] = base + static_cast<double>(i - runStart) * interval;
-        previousInterval = interval;
-        runStart = runEnd;
+double KComtradeTiming::nextRateTime(int64_t index) {
+    const auto& rates = config_.rates;
+    while (index >= runEnd_) {
+        const double lastTime = base_ + static_cast<double>(runEnd_ - 1 - runStart_) * interval_;
+        const double next = lastTime + interval_;
+        runStart_ = runEnd_;
+        do {
+            ++run_;
+        } while (run_ + 1 < rates.size() && rates[run_].endSample <= runStart_);
+        runEnd_ = run_ + 1 == rates.size() ? std::numeric_limits<int64_t>::max()
+                                           : rates[run_].endSample;
+        interval_ = 1.0 / rates[run_].rate;
+        base_ = next;
     }
-    return times;
+    return base_ + static_cast<double>(index - runStart_) * interval_;
 }
 
-std::vector<double> KComtradeTiming::unwrap(const KComtradeData::Values& stamps,
-                                            double expectedStep, double& modulus, long long& wraps,
-                                            long long& backwardsAt) {
-    std::vector<double> out(stamps.begin(), stamps.end());
-    modulus = 0.0;
-    wraps = 0;
-    backwardsAt = -1;
-    double maxStamp = 0.0;
-    for (double s : stamps)
-        if (std::isfinite(s)) maxStamp = std::max(maxStamp, s);
-    double offset = 0.0;
-    double previous = NAN;
-    for (size_t i = 0; i < stamps.size(); ++i) {
-        const double s = stamps[i];
-        if (!std::isfinite(s)) continue;
-        if (std::isfinite(previous) && s < previous) {
-            const double step = s - previous;
-            bool wrapped = false;
-            for (double m : {65536.0, 4294967296.0}) {
-                if (maxStamp >= m) continue;
-                // A counter wrap: adding the modulus gives a step near the expected one.
-                if (std::fabs(step + m - expectedStep) <= std::max(expectedStep, 1.0)) {
-                    offset += m;
-                    modulus = m;
-                    ++wraps;
-                    wrapped = true;
-                    break;
-                }
+double KComtradeTiming::rateTime(const KComtradeConfig& config, int64_t index) {
+    if (!config.hasSamplingRate()) return std::numeric_limits<double>::quiet_NaN();
+    return KComtradeTiming(config).nextRateTime(index);
+}
+
+double KComtradeTiming::getStampInterval() const { return fromRates_ ? 0.0 : median_ * unit_; }
+
+double KComtradeTiming::unwrap(double s, double expectedStep) {
+    if (hasPrevious_ && s < previousStamp_) {
+        const double step = s - previousStamp_;
+        bool wrapped = false;
+        for (double m : {65536.0, 4294967296.0}) {
+            if (maxStamp_ >= m) continue;
+            // A counter wrap: adding the modulus gives a step near the expected one.
+            if (std::fabs(step + m - expectedStep) <= std::max(expectedStep, 1.0)) {
+                wrapOffset_ += m;
+                modulus_ = m;
+                ++wraps_;
+                wrapped = true;
+                break;
             }
-            if (!wrapped && backwardsAt < 0) backwardsAt = static_cast<long long>(i);
         }
-        previous = s;
-        out[i] = s + offset;
+        if (!wrapped && backwardsAt_ < 0) backwardsAt_ = count_;
     }
-    return out;
+    maxStamp_ = std::max(maxStamp_, s);
+    previousStamp_ = s;
+    hasPrevious_ = true;
+    return s + wrapOffset_;
 }
 
-void KComtradeTiming::checkStamps(const KComtradeConfig& config, const KComtradeData& data,
-                                  const std::vector<double>& times, KStringArray& warnings) {
-    const auto& stamps = data.timeStamps;
-    const size_t n = stamps.size();
-    if (n < 2) return;
-    size_t missing = 0, zero = 0;
-    for (double s : stamps) {
-        missing += !std::isfinite(s);
-        zero += s == 0.0;
+void KComtradeTiming::add(const double* stamps, size_t n, std::vector<double>& times) {
+    times.resize(n);
+    if (n == 0) return;
+    if (fromRates_)
+        addFromRates(stamps, n, times);
+    else
+        addFromStamps(stamps, n, times);
+}
+
+void KComtradeTiming::addFromRates(const double* stamps, size_t n, std::vector<double>& times) {
+    for (size_t i = 0; i < n; ++i, ++count_) {
+        const double t = nextRateTime(count_);
+        times[i] = t;
+        if (count_ > 0) maxInterval_ = std::max(maxInterval_, t - lastTime_);
+        lastTime_ = t;
+        const double s = stamps[i];
+        if (!std::isfinite(s)) {
+            ++missing_;
+            continue;
+        }
+        zero_ += s == 0.0;
+        const double u = unwrap(s, expectedStep_);
+        if (!hasFirst_) {
+            hasFirst_ = true;
+            firstStamp_ = u;
+            firstTime_ = t;
+        }
+        const double deviation = std::fabs((u - firstStamp_) * unit_ - (t - firstTime_));
+        if (deviation > worst_) {
+            worst_ = deviation;
+            worstAt_ = count_;
+        }
     }
+}
+
+void KComtradeTiming::addFromStamps(const double* stamps, size_t n, std::vector<double>& times) {
+    std::vector<double> unwrapped(n);
+    const bool first = count_ == 0;
+    if (first) {
+        // The median step between known stamps stands in where a stamp is missing or goes back.
+        std::vector<double> steps;
+        size_t known = 0;
+        for (size_t i = 0; i < n; ++i) {
+            known += std::isfinite(stamps[i]) != 0;
+            if (i > 0 && std::isfinite(stamps[i]) && std::isfinite(stamps[i - 1]) &&
+                stamps[i] > stamps[i - 1])
+                steps.push_back(stamps[i] - stamps[i - 1]);
+        }
+        if (known == 0)
+            KException::raise("COMTRADE Error",
+                              "the record has neither a sampling rate nor time stamps: the time of "
+                              "its samples is unknown");
+        median_ = 1.0;
+        if (!steps.empty()) {
+            std::nth_element(steps.begin(), steps.begin() + steps.size() / 2, steps.end());
+            median_ = steps[steps.size() / 2];
+        }
+    }
+    bool known = !first;
+    for (size_t i = 0; i < n; ++i, ++count_) {
+        double s = std::isfinite(stamps[i]) ? unwrap(stamps[i], median_) : NAN;
+        if (!std::isfinite(s) || (known && s <= previous_)) {
+            s = known ? previous_ + median_ : NAN;
+            ++mended_;
+        }
+        if (std::isfinite(s)) {
+            known = true;
+            previous_ = s;
+        }
+        unwrapped[i] = s;
+    }
+    if (first) {
+        // Leading samples without a stamp count back from the first known one.
+        size_t firstKnown = 0;
+        while (!std::isfinite(unwrapped[firstKnown])) ++firstKnown;
+        for (size_t i = firstKnown; i-- > 0;) unwrapped[i] = unwrapped[i + 1] - median_;
+        origin_ = unwrapped[0];
+    }
+    for (size_t i = 0; i < n; ++i) times[i] = (unwrapped[i] - origin_) * unit_;
+    lastTime_ = times[n - 1];
+}
+
+void KComtradeTiming::finish(KStringArray& warnings) {
     KString w;
-    if (missing == n) {
+    if (!fromRates_) {
+        if (wraps_ > 0) {
+            w.format("the time stamps wrap at %.0f (%lld times); the counter was unwound",
+                     modulus_, wraps_);
+            warnings.add(w.c_str());
+        }
+        if (mended_ > 0) {
+            w.format(
+                "%lld time stamps missing or not increasing; each set one typical step after "
+                "the sample before",
+                static_cast<long long>(mended_));
+            warnings.add(w.c_str());
+        }
+        return;
+    }
+    if (count_ < 2) return;
+    if (missing_ == count_) {
         warnings.add("the time stamps are missing; time taken from the sampling rate");
         return;
     }
-    if (zero == n) {
+    if (zero_ == count_) {
         warnings.add("the time stamps are all zero; time taken from the sampling rate");
         return;
     }
-    const double unit = config.getTimeStampUnit();
-    const double expectedStep = (times[1] - times[0]) / unit;
-    double modulus;
-    long long wraps, backwardsAt;
-    const std::vector<double> unwrapped = unwrap(stamps, expectedStep, modulus, wraps, backwardsAt);
-    if (wraps > 0) {
+    if (wraps_ > 0) {
         w.format("the time stamps wrap at %.0f (%lld times); time taken from the sampling rate",
-                 modulus, wraps);
+                 modulus_, wraps_);
         warnings.add(w.c_str());
     }
-    if (backwardsAt >= 0) {
+    if (backwardsAt_ >= 0) {
         w.format("the time stamps go backwards at sample %lld; time taken from the sampling rate",
-                 backwardsAt + 1);
+                 backwardsAt_ + 1);
         warnings.add(w.c_str());
         return;
     }
     // Agreement: within two of the longest intervals, or half a percent of the record.
-    size_t first = 0;
-    while (!std::isfinite(unwrapped[first])) ++first;
-    double maxInterval = 0.0;
-    for (size_t i = 1; i < n; ++i) maxInterval = std::max(maxInterval, times[i] - times[i - 1]);
-    const double tolerance = std::max(2.0 * maxInterval, 0.005 * (times[n - 1] - times[0]));
-    double worst = 0.0;
-    size_t worstAt = 0;
-    for (size_t i = first; i < n; ++i) {
-        if (!std::isfinite(unwrapped[i])) continue;
-        const double stampTime = (unwrapped[i] - unwrapped[first]) * unit;
-        const double deviation = std::fabs(stampTime - (times[i] - times[first]));
-        if (deviation > worst) {
-            worst = deviation;
-            worstAt = i;
-        }
-    }
-    if (worst > tolerance) {
+    const double tolerance = std::max(2.0 * maxInterval_, 0.005 * lastTime_);
+    if (worst_ > tolerance) {
         w.format(
-            "the time stamps differ from the sampling rate by up to %g s (at sample %zu); "
+            "the time stamps differ from the sampling rate by up to %g s (at sample %lld); "
             "time taken from the sampling rate",
-            worst, worstAt + 1);
+            worst_, static_cast<long long>(worstAt_ + 1));
         warnings.add(w.c_str());
     }
-    if (missing > 0) {
-        w.format("%zu time stamps are missing", missing);
+    if (missing_ > 0) {
+        w.format("%lld time stamps are missing", static_cast<long long>(missing_));
         warnings.add(w.c_str());
     }
-}
-
-std::vector<double> KComtradeTiming::fromStamps(const KComtradeConfig& config,
-                                                const KComtradeData& data, KStringArray& warnings) {
-    const auto& stamps = data.timeStamps;
-    const size_t n = stamps.size();
-    std::vector<double> times(n, 0.0);
-    if (n == 0) return times;
-    size_t known = 0;
-    for (double s : stamps) known += std::isfinite(s) != 0;
-    if (known == 0)
-        KException::raise("COMTRADE Error",
-                          "the record has neither a sampling rate nor time stamps: the time of "
-                          "its samples is unknown");
-    // The median step between known stamps stands in where a stamp is missing or goes back.
-    std::vector<double> steps;
-    for (size_t i = 1; i < n; ++i)
-        if (std::isfinite(stamps[i]) && std::isfinite(stamps[i - 1]) && stamps[i] > stamps[i - 1])
-            steps.push_back(stamps[i] - stamps[i - 1]);
-    double median = 1.0;
-    if (!steps.empty()) {
-        std::nth_element(steps.begin(), steps.begin() + steps.size() / 2, steps.end());
-        median = steps[steps.size() / 2];
-    }
-    double modulus;
-    long long wraps, backwardsAt;
-    std::vector<double> unwrapped = unwrap(stamps, median, modulus, wraps, backwardsAt);
-    KString w;
-    if (wraps > 0) {
-        w.format("the time stamps wrap at %.0f (%lld times); the counter was unwound", modulus,
-                 wraps);
-        warnings.add(w.c_str());
-    }
-    size_t mended = 0;
-    const double unit = config.getTimeStampUnit();
-    double origin = NAN;
-    double previous = NAN;
-    for (size_t i = 0; i < n; ++i) {
-        double s = unwrapped[i];
-        if (!std::isfinite(s) || (std::isfinite(previous) && s <= previous)) {
-            s = std::isfinite(previous) ? previous + median : NAN;
-            ++mended;
-        }
-        if (std::isfinite(s) && !std::isfinite(origin)) origin = s;
-        unwrapped[i] = s;
-        previous = s;
-    }
-    // Leading samples without a stamp count back from the first known one.
-    size_t firstKnown = 0;
-    while (!std::isfinite(unwrapped[firstKnown])) ++firstKnown;
-    for (size_t i = firstKnown; i-- > 0;) unwrapped[i] = unwrapped[i + 1] - median;
-    origin = unwrapped[0];
-    for (size_t i = 0; i < n; ++i) times[i] = (unwrapped[i] - origin) * unit;
-    if (mended > 0) {
-        w.format(
-            "%zu time stamps missing or not increasing; each set one typical step after "
-            "the sample before",
-            mended);
-        warnings.add(w.c_str());
-    }
-    return times;
 }

@@ -215,7 +215,7 @@ std::string KComtradeWriter::writeCombined(const KComtradeFile& file) {
 
 void KComtradeWriter::write(const KComtradeFile& file, const char* path) {
     std::filesystem::path p(path);
-    if (KComtradeFile::getExtension(path) == ".cff") {
+    if (KComtradeStream::getExtension(path) == ".cff") {
         writeFile(path, writeCombined(file));
         return;
     }

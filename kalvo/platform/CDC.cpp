@@ -527,6 +527,8 @@ int CDC::DrawText(char* text, int count, RECT* rect, unsigned format) {
     }
     if (shortened && (format & DT_MODIFYSTRING) && lines.size() == 1) {
         std::memcpy(text, lines[0].c_str(), lines[0].size() + 1);
+        // The text drawn is now the shortened one, without its terminator.
+        count = static_cast<int>(lines[0].size());
     }
 
     int y = box.top;

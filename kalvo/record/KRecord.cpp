@@ -197,10 +197,6 @@ void KRecord::adoptTrace(Trace* trace) {
     traces_.add(trace);
 }
 
-void KRecord::keepSelection() {
-    if (getTrace(selected_) == nullptr) selected_ = getTraceCount() > 0 ? 0 : -1;
-}
-
 const double* KRecord::getYData() const {
     const Trace* trace = getTrace(selected_);
     return trace != nullptr ? trace->getData() : nullptr;
@@ -224,7 +220,6 @@ void KRecord::setTraceName(int trace, const char* name) {
 void KRecord::create(int traces, int capacity, int step) {
     destroy();
     for (int i = 0; i < traces; ++i) adoptTrace(new Trace(capacity, step));
-    keepSelection();
 }
 
 void KRecord::destroy() {
@@ -266,7 +261,6 @@ void KRecord::installData(const double* x, KVector<Trace>& staged, int n) {
         for (int i = 0; i < n; ++i) domain_.appendValue(KDouble::NaN);
     }
     for (int c = 0; c < staged.getCount(); ++c) adoptTrace(staged.get(c));
-    keepSelection();
 }
 
 void KRecord::setData(const double* x, KVector<double>& columns, int n) {

@@ -171,8 +171,8 @@ public:
         datumChanged_ = false;
     }
 
-    // Replaces the traces by count new ones of the given capacity and growth step. The
-    // selection stays when it still names a trace, else the first trace is selected.
+    // Replaces the traces by count new ones of the given capacity and growth step. Selects
+    // nothing: the selected index stays as it was, naming a trace only if one is there.
     void create(int traces, int capacity, int step);
     // Empties the domain and the sampling table and deletes every trace.
     void destroy();
@@ -254,7 +254,6 @@ private:
     void copyFrom(const KRecord& other);
     void deleteTraces();
     void adoptTrace(Trace* trace);
-    void keepSelection();
     // Copies of the columns as new traces, for setData and setData2.
     static void stageColumns(KVector<double>& columns, int n, KVector<Trace>& staged);
     void installData(const double* x, KVector<Trace>& staged, int n);

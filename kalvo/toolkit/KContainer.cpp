@@ -84,11 +84,7 @@ void KContainer::relayout(KComponent* component) {
 }
 
 void KContainer::removeAll() {
-    while (!children_.empty()) {
-        KComponent* child = children_.back();
-        remove(child);
-        delete child;
-    }
+    while (!children_.empty()) remove(children_.back());
 }
 
 KComponent* KContainer::getComponent(int index) const {
@@ -359,7 +355,10 @@ void KContainer::copy(const KObject& other) {
     grid_ = c->grid_;
     reserved_ = c->reserved_;
     setLayout(static_cast<KLayout*>(c->layout_->clone()));
+    // The copy replaces this container's children: the old ones are its own to delete.
+    std::vector<KComponent*> old(children_);
     removeAll();
+    for (KComponent* child : old) delete child;
     for (const KComponent* child : c->children_) {
         auto* copy = static_cast<KComponent*>(child->clone());
         if (copy == nullptr) continue;

@@ -23,7 +23,7 @@ public:
     virtual void add(KComponent* component, const char* constraint = nullptr);
     // Takes a child out (not deleted: the caller owns it now).
     virtual void remove(KComponent* component);
-    // Removes and deletes every child.
+    // Takes every child out, last first (not deleted: the caller owns them now).
     void removeAll();
 
     int getComponentCount() const { return static_cast<int>(children_.size()); }

@@ -124,13 +124,19 @@ TEST(KFftTransform, recordFormRefusesBadStretches) {
     for (const auto& [from, to] : stretches)
         EXPECT_FALSE(fft.transform(&source, target, from, to, false, false)) << from << ".." << to;
     EXPECT_FALSE(fft.transform(nullptr, target, 0, 4, false, false));
-    source.selectTrace(-1);  // no trace data
-    EXPECT_FALSE(fft.transform(&source, target, 0, 8, false, false));
+    // A record that was created and fed but never had a trace selected has no trace data.
+    KRecord unselected;
+    unselected.create(1, 0, 16);
+    for (int i = 0; i < 16; ++i) {
+        unselected.setDomainValue(i * 0.001);
+        unselected.setTraceValue(0, i);
+        unselected.commit();
+    }
+    EXPECT_FALSE(fft.transform(&unselected, target, 0, 8, false, false));
     EXPECT_EQ(target.getSampleCount(), 3);  // left alone
     EXPECT_EQ(target.getTraceCount(), 1);
 
     // A stretch of one sample has no rows; a part of the record works on its own samples.
-    source.selectTrace(0);
     ASSERT_TRUE(fft.transform(&source, target, 3, 4, false, false));
     EXPECT_EQ(target.getSampleCount(), 0);
     ASSERT_TRUE(fft.transform(&source, target, 4, 12, false, false));

@@ -41,6 +41,17 @@ TEST(KArrayBuffer, appendCountAndCopies) {
     doubles.setCount(14);  // new elements are zero
     EXPECT_EQ(static_cast<const double*>(doubles.data())[13], 0.0);
     EXPECT_EQ(copy.getCount(), 12);
+
+    // Unset elements: an empty buffer is sized once at the count asked for; what was there stays.
+    KArrayBuffer samples(8, 0, 1024);
+    samples.setCountUnset(3000000);
+    EXPECT_EQ(samples.getCount(), 3000000);
+    EXPECT_EQ(samples.getCapacity(), 3000000);
+    copy.setCountUnset(20);
+    EXPECT_EQ(static_cast<const double*>(copy.data())[11], 8.0);
+    copy.setCountUnset(3);
+    EXPECT_EQ(copy.getCount(), 3);
+    EXPECT_GE(copy.getCapacity(), 20);
 }
 
 TEST(KAssertion, failedChecksNameTheWork) {

@@ -187,6 +187,7 @@ TEST(KCanvasTest, TasksTimersAndPostedEvents) {
     // A posted event whose component is gone is dropped.
     probe->postEvent(key);
     root->removeAll();
+    delete probe;
     EXPECT_EQ(canvas.pumpTasks(), 1);
 
     EXPECT_EQ(canvas.messageBox("Save changes?", "Kalvo", KHost::MB_YESNO), KHost::IDCANCEL);

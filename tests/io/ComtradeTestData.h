@@ -39,7 +39,7 @@ inline std::vector<std::string> sharedRecordPaths() {
         std::string ext = entry.path().extension().string();
         for (char& c : ext) c = static_cast<char>(tolower(c));
         const std::string path = entry.path().string();
-        if (ext == ".cff" || (ext == ".cfg" && !KComtradeFile::findCompanion(path, "dat").empty()))
+        if (ext == ".cff" || (ext == ".cfg" && !KComtradeStream::findCompanion(path, "dat").empty()))
             paths.push_back(path);
     }
     return paths;

@@ -91,6 +91,15 @@ TEST(KComtradeConfigParser, MalformedFilesNameTheLineAndWhatWasExpected) {
               "found '-4'");
     EXPECT_EQ(errorOf(replaceLine(GOOD, 5, "1,TRIP,,LINE,2")),
               "rec.cfg, line 5: expected the normal state 0 or 1, found '1,TRIP,,LINE,2'");
+    // A NUL or other control character inside a line is a fault, not the end of a field: "6"
+    // NUL "0" is no 6 Hz line frequency. Columns count characters.
+    std::string nul(GOOD);
+    nul.replace(nul.find("\n50\n") + 1, 2, std::string("6\0" "0", 3));
+    EXPECT_EQ(errorOf(nul), "rec.cfg, line 6, column 2: control character 0x00 inside the line");
+    EXPECT_EQ(errorOf(replaceLine(GOOD, 3, "1,I\x1B[31mA,A,LINE,A,0.5,1,0,-32767,32767,600,5,S")),
+              "rec.cfg, line 3, column 4: control character 0x1B inside the line");
+    EXPECT_EQ(errorOf(replaceLine(GOOD, 1, "ST\xC3\x84TION\x07,DEV,1999")),
+              "rec.cfg, line 1, column 8: control character 0x07 inside the line");
     // Counts that promise more lines than there are stop before anything is allocated.
     EXPECT_EQ(errorOf("S,D,1999\n9,999999999A,0D\n"),
               "rec.cfg, line 2: expected no more channels than the file has lines, found "

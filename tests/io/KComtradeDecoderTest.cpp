@@ -83,6 +83,17 @@ TEST(KComtradeDecoder, AsciiBrokenAndCutFiles) {
     std::string crlf;
     for (char c : good) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
     EXPECT_EQ(read(config("ASCII"), crlf + "\r\n\x1A").data.getSampleCount(), 2);
+    // NUL bytes after the last sample are padding too; inside a line, or before more samples,
+    // a control character is a fault named by line and column.
+    EXPECT_EQ(read(config("ASCII"), good + std::string("\0\0\x1A", 3)).data.getSampleCount(), 2);
+    const std::string row3 = asciiRow(3, "5,6");
+    EXPECT_EQ(errorOf(config("ASCII"), good + row3.substr(0, 8) + std::string(1, '\0') +
+                                           row3.substr(8)),
+              "t.dat, line 3, column 9: control character 0x00 inside the line");
+    EXPECT_EQ(errorOf(config("ASCII"), good + std::string(1, '\0') + row3),
+              "t.dat, line 3, column 1: control character 0x00 inside the line");
+    EXPECT_EQ(errorOf(config("ASCII"), good + "3,2000,5,6\x1A,0\n"),
+              "t.dat, line 3, column 11: control character 0x1A inside the line");
 }
 
 TEST(KComtradeDecoder, BinaryLayoutsAndTrailingBytes) {

@@ -112,7 +112,7 @@ TEST(KComtradeReader, EveryRecordWrittenFromItsRecordReadsBackTheSame) {
             reader.setPrimaryValues(primary);
             KRecord original;
             reader.read(path.c_str(), original);
-            const KComtradeConfig& c = reader.getFile().config;
+            const KComtradeConfig& c = reader.getConfig();
             const std::string copy = temp.fresh(cff ? "copy.cff" : "copy.cfg");
             KComtradeRecordWriter::write(original, copy.c_str(), c.revision, c.fileType);
             KComtradeReader again;

@@ -44,6 +44,17 @@ TEST(CRecordingDC, keepsEveryCallWithItsState) {
     dc.DrawText("two\nlines", &calc, DT_CALCRECT);
     EXPECT_EQ(e.size(), before);
     EXPECT_EQ(dc.GetPixel(0, 0), CLR_INVALID);
+
+    // A text shortened in place is kept as drawn: no terminator, no bytes left over from the
+    // longer original.
+    char text[64] = "A rather long line of text";
+    CRect cut(0, 0, 60, 20);
+    dc.DrawText(text, -1, &cut, DT_SINGLELINE | DT_END_ELLIPSIS | DT_MODIFYSTRING);
+    ASSERT_EQ(e.back().call, Call::DrawText);
+    EXPECT_EQ(e.back().text, std::string(text));
+    EXPECT_EQ(e.back().text.substr(e.back().text.size() - 3), "...");
+    ASSERT_EQ(e.back().lines.size(), 1u);
+    EXPECT_EQ(e.back().lines[0].text, e.back().text);
 }
 
 TEST(CRecordingDC, playsAtTheTargetOriginInsideItsClipAndLeavesItsState) {

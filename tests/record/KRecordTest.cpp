@@ -52,9 +52,13 @@ TEST(KRecord, feedsRowsAndCommitRepeatsPendingValues) {
     EXPECT_EQ(record.getYData(), nullptr);
 }
 
-TEST(KRecord, recreateKeepsAValidSelectionAndGroupsFoldCase) {
+TEST(KRecord, createSelectsNothingAndGroupsFoldCase) {
     KRecord record;
+    EXPECT_EQ(record.getTraceIndex(), -1) << "a new record selects no trace";
     record.create(3, 0, 8);
+    EXPECT_EQ(record.getTraceIndex(), -1) << "create selects nothing";
+    EXPECT_EQ(record.getYData(), nullptr);
+    EXPECT_STREQ(record.getTraceName().c_str(), "");
     record.selectTrace(2);
     const char* names[] = {"IA.rms", "ia.peak", "VB"};
     for (int i = 0; i < 3; ++i) record.setTraceName(i, names[i]);
@@ -63,9 +67,10 @@ TEST(KRecord, recreateKeepsAValidSelectionAndGroupsFoldCase) {
     EXPECT_STREQ(groups.toString().c_str(), "\"IA\",\"VB\"") << "IA and ia are one group";
 
     record.create(3, 0, 8);
-    EXPECT_EQ(record.getTraceIndex(), 2) << "a selection that still names a trace stays";
+    EXPECT_EQ(record.getTraceIndex(), 2) << "the selected index stays as it was";
     record.create(1, 0, 8);
-    EXPECT_EQ(record.getTraceIndex(), 0);
+    EXPECT_EQ(record.getTraceIndex(), 2);
+    EXPECT_EQ(record.getYData(), nullptr) << "an index without a trace selects nothing";
 }
 
 TEST(KRecord, findIndexAndLookUps) {

@@ -76,7 +76,8 @@ TEST(KTransform, doTransformWritesOneTraceIntoTheTarget) {
     ASSERT_EQ(target.getTraceCount(), 1);
     ASSERT_EQ(target.getDomainSize(), 4);
     EXPECT_EQ(target.getDomainValue(3), 1.5);
-    EXPECT_EQ(target.getYData()[3], 61);
+    EXPECT_EQ(target.getTrace(0)->getSample(3), 61);
+    EXPECT_EQ(target.getYData(), nullptr) << "the new trace is not selected";
 
     // In place: the record is its own source.
     ASSERT_TRUE(linear.doTransform(target, 0, target));

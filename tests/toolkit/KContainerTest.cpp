@@ -107,8 +107,15 @@ TEST(KContainerTest, AddAndRemove) {
     EXPECT_EQ(KComponent::getFocus(), nullptr);
     EXPECT_EQ(c->getParent(), nullptr);
     delete c;
+    // removeAll only takes the children out: they are the caller's to delete.
+    std::vector<KComponent*> children;
+    root.getComponentList(children);
     root.removeAll();
     EXPECT_EQ(root.getComponentCount(), 0);
+    for (KComponent* child : children) {
+        EXPECT_EQ(child->getParent(), nullptr);
+        delete child;
+    }
 }
 
 TEST(KContainerTest, Reordering) {

@@ -1,0 +1,25 @@
+# Makes the Debian package of the build tree BUILD in WORK/deb and checks that it holds the
+# command, the headers, the library, the CMake package and the pkg-config file.
+file(REMOVE_RECURSE ${WORK}/deb)
+execute_process(COMMAND cpack -G DEB -B ${WORK}/deb WORKING_DIRECTORY ${BUILD}
+                RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "cpack -G DEB failed:\n${out}\n${err}")
+endif()
+file(GLOB debs ${WORK}/deb/*.deb)
+list(LENGTH debs count)
+if(NOT count EQUAL 1)
+  message(FATAL_ERROR "cpack made ${count} packages: ${debs}")
+endif()
+execute_process(COMMAND dpkg-deb --contents ${debs} OUTPUT_VARIABLE contents)
+execute_process(COMMAND dpkg-deb --field ${debs} Depends OUTPUT_VARIABLE depends)
+foreach(path ./usr/bin/kalvo ./usr/include/kalvo/kalvo.h ./usr/include/kalvo/io/KComtradeStream.h
+             libkalvo.a /cmake/kalvo/kalvoConfig.cmake /pkgconfig/kalvo.pc)
+  string(FIND "${contents}" "${path}" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "the package holds no ${path}:\n${contents}")
+  endif()
+endforeach()
+if(NOT depends MATCHES "libcairo2-dev" OR NOT depends MATCHES "libc6")
+  message(FATAL_ERROR "the package depends on '${depends}'")
+endif()
