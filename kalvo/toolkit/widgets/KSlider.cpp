@@ -151,6 +151,7 @@ CRect KSlider::getThumbRect() const {
     const int start = along(track.TopLeft());
     const int end = along(track.BottomRight());
     if (end <= start) return CRect();
+    if (maximum_ <= minimum_) return track;
     int from = toPixel(low_);
     int to = toPixel(high_);
     // Too short to grab: lengthened about its middle, kept inside the track.
