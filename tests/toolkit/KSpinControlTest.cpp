@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
 #include <string>
 
 #include "toolkit/WidgetTestSupport.h"
@@ -87,6 +88,14 @@ TEST(KSpinControlTest, heldArrowsRepeatUpToTheEnd) {
     f.canvas.mousePress(CPoint(20, 19));  // the box itself steps nothing
     f.canvas.mouseRelease(CPoint(20, 19));
     EXPECT_EQ(f.spin->getValue(), 0.75);
+    EXPECT_EQ(f.canvas.getTimerCount(), 0);
+
+    // Taken out of the tree while held, the control gets no release: it stops by itself.
+    f.canvas.mousePress(SpinFixture::down());
+    const std::unique_ptr<KSpinControl> removed(f.spin);
+    f.canvas.getRoot()->remove(f.spin);
+    f.canvas.advanceTime(1000);
+    EXPECT_EQ(f.spin->getValue(), 0.5);
     EXPECT_EQ(f.canvas.getTimerCount(), 0);
 }
 

@@ -251,8 +251,9 @@ void KSlider::paint(KGraphics& graphics) {
 // Input.
 
 void KSlider::mousePressed(KEvent& event) {
-    if (!isEnabled() || pressed_ != NONE) return;
+    if (!isEnabled()) return;
     event.consume();
+    stopRepeat();
     pointer_ = event.getPoint();
     pressed_ = partAt(pointer_);
     if (pressed_ == NONE) return;
@@ -348,6 +349,11 @@ void KSlider::processKeyEvent(KEvent& event) {
 }
 
 void KSlider::act(Part part) {
+    // A slider taken out of the tree while held gets no release: it stops by itself.
+    if (getCanvas() != repeatHost_) {
+        stopRepeat();
+        return;
+    }
     // Paging stops too once the thumb has reached the pointer.
     if (partAt(pointer_) != part) return;
     switch (part) {
@@ -360,8 +366,8 @@ void KSlider::act(Part part) {
 }
 
 void KSlider::startRepeat(Part part) {
-    act(part);
     repeatHost_ = getCanvas();
+    act(part);
     KAutoRepeat::start(repeatHost_, repeatTimer_, [this, part]() { act(part); });
 }
 

@@ -194,15 +194,16 @@ void KSpinControl::drawFocus(KGraphics& graphics) {
 // Input.
 
 void KSpinControl::mousePressed(KEvent& event) {
-    if (!isEnabled() || pressed_ != 0) return;
+    if (!isEnabled()) return;
     event.consume();
+    stopRepeat();
     pointer_ = event.getPoint();
     pressed_ = arrowAt(pointer_);
     if (pressed_ == 0) return;
     setCapture(this);
     invalidate(true);
-    act();
     repeatHost_ = getCanvas();
+    act();
     KAutoRepeat::start(repeatHost_, repeatTimer_, [this]() { act(); });
 }
 
@@ -224,6 +225,11 @@ void KSpinControl::mouseReleased(KEvent& event) {
 }
 
 void KSpinControl::act() {
+    // A control taken out of the tree while held gets no release: it stops by itself.
+    if (getCanvas() != repeatHost_) {
+        stopRepeat();
+        return;
+    }
     if (arrowAt(pointer_) == pressed_) spin(pressed_);
 }
 

@@ -58,7 +58,11 @@ void KViewport::doLayout() {
 
 void KViewport::paintAll(KGraphics& graphics) {
     CDC* dc = graphics.getDC();
-    if (!buffered_ || !isShowing() || isXORDraw() || graphics.isPrinting() || dc->IsMetaFile()) {
+    // Only a raster device gains by it: printers, metafiles, recordings and vector files keep
+    // the drawing as drawing.
+    const bool raster = !dc->IsPrinting() && !dc->IsMetaFile() &&
+                        dc->GetPixelSource().GetSafeHandle() != nullptr;
+    if (!buffered_ || !raster || !isShowing() || isXORDraw()) {
         KContainer::paintAll(graphics);
         return;
     }
