@@ -13,7 +13,8 @@ std::vector<CRect> stack(KListPanel& panel, const std::vector<int>& minimums, in
     panel.setBounds(CRect(0, 0, 100, height));
     panel.doLayout();
     std::vector<CRect> out;
-    for (int i = 0; i < panel.getComponentCount(); ++i) out.push_back(panel.getComponent(i)->getBounds());
+    for (int i = 0; i < panel.getComponentCount(); ++i)
+        out.push_back(panel.getComponent(i)->getBounds());
     return out;
 }
 

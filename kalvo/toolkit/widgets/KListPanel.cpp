@@ -78,18 +78,26 @@ CSize KListPanel::stackSize(bool preferred) const {
     return CSize(width + insets.left + insets.right, height + insets.top + insets.bottom);
 }
 
-CSize KListPanel::getMinimumSize() const { return stackSize(false); }
+CSize KListPanel::getMinimumSize() const {
+    return stackSize(false);
+}
 
-CSize KListPanel::getPreferredSize() const { return stackSize(true); }
+CSize KListPanel::getPreferredSize() const {
+    return stackSize(true);
+}
 
 void KListPanel::onCommand(KEvent& event) {
     KPanel::onCommand(event);
     if (event.isNamed("COL.LEFT") || event.isNamed("COL.RIGHT")) doLayout();
 }
 
-void KListPanel::componentAdded(KComponent*) { postAction("layout.change"); }
+void KListPanel::componentAdded(KComponent*) {
+    postAction("layout.change");
+}
 
-void KListPanel::componentRemoved(KComponent*) { postAction("layout.change"); }
+void KListPanel::componentRemoved(KComponent*) {
+    postAction("layout.change");
+}
 
 void KListPanel::copy(const KObject& other) {
     KPanel::copy(other);

@@ -156,9 +156,11 @@ void KScrollPane::doLayout() {
     viewport->setBounds(CRect(client.TopLeft(), room));
     if (KComponent* view = getView()) view->setSize(size);
     vertical->setVisible(needVertical);
-    vertical->setBounds(CRect(client.left + room.cx, client.top, client.right, client.top + room.cy));
+    vertical->setBounds(
+        CRect(client.left + room.cx, client.top, client.right, client.top + room.cy));
     horizontal->setVisible(needHorizontal);
-    horizontal->setBounds(CRect(client.left, client.top + room.cy, client.left + room.cx, client.bottom));
+    horizontal->setBounds(
+        CRect(client.left, client.top + room.cy, client.left + room.cx, client.bottom));
     CPoint position = viewport->getViewPosition();
     if (!horizontalScrolling_) position.x = 0;
     viewport->setViewPosition(position);
@@ -225,8 +227,9 @@ void KScrollPane::processKeyEvent(KEvent& event) {
     const int key = event.getKeyCode();
     const KSlider* slider = getVerticalSlider();
     const KViewport* viewport = getViewport();
-    if (event.getType() == KEvent::KEY_PRESSED && (key == KEvent::VK_PRIOR || key == KEvent::VK_NEXT) &&
-        slider != nullptr && slider->isVisible() && viewport != nullptr) {
+    if (event.getType() == KEvent::KEY_PRESSED &&
+        (key == KEvent::VK_PRIOR || key == KEvent::VK_NEXT) && slider != nullptr &&
+        slider->isVisible() && viewport != nullptr) {
         event.consume();
         const int page = viewport->getSize().cy;
         const CPoint p = getScrollPosition();

@@ -63,12 +63,14 @@ KSpinControl::KSpinControl(const char* name) : KComponent(name) {
     setMenu("");
 }
 
-KSpinControl::~KSpinControl() { stopRepeat(); }
+KSpinControl::~KSpinControl() {
+    stopRepeat();
+}
 
 // Values.
 
 void KSpinControl::setRange(double low, double high) {
-    if (!std::isfinite(low) || !std::isfinite(high) || low > high) return;
+    if (!KDouble::isFinite(low) || !KDouble::isFinite(high) || low > high) return;
     low_ = low;
     high_ = high;
     value_ = std::clamp(value_, low_, high_);
@@ -81,12 +83,14 @@ void KSpinControl::getRange(double& low, double& high) const {
 }
 
 void KSpinControl::setValue(double value) {
-    if (!std::isfinite(value)) return;
+    if (!KDouble::isFinite(value)) return;
     value_ = std::clamp(value, low_, high_);
     invalidate(true);
 }
 
-double KSpinControl::getStep() const { return step_ > 0.0 ? step_ : (high_ - low_) / 100.0; }
+double KSpinControl::getStep() const {
+    return step_ > 0.0 ? step_ : (high_ - low_) / 100.0;
+}
 
 void KSpinControl::setDigits(int digits) {
     if (digits >= 1 && digits <= 15) digits_ = digits;
@@ -101,7 +105,9 @@ KString KSpinControl::getText() const {
     return text;
 }
 
-void KSpinControl::spin(int count) { change(std::clamp(value_ + count * getStep(), low_, high_)); }
+void KSpinControl::spin(int count) {
+    change(std::clamp(value_ + count * getStep(), low_, high_));
+}
 
 void KSpinControl::change(double value) {
     if (value == value_) return;
@@ -164,7 +170,8 @@ void KSpinControl::paint(KGraphics& graphics) {
         graphics.fillRect(box);
         graphics.draw3DRect(box, false);
         box.DeflateRect(1, 1);
-        graphics.getDC()->Draw3dRect(box, GetSysColor(COLOR_3DDKSHADOW), GetSysColor(COLOR_3DLIGHT));
+        graphics.getDC()->Draw3dRect(box, GetSysColor(COLOR_3DDKSHADOW),
+                                     GetSysColor(COLOR_3DLIGHT));
         box.DeflateRect(1 + PADDING, 1);
         CDC* dc = graphics.getDC();
         graphics.setFont(const_cast<CFont*>(&KLabel::getLabelFont()));
@@ -179,7 +186,7 @@ void KSpinControl::paint(KGraphics& graphics) {
     const CRect up = getUpRect(), down = getDownRect();
     KBevel::drawButton(graphics, up, pressed_ > 0 && on);
     KBevel::drawButton(graphics, down, pressed_ < 0 && on);
-    KBevel::drawArrow(graphics, up, KBevel::UP, enabled && value_ < high_, pressed_ > 0 && on);
+    KBevel::drawArrow(graphics, up, KBevel::UP, enabled && value_<high_, pressed_> 0 && on);
     KBevel::drawArrow(graphics, down, KBevel::DOWN, enabled && value_ > low_, pressed_ < 0 && on);
 }
 
@@ -250,13 +257,27 @@ void KSpinControl::processKeyEvent(KEvent& event) {
     if (event.getType() == KEvent::KEY_PRESSED && isEnabled()) {
         bool used = true;
         switch (event.getKeyCode()) {
-            case KEvent::VK_UP: spin(1); break;
-            case KEvent::VK_DOWN: spin(-1); break;
-            case KEvent::VK_PRIOR: spin(PAGE_STEPS); break;
-            case KEvent::VK_NEXT: spin(-PAGE_STEPS); break;
-            case KEvent::VK_HOME: change(low_); break;
-            case KEvent::VK_END: change(high_); break;
-            default: used = false; break;
+            case KEvent::VK_UP:
+                spin(1);
+                break;
+            case KEvent::VK_DOWN:
+                spin(-1);
+                break;
+            case KEvent::VK_PRIOR:
+                spin(PAGE_STEPS);
+                break;
+            case KEvent::VK_NEXT:
+                spin(-PAGE_STEPS);
+                break;
+            case KEvent::VK_HOME:
+                change(low_);
+                break;
+            case KEvent::VK_END:
+                change(high_);
+                break;
+            default:
+                used = false;
+                break;
         }
         if (used) {
             event.consume();
@@ -301,6 +322,6 @@ void KSpinControl::Serialize(KArchive& ar) {
     // Values that the setters refuse leave the defaults.
     setRange(low, high);
     setValue(value);
-    if (std::isfinite(step)) step_ = step;
+    if (KDouble::isFinite(step)) step_ = step;
     setDigits(digits);
 }

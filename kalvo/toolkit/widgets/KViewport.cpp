@@ -60,8 +60,8 @@ void KViewport::paintAll(KGraphics& graphics) {
     CDC* dc = graphics.getDC();
     // Only a raster device gains by it: printers, metafiles, recordings and vector files keep
     // the drawing as drawing.
-    const bool raster = !dc->IsPrinting() && !dc->IsMetaFile() &&
-                        dc->GetPixelSource().GetSafeHandle() != nullptr;
+    const bool raster =
+        !dc->IsPrinting() && !dc->IsMetaFile() && dc->GetPixelSource().GetSafeHandle() != nullptr;
     if (!buffered_ || !raster || !isShowing() || isXORDraw()) {
         KContainer::paintAll(graphics);
         return;
