@@ -237,6 +237,11 @@ TEST(KSliderTest, storedForm) {
     EXPECT_TRUE(read->isDynamicAperture());
     EXPECT_TRUE(read->isLowSpeed());
     EXPECT_STREQ(read->getMenu().c_str(), "") << "no menu of its own";
-    const auto bytes = ktest::stored(slider);
+    auto bytes = ktest::stored(slider);
     ktest::expectCutRaises(bytes, bytes.size() - 1);
+    // The slider's part is its version, a flag, five doubles and two flags: 47 bytes.
+    bytes[bytes.size() - 47] = 2;
+    KArchive later(bytes);
+    EXPECT_STREQ(ktest::raised([&] { delete later.readObject(); }).getText().c_str(),
+                 "Invalid slider version 2");
 }

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include <kalvo/foundation/KArchive.h>
-#include <kalvo/foundation/KException.h>
 
 K_IMPLEMENT_CLASS(KListPanel, KPanel, 1)
 
@@ -112,11 +111,7 @@ void KListPanel::Serialize(KArchive& ar) {
         ar << STORED_VERSION << static_cast<std::int32_t>(gap_);
         return;
     }
-    std::int32_t version = 0;
-    ar >> version;
-    if (version < 0 || version > STORED_VERSION) {
-        KException::raise("Archive Error", "Invalid list panel version %d", version);
-    }
+    const std::int32_t version = ar.readVersion(STORED_VERSION, "list panel");
     if (version < 1) return;
     std::int32_t gap;
     ar >> gap;

@@ -5,7 +5,6 @@
 #include <functional>
 
 #include <kalvo/foundation/KArchive.h>
-#include <kalvo/foundation/KException.h>
 #include <kalvo/platform/SysColor.h>
 
 K_IMPLEMENT_CLASS(KScrollPane, KContainer, 1)
@@ -261,11 +260,7 @@ void KScrollPane::Serialize(KArchive& ar) {
     // The stored parts replace the ones the constructor made.
     removeAll();
     KContainer::Serialize(ar);
-    std::int32_t version = 0;
-    ar >> version;
-    if (version < 0 || version > STORED_VERSION) {
-        KException::raise("Archive Error", "Invalid scroll pane version %d", version);
-    }
+    const std::int32_t version = ar.readVersion(STORED_VERSION, "scroll pane");
     if (version >= 1) ar >> horizontalScrolling_ >> horizontalTracking_ >> verticalTracking_;
     ensureParts();
 }

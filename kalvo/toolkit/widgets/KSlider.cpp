@@ -5,7 +5,6 @@
 
 #include <kalvo/foundation/KArchive.h>
 #include <kalvo/foundation/KDouble.h>
-#include <kalvo/foundation/KException.h>
 #include <kalvo/platform/KHost.h>
 #include <kalvo/platform/SysColor.h>
 #include <kalvo/toolkit/KGraphics.h>
@@ -376,11 +375,6 @@ void KSlider::processKeyEvent(KEvent& event) {
 }
 
 void KSlider::act(Part part) {
-    // A slider taken out of the tree while held gets no release: it stops by itself.
-    if (getCanvas() != repeatHost_) {
-        stopRepeat();
-        return;
-    }
     // Paging stops too once the thumb has reached the pointer.
     if (partAt(pointer_) != part) return;
     switch (part) {
@@ -402,14 +396,12 @@ void KSlider::act(Part part) {
 }
 
 void KSlider::startRepeat(Part part) {
-    repeatHost_ = getCanvas();
     act(part);
-    KAutoRepeat::start(repeatHost_, repeatTimer_, [this, part]() { act(part); });
+    KAutoRepeat::start(this, repeatHost_, repeatTimer_, [this, part]() { act(part); });
 }
 
 void KSlider::stopRepeat() {
     KAutoRepeat::stop(repeatHost_, repeatTimer_);
-    repeatHost_ = nullptr;
 }
 
 void KSlider::updateCursor(Part part) {
@@ -445,11 +437,7 @@ void KSlider::Serialize(KArchive& ar) {
            << dynamic_ << lowSpeed_;
         return;
     }
-    std::int32_t version = 0;
-    ar >> version;
-    if (version < 0 || version > STORED_VERSION) {
-        KException::raise("Archive Error", "Invalid slider version %d", version);
-    }
+    const std::int32_t version = ar.readVersion(STORED_VERSION, "slider");
     if (version < 1) return;
     double minimum, maximum, low, high, minAperture;
     ar >> vertical_ >> minimum >> maximum >> low >> high >> minAperture >> dynamic_ >> lowSpeed_;

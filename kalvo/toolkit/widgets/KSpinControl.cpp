@@ -5,7 +5,6 @@
 
 #include <kalvo/foundation/KArchive.h>
 #include <kalvo/foundation/KDouble.h>
-#include <kalvo/foundation/KException.h>
 #include <kalvo/platform/CRecordingDC.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
@@ -209,9 +208,8 @@ void KSpinControl::mousePressed(KEvent& event) {
     if (pressed_ == 0) return;
     setCapture(this);
     invalidate(true);
-    repeatHost_ = getCanvas();
     act();
-    KAutoRepeat::start(repeatHost_, repeatTimer_, [this]() { act(); });
+    KAutoRepeat::start(this, repeatHost_, repeatTimer_, [this]() { act(); });
 }
 
 void KSpinControl::mouseDragged(KEvent& event) {
@@ -232,17 +230,11 @@ void KSpinControl::mouseReleased(KEvent& event) {
 }
 
 void KSpinControl::act() {
-    // A control taken out of the tree while held gets no release: it stops by itself.
-    if (getCanvas() != repeatHost_) {
-        stopRepeat();
-        return;
-    }
     if (arrowAt(pointer_) == pressed_) spin(pressed_);
 }
 
 void KSpinControl::stopRepeat() {
     KAutoRepeat::stop(repeatHost_, repeatTimer_);
-    repeatHost_ = nullptr;
 }
 
 void KSpinControl::mouseWheel(KEvent& event) {
@@ -309,11 +301,7 @@ void KSpinControl::Serialize(KArchive& ar) {
         ar.writeString(units_);
         return;
     }
-    std::int32_t version = 0;
-    ar >> version;
-    if (version < 0 || version > STORED_VERSION) {
-        KException::raise("Archive Error", "Invalid spin control version %d", version);
-    }
+    const std::int32_t version = ar.readVersion(STORED_VERSION, "spin control");
     if (version < 1) return;
     double low, high, value, step;
     std::int32_t digits;

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include <kalvo/foundation/KArchive.h>
-#include <kalvo/foundation/KException.h>
 #include <kalvo/platform/CDC.h>
 #include <kalvo/toolkit/KBufferedContext.h>
 #include <kalvo/toolkit/KGraphics.h>
@@ -92,11 +91,7 @@ void KViewport::Serialize(KArchive& ar) {
            << static_cast<std::int32_t>(position_.y) << buffered_;
         return;
     }
-    std::int32_t version = 0;
-    ar >> version;
-    if (version < 0 || version > STORED_VERSION) {
-        KException::raise("Archive Error", "Invalid viewport version %d", version);
-    }
+    const std::int32_t version = ar.readVersion(STORED_VERSION, "viewport");
     if (version < 1) return;
     std::int32_t x, y;
     ar >> x >> y >> buffered_;
