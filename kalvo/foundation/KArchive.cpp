@@ -132,6 +132,14 @@ void KArchive::writeCount(std::uint32_t count) {
     }
 }
 
+std::int32_t KArchive::readVersion(std::int32_t latest, const char* what) {
+    const auto version = get<std::int32_t>();
+    if (version < 0 || version > latest) {
+        KException::raise(kTitle, "Invalid %s version %d", what, version);
+    }
+    return version;
+}
+
 std::uint32_t KArchive::readCount() {
     const auto w = get<std::uint16_t>();
     return w != 0xFFFF ? w : get<std::uint32_t>();

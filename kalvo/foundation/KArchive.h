@@ -58,6 +58,10 @@ public:
     KArchive& operator>>(float& v);
     KArchive& operator>>(double& v);
 
+    // The 32-bit version a class level stores first; raises "Invalid <what> version <n>"
+    // unless it is 0 to latest.
+    std::int32_t readVersion(std::int32_t latest, const char* what);
+
     // Element counts: 16 bits, or 0xFFFF followed by 32 bits.
     void writeCount(std::uint32_t count);
     std::uint32_t readCount();

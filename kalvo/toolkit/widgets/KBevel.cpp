@@ -29,16 +29,20 @@ void fillArrow(KGraphics& graphics, CPoint centre, int depth, KBevel::Direction 
     for (int i = 0; i < depth; ++i) {
         switch (direction) {
             case KBevel::UP:
-                graphics.drawLine(centre.x - i, centre.y - tip + i, centre.x + i + 1, centre.y - tip + i);
+                graphics.drawLine(centre.x - i, centre.y - tip + i, centre.x + i + 1,
+                                  centre.y - tip + i);
                 break;
             case KBevel::DOWN:
-                graphics.drawLine(centre.x - i, centre.y + tip - i, centre.x + i + 1, centre.y + tip - i);
+                graphics.drawLine(centre.x - i, centre.y + tip - i, centre.x + i + 1,
+                                  centre.y + tip - i);
                 break;
             case KBevel::LEFT:
-                graphics.drawLine(centre.x - tip + i, centre.y - i, centre.x - tip + i, centre.y + i + 1);
+                graphics.drawLine(centre.x - tip + i, centre.y - i, centre.x - tip + i,
+                                  centre.y + i + 1);
                 break;
             case KBevel::RIGHT:
-                graphics.drawLine(centre.x + tip - i, centre.y - i, centre.x + tip - i, centre.y + i + 1);
+                graphics.drawLine(centre.x + tip - i, centre.y - i, centre.x + tip - i,
+                                  centre.y + i + 1);
                 break;
         }
     }

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include <kalvo/foundation/KArchive.h>
-#include <kalvo/foundation/KException.h>
 
 K_IMPLEMENT_CLASS(KListPanel, KPanel, 1)
 
@@ -78,18 +77,26 @@ CSize KListPanel::stackSize(bool preferred) const {
     return CSize(width + insets.left + insets.right, height + insets.top + insets.bottom);
 }
 
-CSize KListPanel::getMinimumSize() const { return stackSize(false); }
+CSize KListPanel::getMinimumSize() const {
+    return stackSize(false);
+}
 
-CSize KListPanel::getPreferredSize() const { return stackSize(true); }
+CSize KListPanel::getPreferredSize() const {
+    return stackSize(true);
+}
 
 void KListPanel::onCommand(KEvent& event) {
     KPanel::onCommand(event);
     if (event.isNamed("COL.LEFT") || event.isNamed("COL.RIGHT")) doLayout();
 }
 
-void KListPanel::componentAdded(KComponent*) { postAction("layout.change"); }
+void KListPanel::componentAdded(KComponent*) {
+    postAction("layout.change");
+}
 
-void KListPanel::componentRemoved(KComponent*) { postAction("layout.change"); }
+void KListPanel::componentRemoved(KComponent*) {
+    postAction("layout.change");
+}
 
 void KListPanel::copy(const KObject& other) {
     KPanel::copy(other);
@@ -104,11 +111,7 @@ void KListPanel::Serialize(KArchive& ar) {
         ar << STORED_VERSION << static_cast<std::int32_t>(gap_);
         return;
     }
-    std::int32_t version = 0;
-    ar >> version;
-    if (version < 0 || version > STORED_VERSION) {
-        KException::raise("Archive Error", "Invalid list panel version %d", version);
-    }
+    const std::int32_t version = ar.readVersion(STORED_VERSION, "list panel");
     if (version < 1) return;
     std::int32_t gap;
     ar >> gap;

@@ -5,7 +5,6 @@
 #include <functional>
 
 #include <kalvo/foundation/KArchive.h>
-#include <kalvo/foundation/KException.h>
 #include <kalvo/platform/SysColor.h>
 
 K_IMPLEMENT_CLASS(KScrollPane, KContainer, 1)
@@ -156,9 +155,11 @@ void KScrollPane::doLayout() {
     viewport->setBounds(CRect(client.TopLeft(), room));
     if (KComponent* view = getView()) view->setSize(size);
     vertical->setVisible(needVertical);
-    vertical->setBounds(CRect(client.left + room.cx, client.top, client.right, client.top + room.cy));
+    vertical->setBounds(
+        CRect(client.left + room.cx, client.top, client.right, client.top + room.cy));
     horizontal->setVisible(needHorizontal);
-    horizontal->setBounds(CRect(client.left, client.top + room.cy, client.left + room.cx, client.bottom));
+    horizontal->setBounds(
+        CRect(client.left, client.top + room.cy, client.left + room.cx, client.bottom));
     CPoint position = viewport->getViewPosition();
     if (!horizontalScrolling_) position.x = 0;
     viewport->setViewPosition(position);
@@ -225,8 +226,9 @@ void KScrollPane::processKeyEvent(KEvent& event) {
     const int key = event.getKeyCode();
     const KSlider* slider = getVerticalSlider();
     const KViewport* viewport = getViewport();
-    if (event.getType() == KEvent::KEY_PRESSED && (key == KEvent::VK_PRIOR || key == KEvent::VK_NEXT) &&
-        slider != nullptr && slider->isVisible() && viewport != nullptr) {
+    if (event.getType() == KEvent::KEY_PRESSED &&
+        (key == KEvent::VK_PRIOR || key == KEvent::VK_NEXT) && slider != nullptr &&
+        slider->isVisible() && viewport != nullptr) {
         event.consume();
         const int page = viewport->getSize().cy;
         const CPoint p = getScrollPosition();
@@ -258,11 +260,7 @@ void KScrollPane::Serialize(KArchive& ar) {
     // The stored parts replace the ones the constructor made.
     removeAll();
     KContainer::Serialize(ar);
-    std::int32_t version = 0;
-    ar >> version;
-    if (version < 0 || version > STORED_VERSION) {
-        KException::raise("Archive Error", "Invalid scroll pane version %d", version);
-    }
+    const std::int32_t version = ar.readVersion(STORED_VERSION, "scroll pane");
     if (version >= 1) ar >> horizontalScrolling_ >> horizontalTracking_ >> verticalTracking_;
     ensureParts();
 }

@@ -4,7 +4,6 @@
 #include <kalvo/toolkit/widgets/KSlider.h>
 #include <kalvo/toolkit/widgets/KViewport.h>
 
-
 // A view larger than its place, shown through a viewport with scroll sliders: "viewport"
 // (a KViewport holding the view), "vscroll" on the right and "hscroll" at the bottom, each
 // shown only when the view does not fit.

@@ -5,7 +5,6 @@
 
 #include <kalvo/foundation/KArchive.h>
 #include <kalvo/foundation/KDouble.h>
-#include <kalvo/foundation/KException.h>
 #include <kalvo/platform/KHost.h>
 #include <kalvo/platform/SysColor.h>
 #include <kalvo/toolkit/KGraphics.h>
@@ -17,10 +16,8 @@ K_IMPLEMENT_CLASS(KSlider, KComponent, 1)
 namespace {
 
 constexpr std::int32_t STORED_VERSION = 1;
-constexpr int MIN_THUMB = 8;   // the shortest thumb, in pixels
-constexpr int END_GRIP = 3;    // how far into the thumb its ends can be grabbed
-
-bool isFinite(double v) { return std::isfinite(v); }
+constexpr int MIN_THUMB = 8;  // the shortest thumb, in pixels
+constexpr int END_GRIP = 3;   // how far into the thumb its ends can be grabbed
 
 }  // namespace
 
@@ -31,12 +28,14 @@ KSlider::KSlider(const char* name, bool vertical) : KComponent(name), vertical_(
     setMenu("");
 }
 
-KSlider::~KSlider() { stopRepeat(); }
+KSlider::~KSlider() {
+    stopRepeat();
+}
 
 // Values.
 
 void KSlider::setLimits(double minimum, double maximum) {
-    if (!isFinite(minimum) || !isFinite(maximum) || minimum > maximum) return;
+    if (!KDouble::isFinite(minimum) || !KDouble::isFinite(maximum) || minimum > maximum) return;
     minimum_ = minimum;
     maximum_ = maximum;
     setAperture(low_, high_);
@@ -48,7 +47,7 @@ void KSlider::getLimits(double& minimum, double& maximum) const {
 }
 
 void KSlider::setAperture(double low, double high) {
-    if (!isFinite(low) || !isFinite(high) || low > high) return;
+    if (!KDouble::isFinite(low) || !KDouble::isFinite(high) || low > high) return;
     const double width = high - low;
     if (width >= maximum_ - minimum_) {
         low = minimum_;
@@ -72,7 +71,7 @@ void KSlider::getAperture(double& low, double& high) const {
 }
 
 void KSlider::setMinAperture(double width) {
-    if (isFinite(width) && width >= 0.0) minAperture_ = width;
+    if (KDouble::isFinite(width) && width >= 0.0) minAperture_ = width;
 }
 
 // The user's moves.
@@ -80,7 +79,9 @@ void KSlider::setMinAperture(double width) {
 namespace {
 
 // A step or page when the aperture has no width: a share of the limits instead.
-double widthOr(double aperture, double limits) { return aperture > 0.0 ? aperture : limits / 10.0; }
+double widthOr(double aperture, double limits) {
+    return aperture > 0.0 ? aperture : limits / 10.0;
+}
 
 }  // namespace
 
@@ -89,11 +90,17 @@ void KSlider::step(int count) {
     moveBy(count * width / (lowSpeed_ ? 100.0 : 10.0));
 }
 
-void KSlider::page(int count) { moveBy(count * widthOr(high_ - low_, maximum_ - minimum_)); }
+void KSlider::page(int count) {
+    moveBy(count * widthOr(high_ - low_, maximum_ - minimum_));
+}
 
-void KSlider::toMinimum() { moveBy(minimum_ - low_); }
+void KSlider::toMinimum() {
+    moveBy(minimum_ - low_);
+}
 
-void KSlider::toMaximum() { moveBy(maximum_ - high_); }
+void KSlider::toMaximum() {
+    moveBy(maximum_ - high_);
+}
 
 void KSlider::moveBy(double delta) {
     const double width = high_ - low_;
@@ -105,11 +112,15 @@ void KSlider::moveBy(double delta) {
     changed();
 }
 
-void KSlider::changed() { actionEvent("slider.change"); }
+void KSlider::changed() {
+    actionEvent("slider.change");
+}
 
 // Geometry.
 
-int KSlider::along(CPoint point) const { return vertical_ ? point.y : point.x; }
+int KSlider::along(CPoint point) const {
+    return vertical_ ? point.y : point.x;
+}
 
 CRect KSlider::span(int from, int to) const {
     const CRect e = getExtents();
@@ -151,6 +162,7 @@ CRect KSlider::getThumbRect() const {
     const int start = along(track.TopLeft());
     const int end = along(track.BottomRight());
     if (end <= start) return CRect();
+    if (maximum_ <= minimum_) return track;
     int from = toPixel(low_);
     int to = toPixel(high_);
     // Too short to grab: lengthened about its middle, kept inside the track.
@@ -238,10 +250,9 @@ void KSlider::paint(KGraphics& graphics) {
     KBevel::drawButton(graphics, thumb, false);
     // Grooves mark the ends that can be dragged.
     if (dynamic_ && to - from >= 4 * END_GRIP) {
-        const CRect across = vertical_ ? CRect(thumb.left + 3, 0, thumb.right - 3, 0)
-                                       : CRect(0, thumb.top + 3, 0, thumb.bottom - 3);
-        const int first = vertical_ ? across.left : across.top;
-        const int last = vertical_ ? across.right : across.bottom;
+        // Across the thumb, inside its bevel.
+        const int first = (vertical_ ? thumb.left : thumb.top) + 3;
+        const int last = (vertical_ ? thumb.right : thumb.bottom) - 3;
         KBevel::drawGroove(graphics, from + END_GRIP, first, last, !vertical_);
         KBevel::drawGroove(graphics, to - END_GRIP - 2, first, last, !vertical_);
     }
@@ -250,8 +261,9 @@ void KSlider::paint(KGraphics& graphics) {
 // Input.
 
 void KSlider::mousePressed(KEvent& event) {
-    if (!isEnabled() || pressed_ != NONE) return;
+    if (!isEnabled()) return;
     event.consume();
+    stopRepeat();
     pointer_ = event.getPoint();
     pressed_ = partAt(pointer_);
     if (pressed_ == NONE) return;
@@ -278,9 +290,11 @@ void KSlider::mouseDragged(KEvent& event) {
         case HIGH_END: {
             double low = low_, high = high_;
             if (pressed_ == LOW_END) {
-                low = std::clamp(pressLow_ + delta, minimum_, std::max(minimum_, high_ - minAperture_));
+                low = std::clamp(pressLow_ + delta, minimum_,
+                                 std::max(minimum_, high_ - minAperture_));
             } else {
-                high = std::clamp(pressHigh_ + delta, std::min(maximum_, low_ + minAperture_), maximum_);
+                high = std::clamp(pressHigh_ + delta, std::min(maximum_, low_ + minAperture_),
+                                  maximum_);
             }
             if (low == low_ && high == high_) break;
             low_ = low;
@@ -328,14 +342,28 @@ void KSlider::processKeyEvent(KEvent& event) {
         bool used = true;
         switch (event.getKeyCode()) {
             case KEvent::VK_LEFT:
-            case KEvent::VK_UP: step(-1); break;
+            case KEvent::VK_UP:
+                step(-1);
+                break;
             case KEvent::VK_RIGHT:
-            case KEvent::VK_DOWN: step(1); break;
-            case KEvent::VK_PRIOR: page(-1); break;
-            case KEvent::VK_NEXT: page(1); break;
-            case KEvent::VK_HOME: toMinimum(); break;
-            case KEvent::VK_END: toMaximum(); break;
-            default: used = false; break;
+            case KEvent::VK_DOWN:
+                step(1);
+                break;
+            case KEvent::VK_PRIOR:
+                page(-1);
+                break;
+            case KEvent::VK_NEXT:
+                page(1);
+                break;
+            case KEvent::VK_HOME:
+                toMinimum();
+                break;
+            case KEvent::VK_END:
+                toMaximum();
+                break;
+            default:
+                used = false;
+                break;
         }
         if (used) {
             event.consume();
@@ -350,28 +378,35 @@ void KSlider::act(Part part) {
     // Paging stops too once the thumb has reached the pointer.
     if (partAt(pointer_) != part) return;
     switch (part) {
-        case STEP_DOWN: step(-1); break;
-        case STEP_UP: step(1); break;
-        case PAGE_DOWN: page(-1); break;
-        case PAGE_UP: page(1); break;
-        default: break;
+        case STEP_DOWN:
+            step(-1);
+            break;
+        case STEP_UP:
+            step(1);
+            break;
+        case PAGE_DOWN:
+            page(-1);
+            break;
+        case PAGE_UP:
+            page(1);
+            break;
+        default:
+            break;
     }
 }
 
 void KSlider::startRepeat(Part part) {
     act(part);
-    repeatHost_ = getCanvas();
-    KAutoRepeat::start(repeatHost_, repeatTimer_, [this, part]() { act(part); });
+    KAutoRepeat::start(this, repeatHost_, repeatTimer_, [this, part]() { act(part); });
 }
 
 void KSlider::stopRepeat() {
     KAutoRepeat::stop(repeatHost_, repeatTimer_);
-    repeatHost_ = nullptr;
 }
 
 void KSlider::updateCursor(Part part) {
-    const bool onEnd = part == LOW_END || part == HIGH_END ||
-                       (pressed_ == LOW_END || pressed_ == HIGH_END);
+    const bool onEnd =
+        part == LOW_END || part == HIGH_END || (pressed_ == LOW_END || pressed_ == HIGH_END);
     if (onEnd == apertureCursor_) return;
     KHost* host = getCanvas();
     if (host == nullptr) return;
@@ -402,11 +437,7 @@ void KSlider::Serialize(KArchive& ar) {
            << dynamic_ << lowSpeed_;
         return;
     }
-    std::int32_t version = 0;
-    ar >> version;
-    if (version < 0 || version > STORED_VERSION) {
-        KException::raise("Archive Error", "Invalid slider version %d", version);
-    }
+    const std::int32_t version = ar.readVersion(STORED_VERSION, "slider");
     if (version < 1) return;
     double minimum, maximum, low, high, minAperture;
     ar >> vertical_ >> minimum >> maximum >> low >> high >> minAperture >> dynamic_ >> lowSpeed_;

@@ -5,7 +5,6 @@
 
 #include <kalvo/foundation/KArchive.h>
 #include <kalvo/foundation/KDouble.h>
-#include <kalvo/foundation/KException.h>
 #include <kalvo/platform/CRecordingDC.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
@@ -63,12 +62,14 @@ KSpinControl::KSpinControl(const char* name) : KComponent(name) {
     setMenu("");
 }
 
-KSpinControl::~KSpinControl() { stopRepeat(); }
+KSpinControl::~KSpinControl() {
+    stopRepeat();
+}
 
 // Values.
 
 void KSpinControl::setRange(double low, double high) {
-    if (!std::isfinite(low) || !std::isfinite(high) || low > high) return;
+    if (!KDouble::isFinite(low) || !KDouble::isFinite(high) || low > high) return;
     low_ = low;
     high_ = high;
     value_ = std::clamp(value_, low_, high_);
@@ -81,12 +82,14 @@ void KSpinControl::getRange(double& low, double& high) const {
 }
 
 void KSpinControl::setValue(double value) {
-    if (!std::isfinite(value)) return;
+    if (!KDouble::isFinite(value)) return;
     value_ = std::clamp(value, low_, high_);
     invalidate(true);
 }
 
-double KSpinControl::getStep() const { return step_ > 0.0 ? step_ : (high_ - low_) / 100.0; }
+double KSpinControl::getStep() const {
+    return step_ > 0.0 ? step_ : (high_ - low_) / 100.0;
+}
 
 void KSpinControl::setDigits(int digits) {
     if (digits >= 1 && digits <= 15) digits_ = digits;
@@ -101,7 +104,9 @@ KString KSpinControl::getText() const {
     return text;
 }
 
-void KSpinControl::spin(int count) { change(std::clamp(value_ + count * getStep(), low_, high_)); }
+void KSpinControl::spin(int count) {
+    change(std::clamp(value_ + count * getStep(), low_, high_));
+}
 
 void KSpinControl::change(double value) {
     if (value == value_) return;
@@ -164,7 +169,8 @@ void KSpinControl::paint(KGraphics& graphics) {
         graphics.fillRect(box);
         graphics.draw3DRect(box, false);
         box.DeflateRect(1, 1);
-        graphics.getDC()->Draw3dRect(box, GetSysColor(COLOR_3DDKSHADOW), GetSysColor(COLOR_3DLIGHT));
+        graphics.getDC()->Draw3dRect(box, GetSysColor(COLOR_3DDKSHADOW),
+                                     GetSysColor(COLOR_3DLIGHT));
         box.DeflateRect(1 + PADDING, 1);
         CDC* dc = graphics.getDC();
         graphics.setFont(const_cast<CFont*>(&KLabel::getLabelFont()));
@@ -179,7 +185,7 @@ void KSpinControl::paint(KGraphics& graphics) {
     const CRect up = getUpRect(), down = getDownRect();
     KBevel::drawButton(graphics, up, pressed_ > 0 && on);
     KBevel::drawButton(graphics, down, pressed_ < 0 && on);
-    KBevel::drawArrow(graphics, up, KBevel::UP, enabled && value_ < high_, pressed_ > 0 && on);
+    KBevel::drawArrow(graphics, up, KBevel::UP, enabled && value_<high_, pressed_> 0 && on);
     KBevel::drawArrow(graphics, down, KBevel::DOWN, enabled && value_ > low_, pressed_ < 0 && on);
 }
 
@@ -194,16 +200,16 @@ void KSpinControl::drawFocus(KGraphics& graphics) {
 // Input.
 
 void KSpinControl::mousePressed(KEvent& event) {
-    if (!isEnabled() || pressed_ != 0) return;
+    if (!isEnabled()) return;
     event.consume();
+    stopRepeat();
     pointer_ = event.getPoint();
     pressed_ = arrowAt(pointer_);
     if (pressed_ == 0) return;
     setCapture(this);
     invalidate(true);
     act();
-    repeatHost_ = getCanvas();
-    KAutoRepeat::start(repeatHost_, repeatTimer_, [this]() { act(); });
+    KAutoRepeat::start(this, repeatHost_, repeatTimer_, [this]() { act(); });
 }
 
 void KSpinControl::mouseDragged(KEvent& event) {
@@ -229,7 +235,6 @@ void KSpinControl::act() {
 
 void KSpinControl::stopRepeat() {
     KAutoRepeat::stop(repeatHost_, repeatTimer_);
-    repeatHost_ = nullptr;
 }
 
 void KSpinControl::mouseWheel(KEvent& event) {
@@ -244,13 +249,27 @@ void KSpinControl::processKeyEvent(KEvent& event) {
     if (event.getType() == KEvent::KEY_PRESSED && isEnabled()) {
         bool used = true;
         switch (event.getKeyCode()) {
-            case KEvent::VK_UP: spin(1); break;
-            case KEvent::VK_DOWN: spin(-1); break;
-            case KEvent::VK_PRIOR: spin(PAGE_STEPS); break;
-            case KEvent::VK_NEXT: spin(-PAGE_STEPS); break;
-            case KEvent::VK_HOME: change(low_); break;
-            case KEvent::VK_END: change(high_); break;
-            default: used = false; break;
+            case KEvent::VK_UP:
+                spin(1);
+                break;
+            case KEvent::VK_DOWN:
+                spin(-1);
+                break;
+            case KEvent::VK_PRIOR:
+                spin(PAGE_STEPS);
+                break;
+            case KEvent::VK_NEXT:
+                spin(-PAGE_STEPS);
+                break;
+            case KEvent::VK_HOME:
+                change(low_);
+                break;
+            case KEvent::VK_END:
+                change(high_);
+                break;
+            default:
+                used = false;
+                break;
         }
         if (used) {
             event.consume();
@@ -282,11 +301,7 @@ void KSpinControl::Serialize(KArchive& ar) {
         ar.writeString(units_);
         return;
     }
-    std::int32_t version = 0;
-    ar >> version;
-    if (version < 0 || version > STORED_VERSION) {
-        KException::raise("Archive Error", "Invalid spin control version %d", version);
-    }
+    const std::int32_t version = ar.readVersion(STORED_VERSION, "spin control");
     if (version < 1) return;
     double low, high, value, step;
     std::int32_t digits;
@@ -295,6 +310,6 @@ void KSpinControl::Serialize(KArchive& ar) {
     // Values that the setters refuse leave the defaults.
     setRange(low, high);
     setValue(value);
-    if (std::isfinite(step)) step_ = step;
+    if (KDouble::isFinite(step)) step_ = step;
     setDigits(digits);
 }

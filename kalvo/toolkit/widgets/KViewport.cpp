@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include <kalvo/foundation/KArchive.h>
-#include <kalvo/foundation/KException.h>
 #include <kalvo/platform/CDC.h>
 #include <kalvo/toolkit/KBufferedContext.h>
 #include <kalvo/toolkit/KGraphics.h>
@@ -58,7 +57,11 @@ void KViewport::doLayout() {
 
 void KViewport::paintAll(KGraphics& graphics) {
     CDC* dc = graphics.getDC();
-    if (!buffered_ || !isShowing() || isXORDraw() || graphics.isPrinting() || dc->IsMetaFile()) {
+    // Only a raster device gains by it: printers, metafiles, recordings and vector files keep
+    // the drawing as drawing.
+    const bool raster =
+        !dc->IsPrinting() && !dc->IsMetaFile() && dc->GetPixelSource().GetSafeHandle() != nullptr;
+    if (!buffered_ || !raster || !isShowing() || isXORDraw()) {
         KContainer::paintAll(graphics);
         return;
     }
@@ -88,11 +91,7 @@ void KViewport::Serialize(KArchive& ar) {
            << static_cast<std::int32_t>(position_.y) << buffered_;
         return;
     }
-    std::int32_t version = 0;
-    ar >> version;
-    if (version < 0 || version > STORED_VERSION) {
-        KException::raise("Archive Error", "Invalid viewport version %d", version);
-    }
+    const std::int32_t version = ar.readVersion(STORED_VERSION, "viewport");
     if (version < 1) return;
     std::int32_t x, y;
     ar >> x >> y >> buffered_;

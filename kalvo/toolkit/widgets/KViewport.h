@@ -4,8 +4,8 @@
 
 // The window of a scroll pane onto its view: a container with the view as its only child,
 // placed at minus the scroll position, and clipped to the viewport. With buffering on,
-// the view is painted into an off-screen image first and copied in one go (not when
-// printing or recording a metafile).
+// the view is painted into an off-screen image first and copied in one go; only on raster
+// devices (not when printing or drawing a picture: metafiles, recordings, SVG and PDF).
 class KViewport : public KContainer {
     K_DECLARE_CLASS(KViewport);
 
