@@ -3,6 +3,7 @@
 set -euo pipefail
 packages=(build-essential cmake pkg-config git
           libcairo2-dev libpango1.0-dev fonts-liberation
+          fonts-wqy-microhei
           libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
           libfftw3-dev libkissfft-dev poppler-utils)
 missing=()

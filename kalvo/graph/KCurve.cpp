@@ -9,7 +9,6 @@
 #include <kalvo/foundation/KDouble.h>
 #include <kalvo/foundation/KException.h>
 #include <kalvo/graph/KWaveformPainter.h>
-#include <kalvo/platform/CRecordingDC.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
 #include <kalvo/platform/KHost.h>
@@ -358,9 +357,7 @@ CSize KCurve::getMinimumSize() const {
 
 CSize KCurve::getPreferredSize() const {
     const int u = getUnitSize();
-    CRecordingDC measure(CSize(1, 1));
-    measure.SelectObject(getLegendFont());
-    const CSize text = measure.GetTextExtent(getText().c_str());
+    const CSize text = KGraphics::measureText(getLegendFont(), getText().c_str());
     const CRect insets = getInsets();
     const int icon = isIconVisible() ? 2 * u / 3 : 0;
     const int frame = isBorder() ? 2 : 0;

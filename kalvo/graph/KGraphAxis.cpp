@@ -330,10 +330,12 @@ void KGraphAxis::drawGrid(KGraphics& graphics) {
         text = text.trim();
         if (text.isEmpty()) return;
         if (!range_.isUnitized() && !units_.isEmpty()) text << units_;
-        CRect box(x - 4 * u, r.top + t, x + 4 * u, r.bottom);
-        if (align == DT_LEFT) box = CRect(x, r.top + t, x + 8 * u, r.bottom);
-        if (align == DT_RIGHT) box = CRect(x - 8 * u, r.top + t, x, r.bottom);
-        dc->DrawText(text.c_str(), &box, align | DT_TOP | DT_SINGLELINE | DT_NOPREFIX | DT_NOCLIP);
+        // Centred on its tick, but moved in where it would stick out at the ends.
+        const int width = dc->GetTextExtent(text.c_str()).cx;
+        int left = align == DT_LEFT ? x : align == DT_RIGHT ? x - width : x - width / 2;
+        left = std::max(static_cast<int>(r.left), std::min(left, static_cast<int>(r.right) - width));
+        CRect box(left, r.top + t, left + width, r.bottom);
+        dc->DrawText(text.c_str(), &box, DT_LEFT | DT_TOP | DT_SINGLELINE | DT_NOPREFIX | DT_NOCLIP);
     };
 
     const double ppu = r.Width() / (hi - lo);

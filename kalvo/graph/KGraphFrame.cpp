@@ -153,7 +153,7 @@ T* KGraphFrame::addGraph(T* graph) {
     client->add(graph);
     setActiveGraph(graph);
     syncronizeFlags();
-    if (getCanvas() != nullptr) layoutAll();
+    if (getCanvas() != nullptr && !building_) layoutAll();
     return graph;
 }
 
@@ -237,13 +237,14 @@ void KGraphFrame::addRecord(KRecord* record, const std::vector<int>& traces) {
 
     // Analog channels by their units, in order of first appearance.
     std::vector<std::pair<KString, std::vector<int>>> groups;
-    std::vector<int> changing, steady;
+    std::vector<int> status;
     for (int t : chosen) {
         const KRecord::Trace* trace = record->getTrace(t);
         if (trace == nullptr) continue;
         if (trace->isDigital()) {
-            const double lo = trace->findMinValue(0, 0), hi = trace->findMaxValue(0, 0);
-            (lo < 0.5 && hi >= 0.5 ? changing : steady).push_back(t);
+            // A status that is low all through says nothing; one that changes or is set
+            // somewhere is shown.
+            if (trace->findMaxValue(0, 0) >= 0.5) status.push_back(t);
             continue;
         }
         auto it = std::find_if(groups.begin(), groups.end(),
@@ -254,7 +255,8 @@ void KGraphFrame::addRecord(KRecord* record, const std::vector<int>& traces) {
         }
         it->second.push_back(t);
     }
-    if (changing.empty()) changing = steady;
+    // The frame is laid out once, when every graph is in.
+    building_ = true;
 
     auto fill = [&](KGraphPanel* graph, int trace) {
         auto* curve = new KCurve();
@@ -281,13 +283,15 @@ void KGraphFrame::addRecord(KRecord* record, const std::vector<int>& traces) {
         }
     }
     KGraphPanel* digital = nullptr;
-    for (int t : changing) {
+    for (int t : status) {
         if (digital == nullptr || !fill(digital, t)) {
             digital = addDigitalGraph();
             fill(digital, t);
         }
     }
 
+    building_ = false;
+    if (getCanvas() != nullptr) layoutAll();
     KGraphAxis* axis = getAxis();
     axis->setMarkersEnabled(false);
     double lo, hi;
@@ -727,6 +731,22 @@ void KGraphFrame::layoutAll() {
     resizeMargins();
 }
 
+void KGraphFrame::refresh() {
+    syncronizeGraphs(nullptr);
+    if (getCanvas() != nullptr) layoutAll();
+    repaintGraphs();
+}
+
+void KGraphFrame::scheduleRefresh() {
+    if (getCanvas() == nullptr) {
+        refresh();
+        return;
+    }
+    if (refreshPending_) return;
+    refreshPending_ = true;
+    postEvent(KEvent::command(0, "FRAME.REFRESH"));
+}
+
 void KGraphFrame::repaintGraphs() {
     if (KComponent* client = findComponent("client")) client->repaint();
     if (KComponent* footer = findComponent("footer")) footer->repaint();
@@ -857,11 +877,12 @@ void KGraphFrame::onCommand(KEvent& event) {
         }
     } else if (name == "curve.added" || name == "curve.removed" || name == "component_added" ||
                name == "component_removed" || name == "update") {
-        // The data or the make-up changed: extents, margins and read-outs follow.
         event.consume();
-        syncronizeGraphs(nullptr);
-        if (getCanvas() != nullptr) layoutAll();
-        repaintGraphs();
+        scheduleRefresh();
+    } else if (name == "FRAME.REFRESH") {
+        event.consume();
+        refreshPending_ = false;
+        refresh();
     } else if (name == "CLIP.ALL" || name == "PASTE.ALL") {
         if (!userOperations_) {
             event.consume();

@@ -39,8 +39,8 @@ public:
     // Builds the header, the stack of graphs and the footer with the axis.
     void create();
     // Adds graphs for the record's channels (the traces listed, or all): analog channels
-    // grouped by units, status channels that change state in status graphs (all of them
-    // when none changes); markers off, the trigger shown, the whole record in view.
+    // grouped by units, status channels that are set somewhere (changing state or set all
+    // through) in status graphs; markers off, the trigger shown, the whole record in view.
     void addRecord(KRecord* record, const std::vector<int>& traces = {});
 
     // Parts. getAxis raises "Unable to find axis panel." when there is none.
@@ -153,7 +153,14 @@ private:
     bool scroll_;
     std::int32_t mode_ = 0;
     double lineFrequency_ = 0.0;
+    // Brings extents, margins and read-outs up to date after the data or the make-up
+    // changed; many changes at once are answered once, after the last.
+    void refresh();
+    void scheduleRefresh();
+
     bool userOperations_ = true;
+    bool refreshPending_ = false;
+    bool building_ = false;
     bool defaultOperations_ = true;
     double hair_;
     double previewX_;

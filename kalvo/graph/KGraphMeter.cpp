@@ -6,7 +6,6 @@
 #include <kalvo/foundation/KDouble.h>
 #include <kalvo/graph/KCurve.h>
 #include <kalvo/graph/KGraphAxis.h>
-#include <kalvo/platform/CRecordingDC.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
 #include <kalvo/toolkit/KGraphics.h>
@@ -68,13 +67,12 @@ void KGraphMeter::getRowTexts(int row, KString& atX, KString& atO, KString& diff
 }
 
 int KGraphMeter::columnWidth() const {
-    CRecordingDC measure(CSize(1, 1));
-    measure.SelectObject(KCurve::getLegendFont());
-    int widest = measure.GetTextExtent("-000.0m").cx;
+    const CFont& font = KCurve::getLegendFont();
+    int widest = KGraphics::measureText(font, "-000.0m").cx;
     for (int row = -1; row < getRowCount(); ++row) {
         KString a, b, c;
         getRowTexts(row, a, b, c);
-        for (const KString* t : {&a, &b, &c}) widest = std::max(widest, static_cast<int>(measure.GetTextExtent(t->c_str()).cx));
+        for (const KString* t : {&a, &b, &c}) widest = std::max(widest, static_cast<int>(KGraphics::measureText(font, t->c_str()).cx));
     }
     return widest + 6;
 }

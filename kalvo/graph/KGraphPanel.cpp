@@ -14,7 +14,6 @@
 #include <kalvo/graph/KGraphAxis.h>
 #include <kalvo/graph/KGraphFrame.h>
 #include <kalvo/graph/KGraphMeter.h>
-#include <kalvo/platform/CRecordingDC.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
 #include <kalvo/platform/KHost.h>
@@ -661,13 +660,11 @@ void KGraphPanel::lowerGraph() {
 
 int KGraphPanel::getLeftMarginNeeded() const {
     const int u = getUnitSize();
-    CRecordingDC measure(CSize(1, 1));
-    measure.SelectObject(KGraphAxis::getAxisFont());
     int widest = 2 * u;
     const int precision = yRange_.getPrecision();
     forEachTick(yRange_, [&](double v) {
         const KString label = toLabel(v, precision, yRange_.getMinimum(), yRange_.getMaximum(), true);
-        widest = std::max(widest, static_cast<int>(measure.GetTextExtent(label.trim().c_str()).cx));
+        widest = std::max(widest, static_cast<int>(KGraphics::measureText(KGraphAxis::getAxisFont(), label.trim().c_str()).cx));
     });
     return widest + u / 4 + 6;
 }

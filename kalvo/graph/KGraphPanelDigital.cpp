@@ -5,7 +5,6 @@
 #include <kalvo/graph/KCurve.h>
 #include <kalvo/graph/KCurveClient.h>
 #include <kalvo/graph/KWaveformPainter.h>
-#include <kalvo/platform/CRecordingDC.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
 #include <kalvo/platform/PenStyle.h>
@@ -57,12 +56,10 @@ int KGraphPanelDigital::laneAt(int y) const {
 
 int KGraphPanelDigital::getLeftMarginNeeded() const {
     const int u = getUnitSize();
-    CRecordingDC measure(CSize(1, 1));
-    measure.SelectObject(KCurve::getLegendFont());
     int widest = 2 * u;
     std::vector<KCurve*> curves;
     getCurveList(curves);
-    for (const KCurve* c : curves) widest = std::max(widest, static_cast<int>(measure.GetTextExtent(c->getText().c_str()).cx));
+    for (const KCurve* c : curves) widest = std::max(widest, static_cast<int>(KGraphics::measureText(KCurve::getLegendFont(), c->getText().c_str()).cx));
     // Long names are cut rather than squeeze the plot.
     return std::min(widest, 10 * u) + 8;
 }
@@ -74,7 +71,11 @@ CSize KGraphPanelDigital::getMinimumSize() const {
 
 CSize KGraphPanelDigital::getPreferredSize() const {
     const CSize least = getMinimumSize();
-    return CSize(40 * getUnitSize(), least.cy + getCurveCount() * 4);
+    return CSize(40 * getUnitSize(), least.cy + getCurveCount() * 6);
+}
+
+CSize KGraphPanelDigital::getMaximumSize() const {
+    return CSize(KGraphPanel::getMaximumSize().cx, getPreferredSize().cy);
 }
 
 void KGraphPanelDigital::drawSegments(KGraphics& graphics, const KCurve* constCurve, int first, int last) {

@@ -27,6 +27,8 @@ public:
     int getLeftMarginNeeded() const override;
     CSize getMinimumSize() const override;
     CSize getPreferredSize() const override;
+    // No taller than its lanes need: a stack of graphs gives the rest to the others.
+    CSize getMaximumSize() const override;
     bool isTimeOnly() const override { return true; }
     void onCommand(KEvent& event) override;
 

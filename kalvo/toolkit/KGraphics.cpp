@@ -1,5 +1,7 @@
 #include <kalvo/toolkit/KGraphics.h>
 
+#include <kalvo/platform/CRecordingDC.h>
+
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -348,6 +350,14 @@ CRect KGraphics::computeTextExtents(const char* text) const {
     TEXTMETRIC tm;
     dc_->GetTextMetrics(&tm);
     return CRect(0, -tm.tmDescent, size.cx, size.cy - tm.tmDescent);
+}
+
+CSize KGraphics::measureText(const CFont& font, const char* text) {
+    static CRecordingDC measure(CSize(1, 1));
+    const CFont previous = measure.SelectObject(font);
+    const CSize size = measure.GetTextExtent(text != nullptr ? text : "");
+    measure.SelectObject(previous);
+    return size;
 }
 
 CRect KGraphics::computeTextBounds(const char* text) const {

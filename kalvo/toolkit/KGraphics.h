@@ -99,6 +99,9 @@ public:
     CRect computeTextExtents(const char* text) const;
     // The box of a possibly multi-line text.
     CRect computeTextBounds(const char* text) const;
+    // The extent of a line of text in the font, as the cairo backend draws it, for sizing
+    // components before any drawing context exists. One measuring context serves all.
+    static CSize measureText(const CFont& font, const char* text);
 
     // Copies the bitmap (the source part, or all of it) with its top-left at the point.
     void drawImage(CBitmap* bitmap, const CRect* source, int x, int y);

@@ -8,7 +8,7 @@ namespace {
 
 // The children's bounds after a layout of the panel at the given height (width 100).
 std::vector<CRect> stack(KListPanel& panel, const std::vector<int>& minimums, int height) {
-    panel.removeAll();
+    while (panel.getComponentCount() > 0) delete panel.getComponent(0);
     for (int minimum : minimums) panel.add(new ktest::Sized("c", minimum));
     panel.setBounds(CRect(0, 0, 100, height));
     panel.doLayout();
@@ -28,6 +28,16 @@ TEST(KListPanelTest, sharesTheHeightOutAboveTheMinimums) {
     // A tall minimum takes its own; the rest share what is left.
     EXPECT_EQ(stack(panel, {9, 150, 9, 9}, 300),
               (Rects{{0, 0, 100, 50}, {0, 50, 100, 200}, {0, 200, 100, 250}, {0, 250, 100, 300}}));
+    // A child held to a maximum below the share keeps to it; the others share the rest.
+    struct Short : ktest::Sized {
+        Short() : Sized("short", 9) {}
+        CSize getMaximumSize() const override { return CSize(100, 40); }
+    };
+    stack(panel, {9, 9}, 300);
+    panel.add(new Short());
+    panel.doLayout();
+    EXPECT_EQ(panel.getComponent(2)->getBounds(), CRect(0, 260, 100, 300));
+    EXPECT_EQ(panel.getComponent(0)->getBounds(), CRect(0, 0, 100, 130));
     // Odd pixels go to the first children; gaps stand between, not around.
     panel.setGap(2);
     EXPECT_EQ(stack(panel, {9, 9, 9}, 101),

@@ -4,7 +4,6 @@
 
 #include <kalvo/foundation/KArchive.h>
 #include <kalvo/foundation/KException.h>
-#include <kalvo/platform/CRecordingDC.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
 #include <kalvo/platform/SysColor.h>
@@ -100,9 +99,7 @@ CSize KLabel::markSize() const {
 
 CSize KLabel::textSize() const {
     if (text_.isEmpty()) return CSize(0, 0);
-    CRecordingDC measure(CSize(1, 1));
-    measure.SelectObject(getLabelFont());
-    return measure.GetTextExtent(text_.c_str());
+    return KGraphics::measureText(getLabelFont(), text_.c_str());
 }
 
 CSize KLabel::getMinimumSize() const {

@@ -38,17 +38,19 @@ void KListPanel::doLayout() {
     std::vector<int> heights(children.size(), -1);  // -1: still to share out
     int remaining = client.Height() - gap_ * (count - 1);
     int open = count;
-    // Children whose minimum is above the even share get their minimum, and the share of the
-    // rest is taken again, until every minimum fits.
+    // Children whose minimum is above the even share get their minimum, those whose
+    // maximum is below it their maximum, and the share of the rest is taken again, until
+    // every child fits its share.
     for (bool settled = false; !settled && open > 0;) {
         settled = true;
         const int share = remaining / open;
         for (int i = 0; i < count; ++i) {
             if (heights[i] >= 0) continue;
             const int minimum = children[i]->getMinimumSize().cy;
-            if (minimum <= share) continue;
-            heights[i] = minimum;
-            remaining -= minimum;
+            const int maximum = std::max(minimum, static_cast<int>(children[i]->getMaximumSize().cy));
+            if (minimum <= share && share <= maximum) continue;
+            heights[i] = minimum > share ? minimum : maximum;
+            remaining -= heights[i];
             --open;
             settled = false;
         }

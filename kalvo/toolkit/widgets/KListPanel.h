@@ -4,7 +4,7 @@
 
 // A panel that stacks its visible children from top to bottom in child order, each as wide
 // as the panel's client area. The height is shared out evenly, but no child gets less than
-// its minimum height; what the even share cannot give is taken from the panel's own height,
+// its minimum height nor more than its maximum (room left over stays empty at the bottom); what the even share cannot give is taken from the panel's own height,
 // so the panel's minimum height is the sum of the children's minimums and the gaps (a scroll
 // pane around it then scrolls). Children are reordered with the container's toPrev, toNext,
 // toHead and toTail (and laid out again with doLayout).

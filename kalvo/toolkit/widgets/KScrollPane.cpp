@@ -258,7 +258,7 @@ void KScrollPane::Serialize(KArchive& ar) {
         return;
     }
     // The stored parts replace the ones the constructor made.
-    removeAll();
+    while (getComponentCount() > 0) delete getComponent(getComponentCount() - 1);
     KContainer::Serialize(ar);
     const std::int32_t version = ar.readVersion(STORED_VERSION, "scroll pane");
     if (version >= 1) ar >> horizontalScrolling_ >> horizontalTracking_ >> verticalTracking_;

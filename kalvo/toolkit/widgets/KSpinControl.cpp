@@ -5,7 +5,6 @@
 
 #include <kalvo/foundation/KArchive.h>
 #include <kalvo/foundation/KDouble.h>
-#include <kalvo/platform/CRecordingDC.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
 #include <kalvo/platform/SysColor.h>
@@ -49,9 +48,7 @@ KString numberText(double value, int digits, char& prefix) {
 }
 
 CSize textExtent(const char* text) {
-    CRecordingDC measure(CSize(1, 1));
-    measure.SelectObject(KLabel::getLabelFont());
-    return measure.GetTextExtent(text);
+    return KGraphics::measureText(KLabel::getLabelFont(), text);
 }
 
 }  // namespace
