@@ -21,6 +21,8 @@
 #include <kalvo/io/KComtradeWriter.h>
 #include <kalvo/record/KRecord.h>
 
+#include "BenchMemory.h"
+
 namespace {
 
 constexpr size_t FILE_BYTES = size_t{100} << 20;
@@ -121,26 +123,6 @@ void decode(benchmark::State& state, KComtradeConfig::FileType type, bool reuse)
     // Time of one decode over the time of one memchr scan of the same bytes.
     state.counters["x_memchr"] = benchmark::Counter(
         scanSeconds, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-}
-
-// Resets the process's peak resident memory, so that the next reading of it is the peak since.
-void resetPeakMemory() {
-    if (FILE* f = fopen("/proc/self/clear_refs", "w")) {
-        fputs("5", f);
-        fclose(f);
-    }
-}
-
-// Peak resident memory since the last reset, in bytes (VmHWM).
-double peakMemory() {
-    double kilobytes = 0;
-    if (FILE* f = fopen("/proc/self/status", "r")) {
-        char line[256];
-        while (fgets(line, sizeof line, f))
-            if (sscanf(line, "VmHWM: %lf", &kilobytes) == 1) break;
-        fclose(f);
-    }
-    return kilobytes * 1024;
 }
 
 // Seconds to allocate arrays arrays of n doubles each, write every double once and free them:

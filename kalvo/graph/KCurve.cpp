@@ -125,6 +125,7 @@ void KCurve::setProducer(KRecordProducer* producer) {
     if (source_ == nullptr) {
         data_.destroy();
         summary_.clear();
+        columns_.clear();
         return;
     }
     source_->addObserver(this);
@@ -330,6 +331,7 @@ void KCurve::recordUpdate() {
         }
     }
     summary_.build(getXData(), getYData(), getSampleCount());
+    columns_.clear();
     postAction("update");
 }
 
@@ -345,6 +347,7 @@ void KCurve::recordDestroyed(KRecordProducer* producer) {
     source_ = nullptr;
     data_.destroy();
     summary_.clear();
+    columns_.clear();
     postAction("update");
 }
 

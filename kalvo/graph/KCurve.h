@@ -4,6 +4,7 @@
 #include <memory>
 
 #include <kalvo/foundation/KBitSet.h>
+#include <kalvo/graph/KWaveformPainter.h>
 #include <kalvo/platform/CFont.h>
 #include <kalvo/record/KRecord.h>
 #include <kalvo/record/KRecordObserver.h>
@@ -120,6 +121,8 @@ public:
     const double* getXData();
     const double* getYData();
     const KTraceSummary& getSummary() const { return summary_; }
+    // The pixel columns of the view last drawn, for the graph drawing the curve.
+    KWaveformPainter::Columns& getColumns() { return columns_; }
     // The sample index of time x (the record's findIndex); -1 without data.
     int findIndex(double x);
     // The value of the sample nearest to time x; NaN outside the data's time span.
@@ -180,4 +183,5 @@ private:
     std::int32_t prevIndex_ = 0;
     int id_;
     KTraceSummary summary_;
+    KWaveformPainter::Columns columns_;
 };

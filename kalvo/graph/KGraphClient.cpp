@@ -4,7 +4,11 @@
 
 K_IMPLEMENT_CLASS(KGraphClient, KListPanel, 1)
 
-KGraphClient::KGraphClient() : KListPanel("graphs") { setGap(2); }
+// The graphs cover the stack: painting its background too would only be painted over.
+KGraphClient::KGraphClient() : KListPanel("graphs") {
+    setGap(2);
+    setOpaque(false);
+}
 
 void KGraphClient::getGraphList(std::vector<KGraphPanel*>& list) const {
     for (int i = 0; i < getComponentCount(); ++i) {

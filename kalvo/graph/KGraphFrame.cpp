@@ -61,6 +61,8 @@ KGraphFrame::KGraphFrame(bool scroll, bool)
       previewO_(KDouble::NaN) {
     setStretch(0);
     setMenu("KGraphFrame");
+    // Header, graphs and footer cover the frame.
+    setOpaque(false);
 }
 
 KGraphFrame::~KGraphFrame() = default;

@@ -784,7 +784,15 @@ COLORREF KGraphPanel::plotColor(const KGraphics& graphics) const {
 }
 
 void KGraphPanel::paint(KGraphics& graphics) {
-    KPanel::paint(graphics);
+    // The panel's background around the plot, and the plot's own: every pixel once.
+    if (isOpaque()) {
+        const CRect e = getExtents(), d = getDataRectangle();
+        graphics.setColor(getBackground());
+        graphics.fillRect(e.left, e.top, e.right, d.top);
+        graphics.fillRect(e.left, d.bottom, e.right, e.bottom);
+        graphics.fillRect(e.left, d.top, d.left, d.bottom);
+        graphics.fillRect(d.right, d.top, e.right, d.bottom);
+    }
     drawPlotBackground(graphics);
     if (isGridEnabled()) {
         drawXGrid(graphics);

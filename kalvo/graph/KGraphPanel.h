@@ -95,6 +95,10 @@ public:
     bool isToolTipEnabled() const { return toolTip_; }
     void setCrossHairEnabled(bool on);
     bool isCrossHairEnabled() const { return crossHair_; }
+    // Draws every sample instead of each pixel column's summary: the same picture, at a
+    // cost that grows with the samples in view (a reference for measuring the summary).
+    void setEverySample(bool on) { everySample_ = on; }
+    bool isEverySample() const { return everySample_; }
     void setMeasuringEnabled(bool on) { measuring_ = on; }
     bool isMeasuringEnabled() const { return measuring_; }
     void enableManualPrecision(bool on) { manualPrecision_ = on; }
@@ -328,6 +332,7 @@ private:
     bool toolTip_ = true;
     bool crossHair_ = false;
     bool measuring_ = false;
+    bool everySample_ = false;
     KRange xRange_;
     KRange yRange_;
     double markerX_;

@@ -150,14 +150,10 @@ void KGraphPanelAnalog::updateOffsetControl() {
     }
     if (curve == nullptr) return;
     // The control reaches a full swing of the curve's values either way.
-    double lo = KDouble::NaN, hi = KDouble::NaN;
-    if (KRecordProducer* source = curve->getSourceRecord()) {
-        source->selectTrace(curve->getChannel());
-        lo = source->getMinValue(0, 0);
-        hi = source->getMaxValue(0, 0);
-    }
+    double lo, hi;
+    curve->getYExtents(lo, hi);
     if (KDouble::isFinite(lo) && KDouble::isFinite(hi) && hi > lo) {
-        const double span = (hi - lo) * std::fabs(curve->getScale());
+        const double span = hi - lo;
         spin->setRange(-span, span);
     }
     spin->setUnits(curve->getUnits().c_str());
@@ -220,8 +216,10 @@ void KGraphPanelAnalog::drawSegments(KGraphics& graphics, const KCurve* constCur
     const KRange& xr = getXRange();
     const KRange& yr = getYRange();
     KWaveformPainter painter(plot_, xr.getMinimum(), xr.getMaximum(), yr.getMinimum(), yr.getMaximum());
+    painter.setEverySample(isEverySample());
     painter.draw(graphics.getDC(), x, y, n, &curve->getSummary(), curve->getRenderStyle(),
-                 curveColor(curve), curve->getLineWidth(), getXIntercept(), first, last);
+                 curveColor(curve), curve->getLineWidth(), getXIntercept(), first, last,
+                 &curve->getColumns());
 }
 
 void KGraphPanelAnalog::drawGlyphs(KGraphics& graphics, KCurve* curve, int index) {

@@ -97,8 +97,9 @@ void KGraphPanelDigital::drawSegments(KGraphics& graphics, const KCurve* constCu
     const KRange& xr = getXRange();
     KWaveformPainter painter(band, xr.getMinimum(), xr.getMaximum(), 0.0, 1.0);
     painter.setSteps(true);
+    painter.setEverySample(isEverySample());
     painter.draw(graphics.getDC(), x, y, n, &curve->getSummary(), KWaveformPainter::AREA,
-                 curveColor(curve), 1, 0.0, first, last);
+                 curveColor(curve), 1, 0.0, first, last, &curve->getColumns());
 }
 
 void KGraphPanelDigital::drawYGrid(KGraphics& graphics) {

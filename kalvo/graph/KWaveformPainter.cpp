@@ -50,9 +50,10 @@ bool clipSegment(double ax, double ay, double bx, double by, const Box& r, doubl
     return true;
 }
 
-CPoint rounded(double x, double y) {
-    return CPoint(static_cast<int>(std::lround(x)), static_cast<int>(std::lround(y)));
-}
+// Halves away from zero, as lround does, for values within the margin's reach.
+int roundedValue(double v) { return static_cast<int>(v >= 0 ? v + 0.5 : v - 0.5); }
+
+CPoint rounded(double x, double y) { return CPoint(roundedValue(x), roundedValue(y)); }
 
 }  // namespace
 
@@ -90,6 +91,20 @@ public:
             case LINE: lineTo(x, y); break;
             case POINTS: square(x, y, y); break;
         }
+    }
+    // A summarised column of the line: the line comes in to its first sample, covers every
+    // row from its top to its bottom value once, and goes on from its last sample.
+    void column(double x, double first, double top, double bottom, double last) {
+        sample(x, first);
+        flushRun();
+        const double t = std::max(top, box_.top), b = std::min(bottom, box_.bottom);
+        if (t <= b && x >= box_.left && x <= box_.right) {
+            const CPoint from = rounded(x, t), to = rounded(x, b);
+            dc_->MoveTo(from);
+            dc_->LineTo(to.x, to.y + 1);
+        }
+        havePrevious_ = false;
+        sample(x, last);
     }
     // A crowded column of the point styles: one band over its values' rows.
     void band(double x, double top, double bottom) {
@@ -233,8 +248,40 @@ double KWaveformPainter::columnOf(double x) const { return std::floor(kx_ * (x -
 
 double KWaveformPainter::rowOf(double y) const { return std::floor(ky_ * (yMax_ - y) + 0.5); }
 
-int KWaveformPainter::firstAfter(const double* x, int from, int to, double column) const {
+int KWaveformPainter::firstAfter(const double* x, int from, int to, double column, int guess) const {
     int lo = from, hi = to;
+    if (guess > 0 && from < to) {
+        // The answer is most likely guess samples on: look there first, then widen the window
+        // step by doubling step toward the answer.
+        const auto after = [&](int k) { return columnOf(x[k]) > column; };
+        int p = std::min(to - 1, from + guess - 1);
+        if (after(p)) {
+            hi = p;
+            for (long step = 1; hi > from; step *= 2) {
+                const int q = static_cast<int>(std::max<long>(from, hi - step));
+                if (!after(q)) {
+                    lo = q + 1;
+                    break;
+                }
+                hi = q;
+            }
+            if (hi == from) return from;
+        } else {
+            lo = p + 1;
+            hi = to;
+            for (long step = 1; lo < to; step *= 2) {
+                const int q = static_cast<int>(std::min<long>(to - 1, lo + step - 1));
+                if (after(q)) {
+                    hi = q;
+                    break;
+                }
+                lo = q + 1;
+            }
+            if (lo >= to) return to;
+        }
+        // after(hi) holds, after(lo - 1) does not: the answer is in [lo, hi].
+        hi += 1;
+    }
     while (lo < hi) {
         const int mid = lo + (hi - lo) / 2;
         if (columnOf(x[mid]) > column) {
@@ -246,9 +293,33 @@ int KWaveformPainter::firstAfter(const double* x, int from, int to, double colum
     return lo;
 }
 
+void KWaveformPainter::summarise(const double* x, const double* y, int first, int last,
+                                 const KTraceSummary& summary, Columns& out) const {
+    out.columns.clear();
+    // The samples in view and in the margin, and one on either side to draw the lines into
+    // it from.
+    out.lo = firstAfter(x, first, last, -MARGIN - 1.0);
+    out.hi = firstAfter(x, out.lo, last, plot_.Width() + MARGIN);
+    int guess = 1;
+    for (int i = out.lo; i < out.hi;) {
+        const double column = columnOf(x[i]);
+        const int j = firstAfter(x, i + 1, out.hi, column, guess);
+        guess = std::max(1, j - i);
+        Column c{column, i, j, 0.0, 0.0, y[i], y[j - 1], true};
+        if (j - i > POINTS_PER_COLUMN) {
+            const KTraceSummary::Extremes e = summary.find(y, i, j);
+            c.exact = e.gap;
+            c.min = e.min;
+            c.max = e.max;
+        }
+        out.columns.push_back(c);
+        i = j;
+    }
+}
+
 void KWaveformPainter::draw(CDC* dc, const double* x, const double* y, int n,
                             const KTraceSummary* summary, int style, COLORREF color, int width,
-                            double baseline, int first, int last) {
+                            double baseline, int first, int last, Columns* cache) {
     if (!valid_ || dc == nullptr || x == nullptr || y == nullptr || n <= 0) return;
     if (last < 0 || last > n) last = n;
     if (first < 0) first = 0;
@@ -257,11 +328,21 @@ void KWaveformPainter::draw(CDC* dc, const double* x, const double* y, int n,
     const bool byColumns = !everySample_ && summary != nullptr && summary->isDomainOrdered() &&
                            summary->getCount() == n;
     const double left = plot_.left, top = plot_.top;
-    const double width_px = plot_.Width();
     // The drawing clip reaches one pixel past the plot, so that values at the view's upper
     // ends show on its edges.
     const Box box{left - MARGIN, top - MARGIN, plot_.right + MARGIN + 0.0, plot_.bottom + MARGIN + 0.0};
     const double baseRow = top + std::clamp(rowOf(baseline), -1.0, plot_.Height() + 1.0);
+
+    // The columns of this view: those of the last paint when the view is the same.
+    Columns local;
+    Columns* columns = cache != nullptr ? cache : &local;
+    if (byColumns) {
+        const Columns::Key key{x, y, n, first, last, xMin_, kx_, plot_.left, plot_.Width()};
+        if (!(columns->key == key) || columns->columns.empty()) {
+            summarise(x, y, first, last, *summary, *columns);
+            columns->key = key;
+        }
+    }
 
     auto pass = [&](Emitter::Pass kind) {
         Emitter out(dc, kind, box, color, width, baseRow, steps_);
@@ -276,41 +357,33 @@ void KWaveformPainter::draw(CDC* dc, const double* x, const double* y, int n,
             for (int i = first; i < last; ++i) one(i);
             return;
         }
-        // The samples in view and in the margin, and one on either side to draw the lines
-        // into it from.
-        const int lo = firstAfter(x, first, last, -MARGIN - 1.0);
-        const int hi = firstAfter(x, lo, last, width_px + MARGIN);
-        if (lo > first) one(lo - 1);
-        for (int i = lo; i < hi;) {
-            const double column = columnOf(x[i]);
-            const int j = firstAfter(x, i + 1, hi, column);
-            const bool few = j - i <= POINTS_PER_COLUMN;
-            KTraceSummary::Extremes e{0.0, 0.0, true};
-            if (!few) e = summary->find(y, i, j);
-            if (few || e.gap) {
-                for (int k = i; k < j; ++k) one(k);
-            } else {
-                const double px = left + column;
-                const double minRow = top + rowOf(e.min), maxRow = top + rowOf(e.max);
-                if (kind == Emitter::POINTS) {
-                    out.band(px, maxRow, minRow);
-                } else {
-                    const double a = y[i];
-                    out.sample(px, top + rowOf(a));
-                    // The nearer extreme first, as the samples would most likely go.
-                    if (a - e.min < e.max - a) {
-                        out.sample(px, minRow);
-                        out.sample(px, maxRow);
-                    } else {
-                        out.sample(px, maxRow);
-                        out.sample(px, minRow);
-                    }
-                    out.sample(px, top + rowOf(y[j - 1]));
-                }
+        if (columns->lo > first) one(columns->lo - 1);
+        for (const Column& c : columns->columns) {
+            if (c.exact) {
+                for (int k = c.first; k < c.end; ++k) one(k);
+                continue;
             }
-            i = j;
+            const double px = left + c.column;
+            const double minRow = top + rowOf(c.min), maxRow = top + rowOf(c.max);
+            if (kind == Emitter::POINTS) {
+                out.band(px, maxRow, minRow);
+            } else if (kind == Emitter::LINE && width <= 1 && !steps_) {
+                out.column(px, top + rowOf(c.start), maxRow, minRow, top + rowOf(c.stop));
+            } else {
+                const double a = c.start;
+                out.sample(px, top + rowOf(a));
+                // The nearer extreme first, as the samples would most likely go.
+                if (a - c.min < c.max - a) {
+                    out.sample(px, minRow);
+                    out.sample(px, maxRow);
+                } else {
+                    out.sample(px, maxRow);
+                    out.sample(px, minRow);
+                }
+                out.sample(px, top + rowOf(c.stop));
+            }
         }
-        if (hi < last) one(hi);
+        if (columns->hi < last) one(columns->hi);
     };
 
     const CPen pen = dc->SelectObject(CPen(PS_SOLID, width, color));

@@ -24,6 +24,33 @@ class KTraceSummary;
 // values far outside the view cost no more than those inside.
 class KWaveformPainter {
 public:
+    // The pixel columns of one view of one curve: for each, its samples and, where they are
+    // many and all finite, their extremes. A curve keeps them between paints, so that
+    // painting the same view again reads no samples but the columns' first and last; a
+    // different view, or data, makes them anew.
+    struct Column {
+        double column;   // from the plot's left
+        int first, end;  // the samples first..end-1
+        double min, max;
+        double start, stop;  // the first and the last sample's value
+        bool exact;          // drawn sample by sample
+    };
+    struct Columns {
+        struct Key {
+            const double* x = nullptr;
+            const double* y = nullptr;
+            int n = 0, first = 0, last = 0;
+            double xMin = 0, kx = 0;
+            int left = 0, width = 0;
+            bool operator==(const Key&) const = default;
+        };
+        // Forget them: the samples changed.
+        void clear() { columns.clear(); }
+        Key key;
+        std::vector<Column> columns;
+        int lo = 0, hi = 0;  // the samples in view and its margin
+    };
+
     // The render styles of a curve.
     enum Style { LINE = 0, POINT = 1, AREA = 2, LINE_POINT = 3 };
     // The most samples a column may hold for its points to be drawn one by one.
@@ -49,10 +76,11 @@ public:
 
     // Draws samples first..last-1 (last -1: all) of x and y with the pen's colour and
     // width in the style; area fills from the baseline value. summary may be null (every
-    // sample is drawn then).
+    // sample is drawn then). The columns, when given, are reused if they are of this view
+    // and made anew (and kept there) if not.
     void draw(CDC* dc, const double* x, const double* y, int n, const KTraceSummary* summary,
               int style, COLORREF color, int width, double baseline, int first = 0,
-              int last = -1);
+              int last = -1, Columns* columns = nullptr);
 
 private:
     struct Point {
@@ -61,8 +89,13 @@ private:
     };
     class Emitter;
 
-    // The first index in [from, to) whose column exceeds `column` (ordered domains).
-    int firstAfter(const double* x, int from, int to, double column) const;
+    void summarise(const double* x, const double* y, int first, int last,
+                   const KTraceSummary& summary, Columns& out) const;
+
+    // The first index in [from, to) whose column exceeds `column` (ordered domains). The
+    // search gallops forward from `from`, first by `guess` samples: consecutive columns
+    // hold about as many samples, so it touches memory near the last column only.
+    int firstAfter(const double* x, int from, int to, double column, int guess = 0) const;
 
     CRect plot_;
     double xMin_, yMax_;

@@ -412,6 +412,34 @@ void CCairoDC::rasterLine(int x1, int y1, int x2, int y2, bool last) {
     const std::uint32_t back = toPixel(state_.bkColor);
     const bool opaque = state_.bkMode == OPAQUE;
     const std::vector<int>& runs = dashesOf(state_.pen.GetStyle());
+    beginPixels();
+    unsigned char* data = cairo_image_surface_get_data(surface_);
+    const int stride = cairo_image_surface_get_stride(surface_);
+    auto plot = [&](int x, int y, std::uint32_t source) {
+        auto& px = reinterpret_cast<std::uint32_t*>(data + static_cast<std::ptrdiff_t>(y) * stride)[x];
+        px = (px & 0xFF000000) | (rop == R2_COPYPEN ? source : applyRop2(rop, source, px) & 0xFFFFFF);
+    };
+    CRect touched(std::min(x1, x2), std::min(y1, y2), std::max(x1, x2) + 1, std::max(y1, y2) + 1);
+    touched.IntersectRect(touched, clip);
+    // A solid vertical line, as curves drawn by pixel column are made of: only the rows
+    // inside the clip are visited.
+    if (x1 == x2 && runs.empty()) {
+        if (x1 >= clip.left && x1 < clip.right) {
+            int top = y1, bottom = y2;  // the rows from y1 toward y2, the end row when last
+            if (y2 >= y1) {
+                bottom = last ? y2 + 1 : y2;
+            } else {
+                top = last ? y2 : y2 + 1;
+                bottom = y1 + 1;
+            }
+            if (y1 == y2) bottom = last ? y1 + 1 : y1;
+            for (int y = std::max(top, static_cast<int>(clip.top)); y < std::min(bottom, static_cast<int>(clip.bottom)); ++y) {
+                plot(x1, y, pen);
+            }
+        }
+        endPixels(touched);
+        return;
+    }
     const int dx = std::abs(x2 - x1), sx = x1 < x2 ? 1 : -1;
     const int dy = -std::abs(y2 - y1), sy = y1 < y2 ? 1 : -1;
     int n = std::max(dx, -dy) + (last ? 1 : 0);
@@ -419,17 +447,10 @@ void CCairoDC::rasterLine(int x1, int y1, int x2, int y2, bool last) {
     int x = x1, y = y1;
     std::size_t run = 0;
     int left = runs.empty() ? 0 : runs[0];
-    beginPixels();
-    CRect touched(std::min(x1, x2), std::min(y1, y2), std::max(x1, x2) + 1, std::max(y1, y2) + 1);
-    touched.IntersectRect(touched, clip);
     for (; n > 0; --n) {
         const bool on = runs.empty() || run % 2 == 0;
-        if ((on || opaque) && x >= clip.left && x < clip.right && y >= clip.top &&
-            y < clip.bottom) {
-            std::uint32_t& px = pixelRow(y)[x];
-            const std::uint32_t source = on ? pen : back;
-            px = (px & 0xFF000000) |
-                 (rop == R2_COPYPEN ? source : applyRop2(rop, source, px) & 0xFFFFFF);
+        if ((on || opaque) && x >= clip.left && x < clip.right && y >= clip.top && y < clip.bottom) {
+            plot(x, y, on ? pen : back);
         }
         if (!runs.empty() && --left == 0) {
             run = (run + 1) % runs.size();
@@ -782,6 +803,36 @@ void CCairoDC::doBlit(const CRect& destination, const CBitmap& source, const CRe
     CRect clip;
     if (!clip.IntersectRect(d, GetDeviceClip())) return;
 
+    // A plain copy of colour pixels at their own size, onto pixels: row by row, straight
+    // from the source (the way double buffering ends every paint).
+    if (raster_ && rop == SRCCOPY && source.GetSafeHandle() != nullptr && !source.IsMonochrome() &&
+        GetDeviceCaps(BITSPIXEL) != 1 && from.Width() == d.Width() && from.Height() == d.Height() &&
+        from.left >= 0 && from.top >= 0 && from.right <= source.GetWidth() &&
+        from.bottom <= source.GetHeight()) {
+        cairo_surface_t* s = source.GetSurface();
+        cairo_surface_flush(s);
+        beginPixels();
+        const unsigned char* in = cairo_image_surface_get_data(s);
+        const int inStride = cairo_image_surface_get_stride(s);
+        unsigned char* out = cairo_image_surface_get_data(surface_);
+        const int outStride = cairo_image_surface_get_stride(surface_);
+        // Without alpha on either side the rows are copied whole.
+        const bool whole = cairo_image_surface_get_format(surface_) == CAIRO_FORMAT_RGB24 &&
+                           cairo_image_surface_get_format(s) == CAIRO_FORMAT_RGB24;
+        for (int y = clip.top; y < clip.bottom; ++y) {
+            const auto* from_row = reinterpret_cast<const std::uint32_t*>(
+                in + static_cast<std::ptrdiff_t>(y - d.top + from.top) * inStride) + (from.left - d.left);
+            auto* row = reinterpret_cast<std::uint32_t*>(out + static_cast<std::ptrdiff_t>(y) * outStride);
+            if (whole) {
+                std::memcpy(row + clip.left, from_row + clip.left, sizeof(std::uint32_t) * clip.Width());
+                continue;
+            }
+            for (int x = clip.left; x < clip.right; ++x) row[x] = (row[x] & 0xFF000000) | (from_row[x] & 0xFFFFFF);
+        }
+        endPixels(clip);
+        return;
+    }
+
     // The source scaled to the destination, monochrome pixels coloured by text and
     // background colours, as an opaque image the size of the destination.
     cairo_surface_t* image = nullptr;
@@ -817,17 +868,19 @@ void CCairoDC::doBlit(const CRect& destination, const CBitmap& source, const CRe
         cairo_destroy(cr);
         cairo_surface_flush(image);
     }
+    const unsigned char* imageData = image != nullptr ? cairo_image_surface_get_data(image) : nullptr;
+    const int imageStride = image != nullptr ? cairo_image_surface_get_stride(image) : 0;
     auto sourcePixel = [&](int x, int y) -> std::uint32_t {
-        return reinterpret_cast<const std::uint32_t*>(
-                   cairo_image_surface_get_data(image) +
-                   (y - d.top) * cairo_image_surface_get_stride(image))[x - d.left] &
+        return reinterpret_cast<const std::uint32_t*>(imageData + (y - d.top) * imageStride)[x - d.left] &
                0xFFFFFF;
     };
 
     if (raster_) {
         beginPixels();
+        unsigned char* data = cairo_image_surface_get_data(surface_);
+        const int stride = cairo_image_surface_get_stride(surface_);
         for (int y = clip.top; y < clip.bottom; ++y) {
-            std::uint32_t* row = pixelRow(y);
+            auto* row = reinterpret_cast<std::uint32_t*>(data + static_cast<std::ptrdiff_t>(y) * stride);
             for (int x = clip.left; x < clip.right; ++x) {
                 const std::uint32_t dst = row[x] & 0xFFFFFF;
                 std::uint32_t v = dst;

@@ -25,9 +25,8 @@ void KTraceSummary::build(const double* x, const double* y, int n) {
     // Level 0 from the samples.
     Level base;
     const int blocks = (n + BLOCK - 1) / BLOCK;
-    base.min.resize(blocks);
-    base.max.resize(blocks);
-    base.gap.resize(blocks);
+    base.nodes.resize(blocks);
+    base.gaps.assign((blocks + 63) / 64, 0);
     for (int b = 0; b < blocks; ++b) {
         double lo = HUGE_VALUE, hi = -HUGE_VALUE;
         bool gap = false;
@@ -41,32 +40,29 @@ void KTraceSummary::build(const double* x, const double* y, int n) {
             if (v < lo) lo = v;
             if (v > hi) hi = v;
         }
-        base.min[b] = lo;
-        base.max[b] = hi;
-        base.gap[b] = gap;
+        base.nodes[b] = Node{lo, hi};
+        if (gap) base.setGap(b);
     }
     levels_.push_back(std::move(base));
     // Each further level from the one below, until a level has few entries.
-    while (levels_.back().min.size() > static_cast<std::size_t>(FANOUT)) {
+    while (levels_.back().nodes.size() > static_cast<std::size_t>(FANOUT)) {
         const Level& below = levels_.back();
-        const std::size_t m = below.min.size();
+        const std::size_t m = below.nodes.size();
         Level up;
         const std::size_t count = (m + FANOUT - 1) / FANOUT;
-        up.min.resize(count);
-        up.max.resize(count);
-        up.gap.resize(count);
+        up.nodes.resize(count);
+        up.gaps.assign((count + 63) / 64, 0);
         for (std::size_t b = 0; b < count; ++b) {
             double lo = HUGE_VALUE, hi = -HUGE_VALUE;
             bool gap = false;
             const std::size_t end = b * FANOUT + FANOUT < m ? b * FANOUT + FANOUT : m;
             for (std::size_t i = b * FANOUT; i < end; ++i) {
-                if (below.min[i] < lo) lo = below.min[i];
-                if (below.max[i] > hi) hi = below.max[i];
-                gap = gap || below.gap[i];
+                if (below.nodes[i].min < lo) lo = below.nodes[i].min;
+                if (below.nodes[i].max > hi) hi = below.nodes[i].max;
+                gap = gap || below.gap(i);
             }
-            up.min[b] = lo;
-            up.max[b] = hi;
-            up.gap[b] = gap;
+            up.nodes[b] = Node{lo, hi};
+            if (gap) up.setGap(b);
         }
         levels_.push_back(std::move(up));
     }
@@ -88,9 +84,9 @@ void KTraceSummary::scan(const double* y, int level, int from, int to, Extremes&
     }
     const Level& l = levels_[level];
     for (int i = from; i < to; ++i) {
-        if (l.min[i] < e.min) e.min = l.min[i];
-        if (l.max[i] > e.max) e.max = l.max[i];
-        if (l.gap[i]) e.gap = true;
+        if (l.nodes[i].min < e.min) e.min = l.nodes[i].min;
+        if (l.nodes[i].max > e.max) e.max = l.nodes[i].max;
+        if (l.gap(i)) e.gap = true;
     }
 }
 
@@ -120,8 +116,7 @@ KTraceSummary::Extremes KTraceSummary::find(const double* y, int from, int to) c
 std::size_t KTraceSummary::getMemorySize() const {
     std::size_t bytes = 0;
     for (const Level& l : levels_) {
-        bytes += l.min.capacity() * sizeof(double) + l.max.capacity() * sizeof(double) +
-                 l.gap.capacity();
+        bytes += l.nodes.capacity() * sizeof(Node) + l.gaps.capacity() * sizeof(std::uint64_t);
     }
     return bytes;
 }

@@ -8,7 +8,7 @@
 // of any stretch are found in time that grows with the logarithm of its length. Level 0
 // holds the minimum and maximum of every block of 64 samples, each further level those of
 // 8 blocks of the level below; non-finite samples are left out of the extremes, and every
-// block remembers whether it had any. The pyramid costs about 3.8 % of the samples'
+// block remembers whether it had any. The pyramid costs about 3.6 % of the samples'
 // memory. It does not keep the samples: queries are given the same array again.
 //
 // The summary also notes whether the domain the samples belong to runs forward (finite and
@@ -40,10 +40,17 @@ public:
     std::size_t getMemorySize() const;
 
 private:
+    // The extremes of a block side by side (one memory line for both), and a bit per block
+    // for its gaps.
+    struct Node {
+        double min;
+        double max;
+    };
     struct Level {
-        std::vector<double> min;
-        std::vector<double> max;
-        std::vector<std::uint8_t> gap;
+        std::vector<Node> nodes;
+        std::vector<std::uint64_t> gaps;
+        bool gap(std::size_t i) const { return (gaps[i / 64] >> (i % 64)) & 1u; }
+        void setGap(std::size_t i) { gaps[i / 64] |= std::uint64_t{1} << (i % 64); }
     };
 
     void scan(const double* y, int level, int from, int to, Extremes& e) const;

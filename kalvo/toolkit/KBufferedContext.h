@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include <kalvo/platform/CDC.h>
 #include <kalvo/toolkit/KImageContext.h>
 
@@ -10,6 +12,9 @@ class KBufferedContext {
 public:
     // With copyBackground, the image starts with the target's current pixels.
     KBufferedContext(CDC* target, bool copyBackground);
+    // The same through an image kept by the caller between paints: it is used when it
+    // still fits the target's clip box, and replaced by a new one when not.
+    KBufferedContext(CDC* target, bool copyBackground, std::unique_ptr<KImageContext>& kept);
     KBufferedContext(const KBufferedContext&) = delete;
     // Takes over the other's image, target and clip box (the other gives them up); an image
     // this one held is copied to its target first.
@@ -24,6 +29,7 @@ private:
     void flush();
 
     KImageContext* image_ = nullptr;
+    bool owned_ = true;
     CDC* target_;
     CRect clipBox_;
 };

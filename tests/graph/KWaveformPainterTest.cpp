@@ -105,6 +105,28 @@ TEST(KWaveformPainterTest, PointsMatchWhileSparseAndStayInTheirBandWhenCrowded) 
     }
 }
 
+// The columns kept from one paint serve the next of the same view, and are made anew for
+// another view.
+TEST(KWaveformPainterTest, KeptColumnsServeTheSameViewOnly) {
+    const Data d = make("sine", 20000);
+    KTraceSummary summary;
+    summary.build(d.x.data(), d.y.data(), 20000);
+    KWaveformPainter::Columns kept;
+    auto paint = [&](double x0, double x1, KWaveformPainter::Columns* columns) {
+        std::unique_ptr<CCairoDC> dc(CCairoDC::CreateImage(W, H));
+        KWaveformPainter painter(PLOT, x0, x1, -1.0, 1.0);
+        painter.draw(dc.get(), d.x.data(), d.y.data(), 20000, &summary, KWaveformPainter::LINE, 0, 1, 0.0, 0, -1, columns);
+        return dc;
+    };
+    auto first = paint(0.0, 1.0, &kept);
+    ASSERT_FALSE(kept.columns.empty());
+    EXPECT_EQ(differences(*paint(0.0, 1.0, &kept), *first), 0);
+    auto zoomed = paint(0.25, 0.5, &kept);
+    EXPECT_EQ(differences(*zoomed, *paint(0.25, 0.5, nullptr)), 0);
+    EXPECT_GT(differences(*zoomed, *first), 0);
+    EXPECT_DOUBLE_EQ(kept.key.xMin, 0.25);
+}
+
 TEST(KWaveformPainterTest, BackwardTimesHugeValuesAndBadViews) {
     // Times that run backwards are drawn sample by sample, in the order given.
     Data back = make("sine", 300);

@@ -80,7 +80,15 @@ void KCanvas::paint(CDC* dc) {
 }
 
 void KCanvas::paint() {
-    image_.reset(CCairoDC::CreateImage(width_, height_));
+    // The picture is kept between paints, as a window keeps its surface: cleared, not made anew.
+    if (image_ == nullptr) {
+        image_.reset(CCairoDC::CreateImage(width_, height_));
+    } else {
+        const int saved = image_->SaveDC();
+        image_->SelectClipRgn(nullptr);
+        image_->FillSolidRect(CRect(0, 0, width_, height_), 0xFFFFFF);
+        image_->RestoreDC(saved);
+    }
     paint(image_.get());
 }
 

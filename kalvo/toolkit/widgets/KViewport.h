@@ -1,6 +1,9 @@
 #pragma once
 
+#include <memory>
+
 #include <kalvo/toolkit/KContainer.h>
+#include <kalvo/toolkit/KImageContext.h>
 
 // The window of a scroll pane onto its view: a container with the view as its only child,
 // placed at minus the scroll position, and clipped to the viewport. With buffering on,
@@ -36,4 +39,6 @@ private:
 
     CPoint position_;
     bool buffered_ = false;
+    // The buffer of the last paint, used again while the painted area stays the same.
+    std::unique_ptr<KImageContext> buffer_;
 };
