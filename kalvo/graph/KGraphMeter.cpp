@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 #include <kalvo/foundation/KDouble.h>
 #include <kalvo/graph/KCurve.h>
@@ -17,7 +18,7 @@ namespace {
 KString valueText(const KCurve* curve, double v) {
     if (!KDouble::isFinite(v)) return "---";
     if (!curve->isAnalog()) return curve->getStateString(v);
-    KString text = KDouble::toLabel(v, 3).trim();
+    KString text = KDouble::toLabelFixed(v, 2).trim();
     if (!curve->getUnits().isEmpty()) text << curve->getUnits();
     return text;
 }
@@ -77,10 +78,19 @@ int KGraphMeter::columnWidth() const {
     return widest + 6;
 }
 
+int KGraphMeter::nameWidth() const {
+    int widest = 0;
+    for (const KCurve* c : curves_) {
+        widest = std::max(widest, static_cast<int>(KGraphics::measureText(KCurve::getLegendFont(), c->getText().c_str()).cx));
+    }
+    // Long names are cut rather than widen the read-out.
+    return std::min(widest, 6 * getUnitSize()) + 4;
+}
+
 CSize KGraphMeter::getPreferredSize() const {
     const int u = getUnitSize();
     const int line = u * 2 / 3 + 2;
-    return CSize(u / 2 + 3 * columnWidth() + 4, (getRowCount() + 1) * line + 4);
+    return CSize(u / 2 + nameWidth() + 3 * columnWidth() + 4, (getRowCount() + 1) * line + 4);
 }
 
 CSize KGraphMeter::getMinimumSize() const { return getPreferredSize(); }
@@ -90,6 +100,7 @@ void KGraphMeter::paint(KGraphics& graphics) {
     const int u = getUnitSize();
     const int line = u * 2 / 3 + 2;
     const int column = columnWidth();
+    const int names = nameWidth();
     const CRect r = getClientRect();
     CDC* dc = graphics.getDC();
     graphics.setColor(RGB(160, 160, 160));
@@ -101,13 +112,21 @@ void KGraphMeter::paint(KGraphics& graphics) {
         if (row >= 0) {
             graphics.setColor(curves_[row]->getLineColor());
             graphics.fillRect(r.left + 3, top + 3, r.left + u / 2, top + line - 3);
+            dc->SetTextColor(0);
+            std::string name(curves_[row]->getText().c_str());
+            const int length = static_cast<int>(name.size());
+            name.append(4, '\0');
+            CRect cell(r.left + u / 2 + 2, top, r.left + u / 2 + names, top + line);
+            dc->DrawText(name.data(), length, &cell,
+                         DT_LEFT | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS | DT_MODIFYSTRING);
         }
         KString texts[3];
         getRowTexts(row, texts[0], texts[1], texts[2]);
         const COLORREF colors[3] = {KGraphAxis::MARKER_X_COLOR, KGraphAxis::MARKER_O_COLOR, 0};
+        const int first = r.left + u / 2 + names;
         for (int k = 0; k < 3; ++k) {
             dc->SetTextColor(row < 0 ? colors[k] : 0);
-            CRect cell(r.left + u / 2 + k * column, top, r.left + u / 2 + (k + 1) * column - 4, top + line);
+            CRect cell(first + k * column, top, first + (k + 1) * column - 4, top + line);
             dc->DrawText(texts[k].c_str(), &cell, DT_RIGHT | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX);
         }
     }

@@ -6,7 +6,7 @@
 
 class KCurve;
 
-// The read-out of a graph's markers: a row per curve with its colour, its value at marker X,
+// The read-out of a graph's markers: a row per curve with its colour and name, its value at marker X,
 // at marker O and the difference O - X (status curves show their state words instead). The
 // graph hands it the curves and the marker positions whenever either changes.
 class KGraphMeter : public KPanel {
@@ -30,6 +30,7 @@ public:
 
 private:
     int columnWidth() const;
+    int nameWidth() const;
 
     std::vector<KCurve*> curves_;
     double markerX_;

@@ -737,6 +737,7 @@ void KGraphPanel::updateMarkerLabels() {
     getCurveList(curves);
     const bool shown = !curves.empty() && isMarkerXEnabled() && isMarkerOEnabled();
     meter->setVisible(shown);
+    if (KCurveClient* client = getCurveClient()) client->setVisible(showsLegend() && !shown);
     if (shown) {
         meter->setCurveList(curves);
         meter->setMarkerPositions(markerX_, markerO_);
@@ -747,7 +748,15 @@ void KGraphPanel::updateMarkerLabels() {
 
 CSize KGraphPanel::getMinimumSize() const {
     const int u = getUnitSize();
-    return CSize(12 * u, 4 * u);
+    // Tall enough for the legend or the meter beside the plot.
+    int beside = 0;
+    if (const KCurveClient* client = getCurveClient(); client != nullptr && client->isVisible()) {
+        beside = client->getPreferredSize().cy;
+    }
+    if (const KGraphMeter* meter = getMeter(); meter != nullptr && meter->isVisible()) {
+        beside = std::max(beside, static_cast<int>(meter->getPreferredSize().cy));
+    }
+    return CSize(12 * u, std::max(4 * u, beside + 2 * u));
 }
 
 CSize KGraphPanel::getPreferredSize() const {

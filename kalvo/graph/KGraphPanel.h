@@ -225,7 +225,7 @@ public:
     void setMeter(KGraphMeter* meter);
     KGraphMeter* getMeter() const;
     // Shows the meter with the curves and both marker positions while there are curves and
-    // both markers show; hides it otherwise.
+    // both markers show, in the legend's place (it names the curves too); hides it otherwise.
     virtual void updateMarkerLabels();
     // The offset control follows the active curve; nothing for kinds without one.
     virtual void updateOffsetControl() {}
@@ -304,6 +304,9 @@ protected:
     // Whether zooming by box and wheel changes only the time range (kinds whose values have
     // fixed places).
     virtual bool isTimeOnly() const { return false; }
+    // Whether the legend shows beside the plot (kinds that name their curves otherwise do
+    // without).
+    virtual bool showsLegend() const { return true; }
     bool showsOwnXAxis() const { return ownXAxis_; }
     void setOwnXAxis(bool on) { ownXAxis_ = on; }
 

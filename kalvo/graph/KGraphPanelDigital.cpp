@@ -66,7 +66,9 @@ int KGraphPanelDigital::getLeftMarginNeeded() const {
 
 CSize KGraphPanelDigital::getMinimumSize() const {
     const int u = getUnitSize();
-    return CSize(12 * u, std::max(2, getCurveCount()) * LANE_HEIGHT + u);
+    // The lanes, or the meter beside them when it is taller.
+    return CSize(12 * u, std::max(std::max(2, getCurveCount()) * LANE_HEIGHT + u,
+                                  static_cast<int>(KGraphPanel::getMinimumSize().cy)));
 }
 
 CSize KGraphPanelDigital::getPreferredSize() const {

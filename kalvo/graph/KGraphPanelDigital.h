@@ -30,6 +30,7 @@ public:
     // No taller than its lanes need: a stack of graphs gives the rest to the others.
     CSize getMaximumSize() const override;
     bool isTimeOnly() const override { return true; }
+    bool showsLegend() const override { return false; }
     void onCommand(KEvent& event) override;
 
 protected:

@@ -128,7 +128,8 @@ TEST(KGraphFrameTest, KeepsEveryGraphInStepWithTheAxis) {
     EXPECT_TRUE(meter->isVisible());
     KString atX, atO, difference;
     meter->getRowTexts(0, atX, atO, difference);
-    EXPECT_STREQ(atX.c_str(), "0.000A");
+    EXPECT_STREQ(atX.c_str(), "0.00A");
+    EXPECT_FALSE(graphs[0]->getCurveClient()->isVisible()) << "the meter names the curves in the legend's place";
     meter->getRowTexts(-1, atX, atO, difference);
     EXPECT_STREQ(difference.c_str(), "O-X");
     KGraphMeter* states = graphs[2]->getMeter();
@@ -144,6 +145,7 @@ TEST(KGraphFrameTest, KeepsEveryGraphInStepWithTheAxis) {
     EXPECT_FALSE(axis->isMarkerXEnabled());
     EXPECT_STREQ(frame->getReadout(0)->getText().c_str(), "X  ---");
     EXPECT_FALSE(meter->isVisible());
+    EXPECT_TRUE(graphs[0]->getCurveClient()->isVisible());
 }
 
 TEST(KGraphFrameTest, MarkersAreDraggedOnTheAxisAndInThePlots) {
