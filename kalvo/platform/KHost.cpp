@@ -4,9 +4,10 @@
 
 namespace {
 // The hosts alive now; a handle is a host's address, looked up here before it is trusted.
+// Never destroyed: a host that a program keeps in a static goes after other statics.
 std::set<const KHost*>& liveHosts() {
-    static std::set<const KHost*> hosts;
-    return hosts;
+    static auto* hosts = new std::set<const KHost*>;
+    return *hosts;
 }
 }  // namespace
 

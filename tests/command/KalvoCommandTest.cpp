@@ -354,3 +354,34 @@ TEST(KalvoCommand, ExportWritesShortValues) {
     const Ran r = EXPECT_RUN(0, "export", (temp.path / "short.cfg").string());
     EXPECT_EQ(r.out, "time,A,B\n0.000000000,272.78,0.3\n0.001000000,-0.01,0.7\n");
 }
+
+// render: a picture of each type, nothing left behind when it cannot be made.
+TEST(KalvoCommand, RenderWritesPicturesOrSaysWhyNot) {
+    const TempFolder temp;
+    for (const char* ext : {".png", ".svg", ".pdf", ".emf"}) {
+        const std::string out = (temp.path / (std::string("sample") + ext)).string();
+        EXPECT_RUN(0, "render", "-o", out, "--markers", "0,0.01666", "--size", "800x500");
+        ASSERT_TRUE(std::filesystem::exists(out)) << out;
+        EXPECT_GT(std::filesystem::file_size(out), 2000u) << out;
+    }
+    EXPECT_EQ(slurp((temp.path / "sample.png").string()).substr(1, 3), "PNG");
+    EXPECT_EQ(slurp((temp.path / "sample.pdf").string()).substr(0, 5), "%PDF-");
+    const std::string picture = (temp.path / "fail.png").string();
+    Ran r = EXPECT_RUN(2, "render", "-o", picture, "--channels", "IX");
+    EXPECT_TRUE(contains(r.err, "'IX'")) << r.err;
+    r = EXPECT_RUN(2, "render", "-o", picture, "--from", "5", "--to", "6");
+    EXPECT_TRUE(contains(r.err, "no sample from 5 s to 6 s")) << r.err;
+    r = EXPECT_RUN(2, "render", "-o", picture, "--markers", "0,9");
+    EXPECT_TRUE(contains(r.err, "a marker at 9 s lies outside")) << r.err;
+    r = EXPECT_RUN(2, "render", "-o", (temp.path / "x.gif").string());
+    EXPECT_TRUE(contains(r.err, "unknown picture type '.gif'")) << r.err;
+    r = EXPECT_RUN(2, "render");
+    EXPECT_TRUE(contains(r.err, "-o OUT.png")) << r.err;
+    r = EXPECT_RUN(2, "render", "-o", picture, "--size", "12x5");
+    EXPECT_TRUE(contains(r.err, "--size")) << r.err;
+    EXPECT_FALSE(std::filesystem::exists(picture));
+    // Nothing but the pictures asked for is left in the folder.
+    int files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(temp.path)) files += entry.is_regular_file();
+    EXPECT_EQ(files, 4);
+}

@@ -194,10 +194,10 @@ TEST(KRecord, setDataCopiesEvenFromItself) {
 }
 
 TEST(KRecord, copiesAreDeepAndStartWithoutObservers) {
+    CountingObserver watcher(1);  // outlives the record it observes
     KRecord record;
     feed(record, {0, 1}, {5, 6});
     record.setName("Station");
-    CountingObserver watcher(1);
     record.addObserver(&watcher);
 
     KRecord copy(record);
@@ -211,8 +211,8 @@ TEST(KRecord, copiesAreDeepAndStartWithoutObservers) {
 }
 
 TEST(KRecord, notifiesObservers) {
+    CountingObserver a(1), b(2), c(2);  // outlive the record they observe
     KRecord record;
-    CountingObserver a(1), b(2), c(2);
     for (CountingObserver* o : {&a, &b, &c, static_cast<CountingObserver*>(nullptr)})
         record.addObserver(o);
     EXPECT_EQ(record.getObserverCount(), 3);
@@ -226,6 +226,15 @@ TEST(KRecord, notifiesObservers) {
     EXPECT_EQ(record.findObserver(2), &b) << "the first with that identifier";
     record.removeObserver(&b);
     EXPECT_EQ(record.getObserver(1), &c);
+    // A record that goes tells the observers still there.
+    struct Forgetful : KRecordObserver {
+        KRecordProducer* gone = nullptr;
+        void recordDestroyed(KRecordProducer* p) override { gone = p; }
+    } forgetful;
+    auto* temporary = new KRecord();
+    temporary->addObserver(&forgetful);
+    delete temporary;
+    EXPECT_EQ(forgetful.gone, temporary);
 }
 
 // RMS over a run (cut to what remains, 0 past the end), and the domain turned from raw to
