@@ -869,8 +869,8 @@ void KGraphFrame::onCommand(KEvent& event) {
             }
             parent->repaint();
         }
-    } else if (name == "activate" && k_dynamic_cast<KCurve>(event.getSource()) != nullptr) {
-        // A legend entry clicked: its graph becomes the active one.
+    } else if ((name == "activate" || name == "component_activated") && event.getSource() != nullptr) {
+        // A curve chosen in a legend: its graph becomes the active one.
         for (KContainer* c = event.getSource()->getParent(); c != nullptr && c != this; c = c->getParent()) {
             if (auto* graph = k_dynamic_cast<KGraphPanel>(c)) {
                 setActiveGraph(graph);

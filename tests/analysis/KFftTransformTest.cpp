@@ -8,6 +8,7 @@
 
 #include <kalvo/analysis/KFftTransform.h>
 #include <kalvo/foundation/KDouble.h>
+#include <kalvo/graph/KCurve.h>
 #include <kalvo/record/KRecord.h>
 
 namespace {
@@ -142,4 +143,51 @@ TEST(KFftTransform, recordFormRefusesBadStretches) {
     ASSERT_TRUE(fft.transform(&source, target, 4, 12, false, false));
     EXPECT_EQ(target.getSampleCount(), 4);
     EXPECT_NEAR(target.getXData()[1], 125.0, 1e-9);  // 1000 Hz over 8 samples
+}
+
+// The curves' form: each curve's samples between two times, through the record form, one
+// new record per curve (empty where there is nothing to transform).
+TEST(KFftTransform, curveFormTransformsTheStretchOfEachCurve) {
+    KRecord r;
+    r.create(2, 0, 1024);
+    for (int i = 0; i < 200; ++i) {
+        r.setDomainValue(i / 3840.0);
+        r.setTraceValue(0, 10.0 * std::sin(2 * M_PI * 60.0 * i / 3840.0));
+        r.setTraceValue(1, 4.0 * std::sin(2 * M_PI * 120.0 * i / 3840.0));
+        r.commit();
+    }
+    KCurve first, second, stranger;
+    r.selectTrace(0);
+    first.setProducer(&r);
+    r.selectTrace(1);
+    second.setProducer(&r);
+    KVector<KCurve> curves;
+    curves.add(&first);
+    curves.add(nullptr);
+    curves.add(&second);
+    curves.add(&stranger);
+    KVector<KRecord> records;
+    KFftTransform fft;
+    // One cycle of 60 Hz from the second sample on: 64 samples, bin 1 the fundamental.
+    const double t1 = 1.5 / 3840, t2 = 65.5 / 3840;
+    ASSERT_TRUE(fft.transform(curves, records, t1, t2, true, false));
+    ASSERT_EQ(records.getCount(), 3);
+    KRecord direct;
+    r.selectTrace(0);
+    ASSERT_TRUE(fft.transform(&r, direct, r.findIndex(t1), r.findIndex(t2), true, false));
+    ASSERT_EQ(records[0]->getSampleCount(), direct.getSampleCount());
+    records[0]->selectTrace(0);
+    direct.selectTrace(0);
+    for (int i = 0; i < direct.getSampleCount(); ++i)
+        EXPECT_EQ(records[0]->getYData()[i], direct.getYData()[i]) << i;
+    // The second curve's 120 Hz shows in bin 2, each curve's own channel.
+    records[1]->selectTrace(0);
+    EXPECT_GT(records[1]->getYData()[2], 10 * records[1]->getYData()[1]);
+    // A curve without data gives an empty record in its place.
+    EXPECT_TRUE(records[2]->isEmpty());
+    for (int i = 0; i < records.getCount(); ++i) delete records[i];
+    KVector<KCurve> none;
+    KVector<KRecord> nothing;
+    EXPECT_TRUE(fft.transform(none, nothing, 0, 1, false, false));
+    EXPECT_EQ(nothing.getCount(), 0);
 }

@@ -315,3 +315,54 @@ TEST(KGraphFrameTest, OddRecordsDrawWithoutFault) {
         canvas.paint();
     }
 }
+
+// The frame's controls: a click on a legend entry, the axis slider, the offset control.
+TEST(KGraphFrameTest, LegendSliderAndOffsetControlWork) {
+    KCanvas canvas(1000, 600);
+    KGraphFrame* frame = frameOn(canvas);
+    auto record = threePhase();
+    frame->addRecord(record.get());
+    canvas.layout();
+    canvas.pumpTasks();
+    canvas.paint();
+    std::vector<KGraphPanel*> graphs;
+    frame->getGraphList(graphs);
+    auto* currents = static_cast<KGraphPanelAnalog*>(graphs[0]);
+    std::vector<KCurve*> curves;
+    currents->getCurveList(curves);
+    ASSERT_EQ(currents->getActiveCurve(), curves[1]);
+    // A click on IA's entry makes it the active curve and its graph the active graph.
+    frame->setActiveGraph(graphs[1]);
+    const CPoint entry = curves[0]->getLocationOnCanvas() + CPoint(8, curves[0]->getSize().cy / 2);
+    canvas.mousePress(entry);
+    canvas.mouseRelease(entry);
+    canvas.pumpTasks();
+    EXPECT_EQ(currents->getActiveCurve(), curves[0]);
+    EXPECT_EQ(frame->getActiveGraph(), currents);
+
+    // Dragging the slider's thumb pans every graph.
+    frame->setXRange(-0.04, -0.02);
+    canvas.paint();
+    KSlider* slider = frame->getAxis()->getSlider();
+    const CRect thumb = slider->getThumbRect();
+    const CPoint at = slider->getLocationOnCanvas() + thumb.CenterPoint();
+    const double before = graphs[2]->getXRange().getMinimum();
+    canvas.mousePress(at);
+    canvas.mouseDrag(at + CPoint(100, 0));
+    canvas.mouseRelease(at + CPoint(100, 0));
+    EXPECT_GT(graphs[2]->getXRange().getMinimum(), before);
+    EXPECT_EQ(graphs[2]->getXRange(), frame->getAxis()->getXRange());
+    double lo, hi;
+    slider->getAperture(lo, hi);
+    EXPECT_DOUBLE_EQ(lo, graphs[0]->getXRange().getMinimum());
+
+    // The offset control shifts the active curve.
+    KEvent offset = KEvent::command(0, "GRAPH.OFFSET");
+    currents->onCommand(offset);
+    KSpinControl* spin = currents->getOffsetControl();
+    ASSERT_TRUE(spin->isVisible());
+    spin->spin(5);
+    EXPECT_DOUBLE_EQ(curves[0]->getYOffset(), spin->getValue());
+    EXPECT_GT(curves[0]->getYOffset(), 0.0);
+    EXPECT_DOUBLE_EQ(curves[0]->getYData()[0], record->getTrace(0)->getData()[0] + spin->getValue());
+}
