@@ -54,6 +54,19 @@ KContainer* readoutColumn(const char* name, bool leftAligned, CRect insets) {
     return column;
 }
 
+// Appends a row per finite value to a record of one trace, from time start at the step; a
+// value that is not finite is skipped without advancing the time.
+void appendRows(KRecord& record, const double* values, long count, double start, double step) {
+    double t = start;
+    for (long i = 0; i < count; ++i) {
+        if (!KDouble::isFinite(values[i])) continue;
+        record.setDomainValue(t);
+        record.setTraceValue(0, values[i]);
+        record.commit();
+        t += step;
+    }
+}
+
 }  // namespace
 
 KGraphFrame::KGraphFrame(bool scroll, bool)
@@ -329,16 +342,9 @@ KCurve* KGraphFrame::insertCurve(double* values, long count, double start, doubl
         step = (end - start) / static_cast<double>(count - 1);
         if (!(step > 0.0)) step = 1.0;
     }
-    double t = start;
     {
-    const KWaitCursor wait;
-    for (long i = 0; i < count; ++i) {
-        if (!KDouble::isFinite(values[i])) continue;
-        record->setDomainValue(t);
-        record->setTraceValue(0, values[i]);
-        record->commit();
-        t += step;
-    }
+        const KWaitCursor wait;
+        appendRows(*record, values, count, start, step);
     }
     record->setTraceName(0, name);
     record->selectTrace(0);
@@ -364,14 +370,7 @@ bool KGraphFrame::appendData(KCurve* curve, double* values, long count) {
     const int n = record->getSampleCount();
     double step = 1.0;
     if (n >= 2) step = record->getDomainValue(n - 1) - record->getDomainValue(n - 2);
-    double t = n > 0 ? record->getDomainValue(n - 1) + step : 0.0;
-    for (long i = 0; i < count; ++i) {
-        if (!KDouble::isFinite(values[i])) continue;
-        record->setDomainValue(t);
-        record->setTraceValue(0, values[i]);
-        record->commit();
-        t += step;
-    }
+    appendRows(*record, values, count, n > 0 ? record->getDomainValue(n - 1) + step : 0.0, step);
     record->updateObservers();
     syncronizeGraphs(nullptr);
     repaintGraphs();

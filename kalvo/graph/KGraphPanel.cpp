@@ -331,45 +331,27 @@ bool KGraphPanel::canZoom(double lo, double hi) const {
     return std::isfinite(d) && d >= 0.0001;
 }
 
-bool KGraphPanel::zoomInX() {
-    const double lo = xRange_.getMinimum(), hi = xRange_.getMaximum(), w = hi - lo;
-    if (!canZoom(lo + w * 0.25, hi - w * 0.25) || !setXRange(lo + w * 0.25, hi - w * 0.25)) {
-        return false;
-    }
+bool KGraphPanel::zoomBy(bool time, double quarter) {
+    KRange& range = time ? xRange_ : yRange_;
+    const double lo = range.getMinimum(), hi = range.getMaximum(), w = hi - lo;
+    const double a = lo + w * quarter, b = hi - w * quarter;
+    if (!canZoom(a, b) || !(time ? setXRange(a, b) : setYRange(a, b))) return false;
     recordZoom();
-    rangeChanged();
+    if (time) {
+        rangeChanged();
+    } else {
+        repaint();
+    }
     return true;
 }
 
-bool KGraphPanel::zoomOutX() {
-    const double lo = xRange_.getMinimum(), hi = xRange_.getMaximum(), w = hi - lo;
-    if (!canZoom(lo - w * 0.25, hi + w * 0.25) || !setXRange(lo - w * 0.25, hi + w * 0.25)) {
-        return false;
-    }
-    recordZoom();
-    rangeChanged();
-    return true;
-}
+bool KGraphPanel::zoomInX() { return zoomBy(true, 0.25); }
 
-bool KGraphPanel::zoomInY() {
-    const double lo = yRange_.getMinimum(), hi = yRange_.getMaximum(), w = hi - lo;
-    if (!canZoom(lo + w * 0.25, hi - w * 0.25) || !setYRange(lo + w * 0.25, hi - w * 0.25)) {
-        return false;
-    }
-    recordZoom();
-    repaint();
-    return true;
-}
+bool KGraphPanel::zoomOutX() { return zoomBy(true, -0.25); }
 
-bool KGraphPanel::zoomOutY() {
-    const double lo = yRange_.getMinimum(), hi = yRange_.getMaximum(), w = hi - lo;
-    if (!canZoom(lo - w * 0.25, hi + w * 0.25) || !setYRange(lo - w * 0.25, hi + w * 0.25)) {
-        return false;
-    }
-    recordZoom();
-    repaint();
-    return true;
-}
+bool KGraphPanel::zoomInY() { return zoomBy(false, 0.25); }
+
+bool KGraphPanel::zoomOutY() { return zoomBy(false, -0.25); }
 
 bool KGraphPanel::zoomIn() {
     const bool x = zoomInX();

@@ -297,6 +297,9 @@ protected:
 
     // The ranges changed by the user: the frame brings the others in step.
     void rangeChanged();
+    // Narrows (quarter 0.25) or widens (-0.25) the time or the value range by a quarter of
+    // its span at each end, as a step of the history; false when refused.
+    bool zoomBy(bool time, double quarter);
     // Records the present ranges as a step of the history.
     void recordZoom();
     // The marker (0 X, 1 O) whose line is within reach of the plot column; -1 for none.
