@@ -6,6 +6,7 @@
 #include <memory>
 
 #include <kalvo/foundation/KArchive.h>
+#include <kalvo/foundation/KDate.h>
 #include <kalvo/foundation/KDouble.h>
 #include <kalvo/foundation/KException.h>
 #include <kalvo/graph/KCurve.h>
@@ -665,7 +666,10 @@ void KGraphFrame::updateMarkerLabels() {
 KString KGraphFrame::markerText(char name, double x) const {
     KString text;
     text << name << " ";
-    if (KDouble::isFinite(x)) {
+    if (KDouble::isFinite(x) && getAxis()->getXRange().isUnitized()) {
+        // A time of day on a calendar axis.
+        text << KDate(x).toString("%b %d, %y %H:%M:%S");
+    } else if (KDouble::isFinite(x)) {
         text << KGraphAxis::formatTime(x);
     } else {
         text << " ---";
