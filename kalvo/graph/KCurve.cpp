@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstdio>
 
 #include <kalvo/foundation/KArchive.h>
@@ -421,6 +422,36 @@ void KCurve::drawForeground(KGraphics& graphics) {
 void KCurve::focusChanged(bool gained) {
     KLabel::focusChanged(gained);
     if (gained) postAction("activate");
+}
+
+void KCurve::mousePressed(KEvent& event) {
+    if (!isEnabled()) return;
+    event.consume();
+    setFocus(this);
+    setCapture(this);
+    pressPoint_ = event.getPoint();
+    dragging_ = false;
+}
+
+void KCurve::mouseDragged(KEvent& event) {
+    if (!isCaptured(this)) return;
+    event.consume();
+    const CPoint d = event.getPoint() - pressPoint_;
+    // A few pixels of wobble are still a click.
+    if (!dragging_ && std::abs(d.x) + std::abs(d.y) < getUnitSize() / 3) return;
+    dragging_ = true;
+    if (KHost* host = getCanvas()) host->setCursor("HAND_CLOSE");
+}
+
+void KCurve::mouseReleased(KEvent& event) {
+    if (!isCaptured(this)) return;
+    event.consume();
+    releaseCapture(this);
+    if (!dragging_) return;
+    dragging_ = false;
+    if (KHost* host = getCanvas()) host->setCursor(nullptr);
+    dropPoint_ = event.getPoint() + getLocationOnCanvas();
+    postAction("drag");
 }
 
 void KCurve::onCommand(KEvent& event) {

@@ -150,6 +150,12 @@ public:
     CSize getPreferredSize() const override;
     void drawForeground(KGraphics& graphics) override;
     void focusChanged(bool gained) override;
+    // A legend entry dragged away and let go posts "drag"; the frame moves the curve to
+    // the graph under the point where it was let go (canvas coordinates).
+    void mousePressed(KEvent& event) override;
+    void mouseDragged(KEvent& event) override;
+    void mouseReleased(KEvent& event) override;
+    CPoint getDropPoint() const { return dropPoint_; }
     // "CLIP.RANGE" and "CLIP.ALL" from the curve's menu go to the legend holding it.
     void onCommand(KEvent& event) override;
 
@@ -184,4 +190,8 @@ private:
     int id_;
     KTraceSummary summary_;
     KWaveformPainter::Columns columns_;
+    // The legend drag under way.
+    CPoint pressPoint_;
+    bool dragging_ = false;
+    CPoint dropPoint_;
 };

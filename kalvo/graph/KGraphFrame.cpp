@@ -10,6 +10,7 @@
 #include <kalvo/foundation/KDouble.h>
 #include <kalvo/foundation/KException.h>
 #include <kalvo/graph/KCurve.h>
+#include <kalvo/graph/KCurveClient.h>
 #include <kalvo/graph/KGraphAxis.h>
 #include <kalvo/graph/KGraphClient.h>
 #include <kalvo/graph/KGraphPanel.h>
@@ -419,6 +420,30 @@ void KGraphFrame::getCurveList(std::vector<KCurve*>& list) const {
     std::vector<KGraphPanel*> graphs;
     getGraphList(graphs);
     for (KGraphPanel* g : graphs) g->getCurveList(list);
+}
+
+void KGraphFrame::dropCurve(KCurve* curve) {
+    if (!userOperations_) return;
+    const CPoint at = curve->getDropPoint();
+    std::vector<KGraphPanel*> graphs;
+    getGraphList(graphs);
+    KGraphPanel* from = nullptr;
+    KGraphPanel* to = nullptr;
+    for (KGraphPanel* g : graphs) {
+        if (curve->isDescendentOf(g)) from = g;
+        CRect r(CPoint(0, 0), g->getSize());
+        r.OffsetRect(g->getLocationOnCanvas());
+        if (g->isShowing() && r.PtInRect(at)) to = g;
+    }
+    KCurveClient* client = to != nullptr ? to->getCurveClient() : nullptr;
+    if (from == nullptr || to == nullptr || to == from || client == nullptr || !client->canContain(curve)) {
+        return;
+    }
+    // The curve keeps its colour and settings; both graphs fit their values again.
+    client->add(curve);
+    from->resetZoomY();
+    to->resetZoomY();
+    scheduleRefresh();
 }
 
 // Time range and markers.
@@ -888,6 +913,9 @@ void KGraphFrame::onCommand(KEvent& event) {
         event.consume();
         refreshPending_ = false;
         refresh();
+    } else if (name == "drag" && k_dynamic_cast<KCurve>(event.getSource()) != nullptr) {
+        event.consume();
+        dropCurve(static_cast<KCurve*>(event.getSource()));
     } else if (name == "CLIP.ALL" || name == "PASTE.ALL") {
         if (!userOperations_) {
             event.consume();

@@ -148,6 +148,8 @@ private:
     template <class T>
     T* addGraph(T* graph);
     KCurve* findCurve(const char* name) const;
+    // Moves a curve dragged out of its legend to the graph it was let go over.
+    void dropCurve(KCurve* curve);
     bool appendData(KCurve* curve, double* values, long count);
 
     bool scroll_;
