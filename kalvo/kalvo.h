@@ -57,12 +57,15 @@
 // record
 #include <kalvo/record/KDataTransform.h>
 #include <kalvo/record/KDataTransformExt.h>
+#include <kalvo/record/KImpedanceTransform.h>
+#include <kalvo/record/KPhaseChannels.h>
 #include <kalvo/record/KRecord.h>
 #include <kalvo/record/KRecordActor.h>
 #include <kalvo/record/KRecordConsumer.h>
 #include <kalvo/record/KRecordObserver.h>
 #include <kalvo/record/KRecordProducer.h>
 #include <kalvo/record/KSampleStatistics.h>
+#include <kalvo/record/KSlidingPhasorTransform.h>
 #include <kalvo/record/KTraceSummary.h>
 #include <kalvo/record/KTransform.h>
 #include <kalvo/record/PolarTransform.h>
