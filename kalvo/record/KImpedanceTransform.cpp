@@ -1,10 +1,10 @@
 #include <kalvo/record/KImpedanceTransform.h>
 
+#include <strings.h>
 #include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
-#include <strings.h>
 #include <vector>
 
 #include <kalvo/foundation/KDouble.h>
@@ -24,7 +24,9 @@ constexpr double LEAST_SHARE = 0.02;
 
 }  // namespace
 
-KImpedanceTransform::KImpedanceTransform() { setName("Impedance"); }
+KImpedanceTransform::KImpedanceTransform() {
+    setName("Impedance");
+}
 
 const char* KImpedanceTransform::getLoopName(int loop) {
     return loop >= 0 && loop < LOOP_COUNT ? LOOP_NAMES[loop] : nullptr;
@@ -72,7 +74,9 @@ void KImpedanceTransform::setMinimumCurrent(double amperes) {
     if (!std::isnan(amperes)) minimumCurrent_ = amperes;
 }
 
-bool KImpedanceTransform::transform(KVector<double>&, KVector<double>&, int&) { return false; }
+bool KImpedanceTransform::transform(KVector<double>&, KVector<double>&, int&) {
+    return false;
+}
 
 bool KImpedanceTransform::fail(const char* format, ...) {
     char text[1024];
@@ -84,7 +88,8 @@ bool KImpedanceTransform::fail(const char* format, ...) {
     return false;
 }
 
-bool KImpedanceTransform::transform(KRecord* source, KRecord& target, int from, int to, bool, bool) {
+bool KImpedanceTransform::transform(KRecord* source, KRecord& target, int from, int to, bool,
+                                    bool) {
     error_ = "";
     if (source == nullptr) return fail("there is no record");
     const char* name = source->getName().c_str();
@@ -108,7 +113,8 @@ bool KImpedanceTransform::transform(KRecord* source, KRecord& target, int from, 
         const int kind = c < 3 ? KPhaseChannels::VOLTAGE : KPhaseChannels::CURRENT;
         if (KPhaseChannels::kindOf(trace->getUnits().c_str()) != kind) {
             return fail("%s is in '%s', not in %s", trace->getName().c_str(),
-                        trace->getUnits().c_str(), kind == KPhaseChannels::VOLTAGE ? "volts" : "amperes");
+                        trace->getUnits().c_str(),
+                        kind == KPhaseChannels::VOLTAGE ? "volts" : "amperes");
         }
         factor[c] = KPhaseChannels::toBaseUnits(trace->getUnits().c_str());
     }
@@ -129,19 +135,23 @@ bool KImpedanceTransform::transform(KRecord* source, KRecord& target, int from, 
     auto combine = [&](int a, int b, double* out) {
         const double* ya = samples(a);
         const double* yb = b >= 0 ? samples(b) : nullptr;
-        for (int i = 0; i < n; ++i) out[i] = ya[i] * factor[a] - (yb != nullptr ? yb[i] * factor[b] : 0.0);
+        for (int i = 0; i < n; ++i)
+            out[i] = ya[i] * factor[a] - (yb != nullptr ? yb[i] * factor[b] : 0.0);
     };
     std::vector<double> cr(static_cast<size_t>(n)), ci(static_cast<size_t>(n));
     combine(3 + p, ground ? -1 : 3 + q, work.data());
     if (!phasors.computePhasors(x, work.data(), n, cr.data(), ci.data())) {
-        return fail("%s: no phasors at %g Hz (its times do not run forward, or it has fewer than "
-                    "4 samples a cycle)", name, hz);
+        return fail(
+            "%s: no phasors at %g Hz (its times do not run forward, or it has fewer than "
+            "4 samples a cycle)",
+            name, hz);
     }
     if (ground && k0Magnitude_ != 0.0) {
         const double* ia = samples(3);
         const double* ib = samples(4);
         const double* ic = samples(5);
-        for (int i = 0; i < n; ++i) work[i] = ia[i] * factor[3] + ib[i] * factor[4] + ic[i] * factor[5];
+        for (int i = 0; i < n; ++i)
+            work[i] = ia[i] * factor[3] + ib[i] * factor[4] + ic[i] * factor[5];
         std::vector<double> zr(static_cast<size_t>(n)), zi(static_cast<size_t>(n));
         phasors.computePhasors(x, work.data(), n, zr.data(), zi.data());
         const double kr = k0Magnitude_ * std::cos(k0Degrees_ * PI / 180.0);

@@ -35,7 +35,9 @@ bool allFinite(const double* y, int from, int to) {
 
 }  // namespace
 
-KSlidingPhasorTransform::KSlidingPhasorTransform() { setName("Phasor"); }
+KSlidingPhasorTransform::KSlidingPhasorTransform() {
+    setName("Phasor");
+}
 
 void KSlidingPhasorTransform::setFrequency(double hz) {
     if (std::isfinite(hz) && hz >= 0.0) frequency_ = hz;

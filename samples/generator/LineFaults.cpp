@@ -39,15 +39,17 @@ constexpr double PHASE_VOLTS = 132000.0 / 1.7320508075688772;
 constexpr double CT_PRIMARY = 1200, CT_SECONDARY = 5;
 constexpr double VT_PRIMARY = 132000, VT_SECONDARY = 110;
 
-Complex degrees(double magnitude, double angle) { return std::polar(magnitude, angle * PI / 180); }
+Complex degrees(double magnitude, double angle) {
+    return std::polar(magnitude, angle * PI / 180);
+}
 
-const Complex Z1L(3.0, 24.0);             // the line, positive sequence, primary ohms
-const Complex K = degrees(3.0, -5.0);     // zero- over positive-sequence impedance
+const Complex Z1L(3.0, 24.0);               // the line, positive sequence, primary ohms
+const Complex K = degrees(3.0, -5.0);       // zero- over positive-sequence impedance
 const Complex ZS(0.8, 9.0), ZR(1.5, 16.0);  // the sources
 const Complex ES = degrees(1.02 * PHASE_VOLTS, 8.0), ER = PHASE_VOLTS;
 const Complex A = degrees(1.0, 120.0);
 // Phase p's share of a positive-sequence set referred to phase A.
-const Complex ROTATION[3] = {1.0, A * A, A};
+const Complex ROTATION[3] = {1.0, A* A, A};
 
 enum Type { GROUND, PHASES };
 
@@ -60,9 +62,12 @@ struct Fault {
 };
 
 const Fault FAULTS[] = {
-    {"AG-60", GROUND, 0, 0.6, "phase A to ground"},  {"BG-60", GROUND, 1, 0.6, "phase B to ground"},
-    {"CG-60", GROUND, 2, 0.6, "phase C to ground"},  {"AB-60", PHASES, 2, 0.6, "phases A and B"},
-    {"BC-60", PHASES, 0, 0.6, "phases B and C"},     {"CA-60", PHASES, 1, 0.6, "phases C and A"},
+    {"AG-60", GROUND, 0, 0.6, "phase A to ground"},
+    {"BG-60", GROUND, 1, 0.6, "phase B to ground"},
+    {"CG-60", GROUND, 2, 0.6, "phase C to ground"},
+    {"AB-60", PHASES, 2, 0.6, "phases A and B"},
+    {"BC-60", PHASES, 0, 0.6, "phases B and C"},
+    {"CA-60", PHASES, 1, 0.6, "phases C and A"},
     {"AG-reverse", GROUND, 0, -0.25, "phase A to ground"},
 };
 
@@ -98,7 +103,8 @@ void solve(const Fault& f, Phasors& before, Phasors& during) {
     const int s = f.special;
     const Complex prefault = atFault * ROTATION[s];
     Complex zth[3], fault[3];
-    for (int k = 0; k < 3; ++k) zth[k] = seq(left, k) * seq(right, k) / (seq(left, k) + seq(right, k));
+    for (int k = 0; k < 3; ++k)
+        zth[k] = seq(left, k) * seq(right, k) / (seq(left, k) + seq(right, k));
     if (f.type == GROUND) {
         fault[0] = fault[1] = fault[2] = prefault / (zth[0] + zth[1] + zth[2]);
     } else {
@@ -151,7 +157,9 @@ KComtradeFile makeRecord(const Fault& f, const Phasors& before, const Phasors& d
     bool swapped;
     c.start.parse("02/09/2024", "14:05:10.000000", false, reason, swapped);
     c.trigger = KComtradeStamp::fromNanoseconds(
-        c.start.getNanoseconds() + static_cast<int64_t>(pre) * 1000000000LL / static_cast<int64_t>(RATE), 6);
+        c.start.getNanoseconds() +
+            static_cast<int64_t>(pre) * 1000000000LL / static_cast<int64_t>(RATE),
+        6);
 
     // Raw values use most of 16 bits: the peaks seen, with room to spare.
     double peakI = 0;
@@ -190,7 +198,8 @@ KComtradeFile makeRecord(const Fault& f, const Phasors& before, const Phasors& d
             values[3 + p] = at(now.i[p], t);
         }
         values[6] = values[3] + values[4] + values[5];
-        for (int k = 0; k < 7; ++k) file.data.getAnalogs<double>(k)[i] = std::round(values[k] / c.analogs[k].a);
+        for (int k = 0; k < 7; ++k)
+            file.data.getAnalogs<double>(k)[i] = std::round(values[k] / c.analogs[k].a);
         file.data.setDigital(0, i, f.distance > 0 && t >= TRIP_DELAY);
     }
 
@@ -198,21 +207,22 @@ KComtradeFile makeRecord(const Fault& f, const Phasors& before, const Phasors& d
     const Complex k0 = (K - 1.0) / 3.0;
     const Complex seen = f.distance * Z1L;
     char text[2048];
-    std::snprintf(text, sizeof text,
-                  "Generated record of a fault on a 132 kV, 50 Hz line, by kalvo_sample_generator.\n"
-                  "The relay at bus S looks into the line S-R.\n"
-                  "Line impedance, primary ohms: Z1 = %.4g + j%.4g (%.4g ohm at %.2f deg), "
-                  "Z0 = %.4g + j%.4g.\n"
-                  "Residual compensation k0 = (Z0 - Z1) / 3 Z1 = %.4f at %.2f deg.\n"
-                  "Fault: %s, bolted, %s %.0f %% of the line %s the relay, at the trigger.\n"
-                  "The loop of the fault measures %.4g %c j%.4g ohm primary (%.4g ohm at %.2f deg).\n"
-                  "CT %.0f/%.0f A, VT %.0f/%.0f V: secondary ohms are primary ohms times %.4g.\n",
-                  Z1L.real(), Z1L.imag(), std::abs(Z1L), std::arg(Z1L) * 180 / PI, z0.real(), z0.imag(),
-                  std::abs(k0), std::arg(k0) * 180 / PI, f.about, f.distance >= 0 ? "at" : "on the bus section",
-                  std::fabs(f.distance) * 100, f.distance >= 0 ? "from" : "behind", seen.real(),
-                  seen.imag() < 0 ? '-' : '+', std::fabs(seen.imag()),
-                  std::abs(seen), std::arg(seen) * 180 / PI, CT_PRIMARY, CT_SECONDARY, VT_PRIMARY, VT_SECONDARY,
-                  (CT_PRIMARY / CT_SECONDARY) / (VT_PRIMARY / VT_SECONDARY));
+    std::snprintf(
+        text, sizeof text,
+        "Generated record of a fault on a 132 kV, 50 Hz line, by kalvo_sample_generator.\n"
+        "The relay at bus S looks into the line S-R.\n"
+        "Line impedance, primary ohms: Z1 = %.4g + j%.4g (%.4g ohm at %.2f deg), "
+        "Z0 = %.4g + j%.4g.\n"
+        "Residual compensation k0 = (Z0 - Z1) / 3 Z1 = %.4f at %.2f deg.\n"
+        "Fault: %s, bolted, %s %.0f %% of the line %s the relay, at the trigger.\n"
+        "The loop of the fault measures %.4g %c j%.4g ohm primary (%.4g ohm at %.2f deg).\n"
+        "CT %.0f/%.0f A, VT %.0f/%.0f V: secondary ohms are primary ohms times %.4g.\n",
+        Z1L.real(), Z1L.imag(), std::abs(Z1L), std::arg(Z1L) * 180 / PI, z0.real(), z0.imag(),
+        std::abs(k0), std::arg(k0) * 180 / PI, f.about,
+        f.distance >= 0 ? "at" : "on the bus section", std::fabs(f.distance) * 100,
+        f.distance >= 0 ? "from" : "behind", seen.real(), seen.imag() < 0 ? '-' : '+',
+        std::fabs(seen.imag()), std::abs(seen), std::arg(seen) * 180 / PI, CT_PRIMARY, CT_SECONDARY,
+        VT_PRIMARY, VT_SECONDARY, (CT_PRIMARY / CT_SECONDARY) / (VT_PRIMARY / VT_SECONDARY));
     file.header = text;
     return file;
 }
@@ -227,7 +237,8 @@ void writeLineFaults(const std::string& folder) {
     for (const Fault& f : FAULTS) {
         Phasors before, during;
         solve(f, before, during);
-        KComtradeWriter::write(makeRecord(f, before, during), (out + "/" + f.name + ".cfg").c_str());
+        KComtradeWriter::write(makeRecord(f, before, during),
+                               (out + "/" + f.name + ".cfg").c_str());
         const Complex seen = f.distance * Z1L;
         printf("  %-11s %s: the loop measures %.4g %c j%.4g ohm\n", f.name, f.about, seen.real(),
                seen.imag() < 0 ? '-' : '+', std::fabs(seen.imag()));

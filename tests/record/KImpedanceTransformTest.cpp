@@ -20,7 +20,8 @@ KRecord readFault(const char* name, bool primary) {
     KComtradeReader reader;
     reader.setPrimaryValues(primary);
     KRecord record;
-    const std::string path = std::string(KALVO_SOURCE_DIR) + "/samples/line-faults/" + name + ".cfg";
+    const std::string path =
+        std::string(KALVO_SOURCE_DIR) + "/samples/line-faults/" + name + ".cfg";
     reader.read(path.c_str(), record);
     return record;
 }
@@ -32,7 +33,8 @@ double worstError(KRecord& record, int loop, Complex expected) {
     z.setLoop(loop);
     z.setResidualFactor(K0, K0_DEGREES);
     KRecord out;
-    EXPECT_TRUE(z.transform(&record, out, 0, record.getSampleCount(), false, false)) << z.getError().c_str();
+    EXPECT_TRUE(z.transform(&record, out, 0, record.getSampleCount(), false, false))
+        << z.getError().c_str();
     EXPECT_EQ(z.getWindow(), 80);
     double worst = 0;
     int counted = 0;
@@ -55,7 +57,8 @@ TEST(KImpedanceTransform, everyLoopMeasuresTheFaultPointAfterTheFirstCycle) {
         EXPECT_LT(worstError(record, loop, 0.6 * Z1), 0.02) << faults[loop];
         // In secondary ohms: CT 1200/5 and VT 132000/110 scale the ohms by 0.2.
         KRecord secondary = readFault(faults[loop], false);
-        EXPECT_LT(worstError(secondary, loop, 0.6 * 0.2 * Z1), 0.02) << faults[loop] << ", secondary";
+        EXPECT_LT(worstError(secondary, loop, 0.6 * 0.2 * Z1), 0.02)
+            << faults[loop] << ", secondary";
     }
     // The fault behind the relay: a quarter of the line, backwards.
     KRecord reverse = readFault("AG-reverse", true);
@@ -134,7 +137,8 @@ TEST(KImpedanceTransform, saysWhyItCannotMeasure) {
     currents.commit();
     KImpedanceTransform found;
     EXPECT_FALSE(found.transform(&currents, out, 0, 1, false, false));
-    EXPECT_STREQ(found.getError().c_str(), "FEEDER has no set of three phase voltages and three phase currents");
+    EXPECT_STREQ(found.getError().c_str(),
+                 "FEEDER has no set of three phase voltages and three phase currents");
 
     record.setProperty(KRecord::LINE_FREQUENCY, "");
     EXPECT_FALSE(found.transform(&record, out, 0, 800, false, false));
@@ -163,11 +167,11 @@ TEST(KPhaseChannels, findsThePhasesByNameUnitsAndPhaseField) {
         int family;
     };
     const Case cases[] = {
-        {"VA", "kV", 0, 0},          {"VA(kV)", "kV", 0, 0},      {"Ub_1 110 kV", "kV", 1, 0},
-        {"F2-IB", "A", 1, 0},        {"LINE SUM ILC", "A", 2, 0}, {"LINE ULA", "V", 0, 0},
-        {"HV IR", "A", 0, 1},        {"HV Bus VT", "V", 2, 1},    {"IL2", "A", 1, 2},
-        {"Ia1", "A", 0, 0},          {"U21", "V", -1, 0},         {"IARMS", "A", -1, 0},
-        {"SDIA", "A", -1, 0},        {"3I0", "A", -1, 0},         {"SRC 1 Vag Mag", "kV", -1, 0},
+        {"VA", "kV", 0, 0},   {"VA(kV)", "kV", 0, 0},      {"Ub_1 110 kV", "kV", 1, 0},
+        {"F2-IB", "A", 1, 0}, {"LINE SUM ILC", "A", 2, 0}, {"LINE ULA", "V", 0, 0},
+        {"HV IR", "A", 0, 1}, {"HV Bus VT", "V", 2, 1},    {"IL2", "A", 1, 2},
+        {"Ia1", "A", 0, 0},   {"U21", "V", -1, 0},         {"IARMS", "A", -1, 0},
+        {"SDIA", "A", -1, 0}, {"3I0", "A", -1, 0},         {"SRC 1 Vag Mag", "kV", -1, 0},
         {"IA", "V", -1, 0},
     };
     for (const Case& c : cases) {
@@ -206,5 +210,6 @@ TEST(KPhaseChannels, findsThePhasesByNameUnitsAndPhaseField) {
     EXPECT_FALSE(KPhaseChannels::find(r, v, i));
     EXPECT_EQ(v[2], -1);
     r.getTrace(3)->setPhase("C");
-    EXPECT_FALSE(KPhaseChannels::find(r, v, i)) << "U1, U2 are numbered; a C does not complete them";
+    EXPECT_FALSE(KPhaseChannels::find(r, v, i))
+        << "U1, U2 are numbered; a C does not complete them";
 }

@@ -35,7 +35,9 @@ std::complex<double> at(const KRecord& phasors, int i) {
 }
 
 // The angle of b after a, in degrees, unwrapped to (-180, 180].
-double turn(std::complex<double> a, std::complex<double> b) { return std::arg(b / a) * 180 / PI; }
+double turn(std::complex<double> a, std::complex<double> b) {
+    return std::arg(b / a) * 180 / PI;
+}
 
 }  // namespace
 
@@ -80,7 +82,8 @@ TEST(KSlidingPhasorTransform, aSineOffTheLineFrequencyTurnsAtTheDifference) {
         // A tenth of a second apart, the phasor has turned 36 degrees per hertz off (give or
         // take the ripple that a window of not quite a cycle leaves).
         for (int i = 100; i + 384 < 3840; i += 500) {
-            EXPECT_NEAR(turn(at(out, i), at(out, i + 384)), 360 * (hz - 60) * 0.1, 0.6) << hz << " Hz at " << i;
+            EXPECT_NEAR(turn(at(out, i), at(out, i + 384)), 360 * (hz - 60) * 0.1, 0.6)
+                << hz << " Hz at " << i;
             // The magnitude stays within the leak of the one-cycle window.
             EXPECT_NEAR(std::abs(at(out, i)), 100, 1.5) << hz << " Hz at " << i;
         }
