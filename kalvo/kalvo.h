@@ -138,6 +138,16 @@
 #include <kalvo/graph/KGraphPanelDigital.h>
 #include <kalvo/graph/KWaveformPainter.h>
 
+// plot
+#include <kalvo/plot/KCharacteristic.h>
+#include <kalvo/plot/KImpedancePanel.h>
+#include <kalvo/plot/KMhoCharacteristic.h>
+#include <kalvo/plot/KPlayControl.h>
+#include <kalvo/plot/KPlotCurve.h>
+#include <kalvo/plot/KPlotFrame.h>
+#include <kalvo/plot/KPlotPanel.h>
+#include <kalvo/plot/KQuadCharacteristic.h>
+
 // analysis
 #include <kalvo/analysis/Fft.h>
 #include <kalvo/analysis/KFftTransform.h>
