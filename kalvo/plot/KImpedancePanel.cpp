@@ -25,9 +25,9 @@ namespace {
 constexpr std::int32_t STORED_VERSION = 1;
 const COLORREF ZONE_COLORS[4] = {RGB(170, 0, 140), RGB(120, 120, 0), RGB(90, 90, 90),
                                  RGB(150, 80, 30)};
-// The loci are shown out to this many times the larger of the zones' size and the nearest
-// impedance seen.
+// The loci are shown out to twice the zones' size, or three times their typical level.
 constexpr double NEAR_ZONES = 2.0;
+constexpr double LEVELS = 3.0;
 
 CPoint rounded(double x, double y) {
     return CPoint(static_cast<int>(std::lround(x)), static_cast<int>(std::lround(y)));
@@ -117,7 +117,9 @@ bool KImpedancePanel::resetZoom() {
     getPairList(pairs);
     double t0, t1;
     getTimeAperture(t0, t1);
-    double nearest = KDouble::NaN;
+    // How far the loci reach: a quarter of their points lie nearer than the typical level
+    // (a fault, for a record of one), which is shown three times over.
+    std::vector<double> distances;
     for (KPlotCurve* p : pairs) {
         int first, last;
         const double* rs = p->getXValues();
@@ -125,11 +127,13 @@ bool KImpedancePanel::resetZoom() {
         if (rs == nullptr || xs == nullptr || !p->findStretch(t0, t1, first, last)) continue;
         for (int i = first; i <= last; ++i) {
             const double m = std::hypot(rs[i], xs[i]);
-            if (std::isfinite(m) && !(m >= nearest)) nearest = m;
+            if (std::isfinite(m)) distances.push_back(m);
         }
     }
-    if (std::isfinite(nearest)) {
-        const double reach = NEAR_ZONES * std::max(size, nearest);
+    if (!distances.empty()) {
+        std::nth_element(distances.begin(), distances.begin() + distances.size() / 4,
+                         distances.end());
+        const double reach = std::max(NEAR_ZONES * size, LEVELS * distances[distances.size() / 4]);
         for (KPlotCurve* p : pairs) {
             int first, last;
             const double* rs = p->getXValues();
@@ -157,6 +161,16 @@ bool KImpedancePanel::resetZoom() {
 }
 
 // Painting.
+
+KString KImpedancePanel::getEmptyNote() const {
+    KString text("No impedance");
+    double t0, t1;
+    getTimeAperture(t0, t1);
+    if (std::isfinite(t0))
+        text << " from " << KGraphAxis::formatTime(t0) << " to " << KGraphAxis::formatTime(t1);
+    text << ": no whole cycle of samples, or no loop current";
+    return text;
+}
 
 void KImpedancePanel::drawUnderlay(KGraphics& graphics) {
     if (!zonesVisible_) return;

@@ -44,6 +44,12 @@ void KPlotCurve::setCaption(const char* caption) {
     recordUpdate();
 }
 
+void KPlotCurve::setPolar(bool polar) {
+    if (polar_ == polar) return;
+    polar_ = polar;
+    recordUpdate();
+}
+
 const double* KPlotCurve::getXValues() {
     if (xChannel_ == DOMAIN) return getXData();
     KRecordProducer* source = getSourceRecord();
@@ -89,6 +95,10 @@ void KPlotCurve::recordUpdate() {
     }
     if (!caption_.isEmpty()) {
         setText(caption_.c_str());
+    } else if (polar_) {
+        KString text(xName_);
+        text << " at " << yName_;
+        setText(text.c_str());
     } else {
         KString text(yName_);
         text << " / " << xName_;
@@ -100,6 +110,7 @@ void KPlotCurve::copy(const KObject& other) {
     if (const auto* c = k_dynamic_cast<KPlotCurve>(const_cast<KObject*>(&other))) {
         xChannel_ = c->xChannel_;
         caption_ = c->caption_;
+        polar_ = c->polar_;
     }
     KCurve::copy(other);
 }

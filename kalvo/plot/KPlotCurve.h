@@ -24,9 +24,13 @@ public:
     void setSharedPair(std::shared_ptr<KRecordProducer> producer, int xTrace, int yTrace);
     int getXChannel() const { return xChannel_; }
 
-    // The legend text; empty (the default) names the pair "<Y> / <X>".
+    // The legend text; empty (the default) names the pair "<Y> / <X>", or "<X> at <Y>" (the
+    // magnitude at the angle) in a polar plot.
     void setCaption(const char* caption);
     const KString& getCaption() const { return caption_; }
+    // Whether the pair is magnitude and angle, as a polar plot takes it.
+    void setPolar(bool polar);
+    bool isPolar() const { return polar_; }
 
     // The X values, as many as getSampleCount(): the X trace's samples or the domain's; null
     // without data.
@@ -48,5 +52,6 @@ public:
 private:
     std::int32_t xChannel_ = DOMAIN;
     KString caption_;
+    bool polar_ = false;
     KString xName_, xUnits_, yName_;
 };

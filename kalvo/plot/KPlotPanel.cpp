@@ -120,6 +120,7 @@ KPlotCurve* KPlotPanel::addSharedPair(std::shared_ptr<KRecordProducer> producer,
 
 void KPlotPanel::pairAdded(KPlotCurve* pair) {
     pair->setLineWidth(2);
+    pair->setPolar(mode_ == POLAR);
     if (getCanvas() != nullptr) layoutAll();
     resetZoom();
 }
@@ -137,6 +138,9 @@ void KPlotPanel::setMode(int mode) {
     mode_ = mode;
     // A polar plot reads its values off the rings: no axes of ticks.
     setOwnXAxis(mode != POLAR);
+    std::vector<KPlotCurve*> pairs;
+    getPairList(pairs);
+    for (KPlotCurve* p : pairs) p->setPolar(mode == POLAR);
     if (getCanvas() != nullptr) doLayout();
     resetZoom();
 }
@@ -416,7 +420,7 @@ CRect KPlotPanel::layoutPlot() {
     CRect plot = KGraphPanel::layoutPlot();
     // A line for the Y title over the plot, one for the X title under the X labels.
     if (mode_ != POLAR) {
-        plot.top += u * 3 / 4;
+        plot.top += u * 5 / 4;
         plot.bottom -= u;
     } else {
         plot.top += u / 3;
@@ -454,6 +458,47 @@ void KPlotPanel::paint(KGraphics& graphics) {
     }
     drawTitles(graphics);
     if (timeColoring_) drawColorScale(graphics);
+    if (getCurveCount() > 0 && !hasPoints()) {
+        // The note in the middle of the plot, broken into lines, on the plot's background.
+        CDC* dc = graphics.getDC();
+        graphics.setFont(const_cast<CFont*>(&KGraphAxis::getAxisFont()));
+        const KString note = getEmptyNote();
+        CRect box(plot_.left + 8, 0, std::max(plot_.left + 16, static_cast<int>(plot_.right) - 8),
+                  0);
+        dc->DrawText(note.c_str(), &box, DT_CENTER | DT_WORDBREAK | DT_NOPREFIX | DT_CALCRECT);
+        box.OffsetRect(0, (plot_.top + plot_.bottom - box.Height()) / 2);
+        box.left = plot_.left + 8;
+        box.right = std::max(plot_.left + 16, static_cast<int>(plot_.right) - 8);
+        graphics.setColor(plotColor(graphics));
+        graphics.fillRect(box);
+        graphics.setColor(isInverted() ? 0xC0C0C0 : 0x404040);
+        const int mode = dc->SetBkMode(TRANSPARENT);
+        dc->DrawText(note.c_str(), &box, DT_CENTER | DT_WORDBREAK | DT_NOPREFIX);
+        dc->SetBkMode(mode);
+    }
+}
+
+bool KPlotPanel::hasPoints() const {
+    std::vector<KPlotCurve*> pairs;
+    getPairList(pairs);
+    for (KPlotCurve* p : pairs) {
+        int first, last;
+        if (!p->findStretch(aperture0_, aperture1_, first, last)) continue;
+        for (int i = first; i <= last; ++i) {
+            double x, y;
+            if (pointOf(p, i, x, y)) return true;
+        }
+    }
+    return false;
+}
+
+KString KPlotPanel::getEmptyNote() const {
+    KString text("Nothing to plot");
+    if (std::isfinite(aperture0_)) {
+        text << " from " << KGraphAxis::formatTime(aperture0_) << " to "
+             << KGraphAxis::formatTime(aperture1_);
+    }
+    return text;
 }
 
 void KPlotPanel::drawXGrid(KGraphics& graphics) {
@@ -513,12 +558,16 @@ void KPlotPanel::drawPolarGrid(KGraphics& graphics) {
                         static_cast<int>(std::lround(oy - r)),
                         static_cast<int>(std::lround(ox + r)) + 1,
                         static_cast<int>(std::lround(oy + r)) + 1);
-            // The ring's value just over the 0 degree spoke.
+            // The ring's value at its top, right of the 90 degree spoke, where it fits.
             KString label = KDouble::toLabel(k * step, rings.getPrecision(), 0, far).trim();
             if (!units.isEmpty()) label << " " << units;
-            g.setColor(isInverted() ? 0xC0C0C0 : 0x606060);
-            dc->TextOut(static_cast<int>(ox + r) + 2, static_cast<int>(oy) - u * 3 / 4,
-                        label.c_str());
+            const CSize size = dc->GetTextExtent(label.c_str());
+            const int lx = static_cast<int>(ox) + 3, ly = static_cast<int>(oy - r) - size.cy;
+            if (lx >= plot_.left && lx + size.cx <= plot_.right && ly >= plot_.top + u &&
+                ly + size.cy <= plot_.bottom) {
+                g.setColor(isInverted() ? 0xC0C0C0 : 0x606060);
+                dc->TextOut(lx, ly, label.c_str());
+            }
         }
     }
     // Spokes every 30 degrees, named where they leave the plot.
@@ -587,7 +636,7 @@ void KPlotPanel::drawTitles(KGraphics& graphics) {
     CRect under(plot_.left, plot_.bottom + u + u / 4 - 2, plot_.right,
                 plot_.bottom + 2 * u + u / 4);
     dc->DrawText(x.c_str(), &under, DT_CENTER | DT_TOP | DT_SINGLELINE | DT_NOPREFIX | DT_NOCLIP);
-    CRect over(getClientRect().left + 2, plot_.top - u * 3 / 4 - 2, plot_.right, plot_.top);
+    CRect over(getClientRect().left + 2, plot_.top - u * 5 / 4 - 2, plot_.right, plot_.top);
     dc->DrawText(y.c_str(), &over, DT_LEFT | DT_TOP | DT_SINGLELINE | DT_NOPREFIX | DT_NOCLIP);
     dc->SetBkMode(mode);
 }
@@ -899,4 +948,5 @@ void KPlotPanel::Serialize(KArchive& ar) {
     if (mode == XY || mode == POLAR || mode == SCATTER) mode_ = mode;
     setOwnXAxis(mode_ != POLAR);
     KCurve::loadRecords(ar, curves, "Plot");
+    for (KPlotCurve* p : pairs) p->setPolar(mode_ == POLAR);
 }

@@ -122,6 +122,8 @@ protected:
     virtual void drawUnderlay(KGraphics&) {}
     // What lies over them, after the last (clipped to the plot); nothing here.
     virtual void drawOverlay(KGraphics&) {}
+    // What the plot says when its pairs have no point in the aperture.
+    virtual KString getEmptyNote() const;
     // The time span the colours stand for: the aperture, or all of the pairs' times.
     void getColorSpan(double& t0, double& t1) const;
     // The part of the right margin below the legend, where kinds may put read-outs.
@@ -134,6 +136,8 @@ private:
     void drawPolarGrid(KGraphics& graphics);
     void drawTitles(KGraphics& graphics);
     void drawColorScale(KGraphics& graphics);
+    // Whether any pair has a point in the aperture.
+    bool hasPoints() const;
     void drawPoints(KGraphics& graphics, KPlotCurve* pair, int first, int last);
     void drawLine(KGraphics& graphics, KPlotCurve* pair, int first, int last);
     void drawEnd(KGraphics& graphics, KPlotCurve* pair, int first, int last);

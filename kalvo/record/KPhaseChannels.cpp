@@ -33,26 +33,53 @@ int phaseOfChar(char c, int& family) {
 
 }  // namespace
 
-double KPhaseChannels::toBaseUnits(const char* units) {
-    if (units == nullptr) return KDouble::NaN;
+namespace {
+
+// The kind of a unit and its factor to volts or amperes: a symbol with an SI prefix ("kV",
+// "mA"), or the name written out ("volt", "Amperes").
+int parseUnits(const char* units, double& factor) {
+    factor = KDouble::NaN;
+    if (units == nullptr) return KPhaseChannels::NONE;
     std::string u(units);
     while (!u.empty() && u.back() == ' ') u.pop_back();
     while (!u.empty() && u.front() == ' ') u.erase(u.begin());
-    if (u.empty() || (u.back() != 'V' && u.back() != 'A')) return KDouble::NaN;
+    std::string lower;
+    for (char c : u) lower += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    for (const char* word : {"volt", "volts"}) {
+        if (lower == word) return factor = 1.0, KPhaseChannels::VOLTAGE;
+    }
+    for (const char* word : {"ampere", "amperes", "amp", "amps"}) {
+        if (lower == word) return factor = 1.0, KPhaseChannels::CURRENT;
+    }
+    if (u.empty() || (u.back() != 'V' && u.back() != 'A')) return KPhaseChannels::NONE;
+    const int kind = u.back() == 'V' ? KPhaseChannels::VOLTAGE : KPhaseChannels::CURRENT;
     const std::string prefix = u.substr(0, u.size() - 1);
-    if (prefix.empty()) return 1.0;
-    if (prefix == "k" || prefix == "K") return 1e3;
-    if (prefix == "M") return 1e6;
-    if (prefix == "m") return 1e-3;
-    if (prefix == "u" || prefix == "\xC2\xB5") return 1e-6;
-    return KDouble::NaN;
+    if (prefix.empty()) {
+        factor = 1.0;
+    } else if (prefix == "k" || prefix == "K") {
+        factor = 1e3;
+    } else if (prefix == "M") {
+        factor = 1e6;
+    } else if (prefix == "m") {
+        factor = 1e-3;
+    } else if (prefix == "u" || prefix == "\xC2\xB5") {
+        factor = 1e-6;
+    } else {
+        return KPhaseChannels::NONE;
+    }
+    return kind;
+}
+
+}  // namespace
+
+double KPhaseChannels::toBaseUnits(const char* units) {
+    double factor;
+    return parseUnits(units, factor) != NONE ? factor : KDouble::NaN;
 }
 
 int KPhaseChannels::kindOf(const char* units) {
-    if (!std::isfinite(toBaseUnits(units))) return NONE;
-    std::string u(units);
-    while (!u.empty() && u.back() == ' ') u.pop_back();
-    return u.back() == 'V' ? VOLTAGE : CURRENT;
+    double factor;
+    return parseUnits(units, factor);
 }
 
 int KPhaseChannels::phaseOfName(const char* name, int kind, int& family) {

@@ -4,7 +4,7 @@ class KRecord;
 
 // The three phase voltages and the three phase currents of a record, as a distance relay takes
 // them. A channel's kind comes from its units (volts or amperes, with an SI prefix: "kV",
-// "mA"), its phase from its name where the name shows one ("VA", "Ub_1", "F2-IB", "ILC",
+// "mA", or written out: "volt", "amperes"), its phase from its name where the name shows one ("VA", "Ub_1", "F2-IB", "ILC",
 // "UL2", "HV IR") and else from its phase field. Phases are A, B, C; R, S, T; or 1, 2, 3 (with
 // or without an L before them); the three of a set are of one naming. The first complete set
 // of each kind, in channel order, is taken.

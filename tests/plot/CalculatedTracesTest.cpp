@@ -53,7 +53,7 @@ TEST(CalculatedTracesTest, GoWhereverRecordsGo) {
     KPlotPanel* plot = plotOn(other);
     plot->setMode(KPlotPanel::POLAR);
     KPlotCurve* pair = plot->addPair(&phasors, 2, 3);
-    EXPECT_STREQ(pair->getText().c_str(), "IA ang / IA mag");
+    EXPECT_STREQ(pair->getText().c_str(), "IA mag at IA ang");
     double x, y;
     ASSERT_TRUE(plot->pointOf(pair, 799, x, y));
     EXPECT_NEAR(std::hypot(x, y), phasors.getTrace(2)->getSample(799), 1e-9);

@@ -185,6 +185,10 @@ TEST(KPhaseChannels, findsThePhasesByNameUnitsAndPhaseField) {
     EXPECT_TRUE(std::isnan(KPhaseChannels::toBaseUnits("one")));
     EXPECT_TRUE(std::isnan(KPhaseChannels::toBaseUnits("")));
     EXPECT_EQ(KPhaseChannels::kindOf("Hz"), KPhaseChannels::NONE);
+    EXPECT_EQ(KPhaseChannels::kindOf("volt"), KPhaseChannels::VOLTAGE);
+    EXPECT_EQ(KPhaseChannels::kindOf("Amperes"), KPhaseChannels::CURRENT);
+    EXPECT_EQ(KPhaseChannels::kindOf("kA"), KPhaseChannels::CURRENT);
+    EXPECT_EQ(KPhaseChannels::kindOf("xV"), KPhaseChannels::NONE);
     int family = -1;
     EXPECT_EQ(KPhaseChannels::phaseOfField("L3", family), 2);
     EXPECT_EQ(family, 2);
