@@ -19,8 +19,8 @@ constexpr double WHOLE = 1e-9;
 constexpr int LEAST_WINDOW = 4;
 // An interval this many typical steps long is a gap.
 constexpr double GAP = 2.5;
-// The running sums restart from an exact sum at least this often.
-constexpr int LEAST_BLOCK = 4096;
+// The running sums restart from an exact sum about this often (in samples).
+constexpr int LEAST_BLOCK = 16384;
 
 struct Twiddle {
     double re, im;
@@ -58,13 +58,15 @@ bool KSlidingPhasorTransform::plan(const double* x, int n, double hz) {
     window_ = 0;
     resampled_ = false;
     if (x == nullptr || n < 2 || !(hz > 0.0) || !std::isfinite(hz)) return false;
-    for (int i = 0; i < n; ++i) {
-        if (!std::isfinite(x[i]) || (i > 0 && x[i] < x[i - 1])) return false;
-    }
+    if (!std::isfinite(x[0]) || !std::isfinite(x[n - 1])) return false;
     const double step = (x[n - 1] - x[0]) / (n - 1);
     if (!(step > 0.0)) return false;
+    // One pass: the times run forward (and are finite), and whether they keep to the grid.
     bool even = true;
-    for (int i = 1; i < n && even; ++i) even = std::fabs(x[i] - (x[0] + i * step)) <= EVEN * step;
+    for (int i = 1; i < n; ++i) {
+        if (!(x[i] >= x[i - 1])) return false;
+        even = even && std::fabs(x[i] - (x[0] + i * step)) <= EVEN * step;
+    }
     const double perCycle = 1.0 / (step * hz);
     const double whole = std::round(perCycle);
     if (even && std::fabs(perCycle - whole) <= WHOLE * perCycle) {
@@ -93,6 +95,93 @@ bool KSlidingPhasorTransform::plan(const double* x, int n, double hz) {
     return true;
 }
 
+namespace {
+
+// The sums of the cycle that ends at sample last.
+void exactSum(const double* y, int last, const Twiddle* t, int w, double& sr, double& si) {
+    sr = si = 0.0;
+    int k = (last - w + 1) % w;
+    for (int i = last - w + 1; i <= last; ++i) {
+        sr += y[i] * t[k].re;
+        si += y[i] * t[k].im;
+        if (++k == w) k = 0;
+    }
+}
+
+// The phasors of samples first..end-1, each from the one before; cycles that hold a sample
+// that is not finite have none (the sums then take the finite samples only).
+void slideOne(const double* y, int first, int end, const Twiddle* t, int w, double* re,
+              double* im) {
+    int k = (first + 1) % w;
+    double sr, si;
+    if (allFinite(y, first - w + 1, end)) {
+        exactSum(y, first, t, w, sr, si);
+        re[first] = sr;
+        im[first] = si;
+        for (int i = first + 1; i < end; ++i) {
+            const double d = y[i] - y[i - w];
+            sr += d * t[k].re;
+            si += d * t[k].im;
+            re[i] = sr;
+            im[i] = si;
+            if (++k == w) k = 0;
+        }
+        return;
+    }
+    sr = si = 0.0;
+    int missing = 0;
+    auto take = [&](int i, int kk, double sign) {
+        if (std::isfinite(y[i])) {
+            sr += sign * y[i] * t[kk].re;
+            si += sign * y[i] * t[kk].im;
+        } else {
+            missing += sign > 0 ? 1 : -1;
+        }
+    };
+    for (int i = first - w + 1, kk = (first - w + 1) % w; i <= first; ++i) {
+        take(i, kk, 1.0);
+        if (++kk == w) kk = 0;
+    }
+    re[first] = missing > 0 ? KDouble::NaN : sr;
+    im[first] = missing > 0 ? KDouble::NaN : si;
+    for (int i = first + 1; i < end; ++i) {
+        // Samples i and i - w share their place in the kernel.
+        take(i - w, k, -1.0);
+        take(i, k, 1.0);
+        re[i] = missing > 0 ? KDouble::NaN : sr;
+        im[i] = missing > 0 ? KDouble::NaN : si;
+        if (++k == w) k = 0;
+    }
+}
+
+// Four stretches of the same whole number of cycles from first on, side by side: their sums
+// advance independently, so that none waits for the one before. Every sample is finite.
+void slideFour(const double* y, int first, int stretch, const Twiddle* t, int w, double* re,
+               double* im) {
+    const int b0 = first, b1 = first + stretch, b2 = first + 2 * stretch, b3 = first + 3 * stretch;
+    double r0, i0, r1, i1, r2, i2, r3, i3;
+    exactSum(y, b0, t, w, r0, i0);
+    exactSum(y, b1, t, w, r1, i1);
+    exactSum(y, b2, t, w, r2, i2);
+    exactSum(y, b3, t, w, r3, i3);
+    re[b0] = r0, im[b0] = i0, re[b1] = r1, im[b1] = i1;
+    re[b2] = r2, im[b2] = i2, re[b3] = r3, im[b3] = i3;
+    // The stretches are whole cycles apart: their samples share the kernel's place.
+    int k = (first + 1) % w;
+    for (int i = 1; i < stretch; ++i) {
+        const double tr = t[k].re, ti = t[k].im;
+        const double d0 = y[b0 + i] - y[b0 + i - w], d1 = y[b1 + i] - y[b1 + i - w];
+        const double d2 = y[b2 + i] - y[b2 + i - w], d3 = y[b3 + i] - y[b3 + i - w];
+        r0 += d0 * tr, i0 += d0 * ti, r1 += d1 * tr, i1 += d1 * ti;
+        r2 += d2 * tr, i2 += d2 * ti, r3 += d3 * tr, i3 += d3 * ti;
+        re[b0 + i] = r0, im[b0 + i] = i0, re[b1 + i] = r1, im[b1 + i] = i1;
+        re[b2 + i] = r2, im[b2 + i] = i2, re[b3 + i] = r3, im[b3 + i] = i3;
+        if (++k == w) k = 0;
+    }
+}
+
+}  // namespace
+
 void KSlidingPhasorTransform::slide(const double* y, int n, double t0, double hz, double* re,
                                     double* im) const {
     const int w = window_;
@@ -105,58 +194,19 @@ void KSlidingPhasorTransform::slide(const double* y, int n, double t0, double hz
         kernel[k] = {scale * std::cos(angle), -scale * std::sin(angle)};
     }
     const Twiddle* t = kernel.data();
-    const int block = std::max(LEAST_BLOCK, 16 * w);
-    for (int b = 0; b < n; b += block) {
-        const int end = std::min(n, b + block);
-        // No phasor before the first whole cycle.
-        const int first = std::max(b, w - 1);
-        for (int i = b; i < first && i < end; ++i) re[i] = im[i] = KDouble::NaN;
-        if (first >= end) continue;
-        const int from = first - w + 1;
-        int k = from % w;
-        double sr = 0.0, si = 0.0;
-        if (allFinite(y, from, end)) {
-            for (int i = from; i <= first; ++i) {
-                sr += y[i] * t[k].re;
-                si += y[i] * t[k].im;
-                if (++k == w) k = 0;
-            }
-            re[first] = sr;
-            im[first] = si;
-            for (int i = first + 1; i < end; ++i) {
-                const double d = y[i] - y[i - w];
-                sr += d * t[k].re;
-                si += d * t[k].im;
-                re[i] = sr;
-                im[i] = si;
-                if (++k == w) k = 0;
-            }
-            continue;
-        }
-        // Missing samples: the sums take the finite samples only, and a cycle that holds
-        // any other has no phasor.
-        int missing = 0;
-        auto take = [&](int i, int kk, double sign) {
-            if (std::isfinite(y[i])) {
-                sr += sign * y[i] * t[kk].re;
-                si += sign * y[i] * t[kk].im;
-            } else {
-                missing += sign > 0 ? 1 : -1;
-            }
-        };
-        for (int i = from; i <= first; ++i) {
-            take(i, k, 1.0);
-            if (++k == w) k = 0;
-        }
-        re[first] = missing > 0 ? KDouble::NaN : sr;
-        im[first] = missing > 0 ? KDouble::NaN : si;
-        for (int i = first + 1; i < end; ++i) {
-            // Samples i and i - w share their place in the kernel.
-            take(i - w, k, -1.0);
-            take(i, k, 1.0);
-            re[i] = missing > 0 ? KDouble::NaN : sr;
-            im[i] = missing > 0 ? KDouble::NaN : si;
-            if (++k == w) k = 0;
+    // No phasor before the first whole cycle.
+    for (int i = 0; i < std::min(n, w - 1); ++i) re[i] = im[i] = KDouble::NaN;
+    // Stretches of whole cycles, each restarted from an exact sum so that rounding cannot
+    // build up, four at a time where all their samples are finite.
+    const int stretch = w * std::max(1, LEAST_BLOCK / w);
+    for (int b = w - 1; b < n;) {
+        if (n - b >= 4 * stretch && allFinite(y, b - w + 1, b + 4 * stretch)) {
+            slideFour(y, b, stretch, t, w, re, im);
+            b += 4 * stretch;
+        } else {
+            const int end = std::min(n, b + stretch);
+            slideOne(y, b, end, t, w, re, im);
+            b = end;
         }
     }
 }
@@ -164,12 +214,17 @@ void KSlidingPhasorTransform::slide(const double* y, int n, double t0, double hz
 bool KSlidingPhasorTransform::computePhasors(const double* x, const double* y, int n, double* re,
                                              double* im) {
     if (y == nullptr || re == nullptr || im == nullptr || n < 1) return false;
-    const double hz = frequency_;
-    if (!plan(x, n, hz)) return false;
+    if (!plan(x, n, frequency_)) return false;
+    compute(x, y, n, frequency_, re, im);
+    return true;
+}
+
+void KSlidingPhasorTransform::compute(const double* x, const double* y, int n, double hz,
+                                      double* re, double* im) {
     setSampleRate(1.0 / step_);
     if (!resampled_) {
         slide(y, n, x[0], hz, re, im);
-        return true;
+        return;
     }
     // Resampled onto the even grid, with NaN where the grid point falls into a gap.
     const double span = x[n - 1] - x[0];
@@ -201,7 +256,6 @@ bool KSlidingPhasorTransform::computePhasors(const double* x, const double* y, i
             im[i] = gi[g];
         }
     }
-    return true;
 }
 
 void KSlidingPhasorTransform::toPolar(double* re, double* im, int n) {
@@ -224,7 +278,7 @@ bool KSlidingPhasorTransform::transform(KVector<double>& in, KVector<double>& ou
         auto* im = new double[static_cast<size_t>(n)];
         made.add(re);
         made.add(im);
-        computePhasors(in.get(0), in.get(c), n, re, im);
+        compute(in.get(0), in.get(c), n, frequency_, re, im);
         if (form_ == POLAR) toPolar(re, im, n);
     }
     for (int c = 0; c < made.getCount(); ++c) out.add(made.get(c));
@@ -253,9 +307,14 @@ bool KSlidingPhasorTransform::fill(const KRecord& source, const std::vector<int>
     const double* x = source.getXData() + from;
     // Everything that can fail is known from the plan: target changes only after it.
     if (!plan(x, n, hz)) return false;
-    const double saved = frequency_;
-    frequency_ = hz;
-    target.create(2 * static_cast<int>(traces.size()), 0, 1024);
+    // A target of the same make-up keeps its traces, and their memory.
+    const int count = 2 * static_cast<int>(traces.size());
+    if (target.getTraceCount() != count || &target == &source) {
+        target.create(count, 0, 1024);
+    } else {
+        target.getDomain().removeAll();
+        target.clearSamplingTable();
+    }
     target.getDomain().append(x, n);
     target.getDomain().setName(source.getDomain().getName().c_str());
     target.getDomain().setUnits(source.getDomain().getUnits().c_str());
@@ -274,10 +333,9 @@ bool KSlidingPhasorTransform::fill(const KRecord& source, const std::vector<int>
             pair[t]->setPhase(in.getPhase().c_str());
             pair[t]->setCircuit(in.getCircuit().c_str());
         }
-        computePhasors(x, in.getData() + from, n, pair[0]->getData(), pair[1]->getData());
+        compute(x, in.getData() + from, n, hz, pair[0]->getData(), pair[1]->getData());
         if (form_ == POLAR) toPolar(pair[0]->getData(), pair[1]->getData(), n);
     }
-    frequency_ = saved;
     target.setName(source.getName().c_str());
     target.setDevice(source.getDevice().c_str());
     target.setFormat(source.getFormat().c_str());

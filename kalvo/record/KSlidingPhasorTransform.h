@@ -58,7 +58,8 @@ public:
     // Every listed trace of the source at once: target becomes the source's domain and two
     // traces per listed trace, named as above, with the source's name, trigger and
     // properties. False, leaving target alone, as above or for a trace that is not there.
-    // Target may not be the source.
+    // Target may not be the source; one that holds as many traces keeps them (and their
+    // memory), so that transforming again allocates nothing.
     bool transformTraces(const KRecord& source, const std::vector<int>& traces, KRecord& target);
 
     // The phasors of n samples y at times x, as real and imaginary parts (re and im hold n
@@ -82,6 +83,8 @@ private:
               KRecord& target);
     // How the samples at x are to be taken: sets window_, resampled_ and step_.
     bool plan(const double* x, int n, double hz);
+    // The phasors of n samples at x as the plan takes them.
+    void compute(const double* x, const double* y, int n, double hz, double* re, double* im);
     // The sliding sums of n evenly spaced samples starting at time t0, window_ per cycle.
     void slide(const double* y, int n, double t0, double hz, double* re, double* im) const;
     // Real and imaginary parts to magnitude and degrees, in place.
