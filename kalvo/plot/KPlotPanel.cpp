@@ -77,6 +77,21 @@ KString titled(const KString& name, const KString& units) {
     return text;
 }
 
+// The title of one axis over the pairs: name and units where all pairs share them, the units
+// alone where the names differ, nothing where the units do.
+template <class Name, class Units>
+KString titleOf(const std::vector<KPlotCurve*>& pairs, Name name, Units units) {
+    if (pairs.empty()) return KString();
+    const KPlotCurve* first = pairs.front();
+    bool sameName = true, sameUnits = true;
+    for (const KPlotCurve* p : pairs) {
+        sameName = sameName && name(p).equals(name(first));
+        sameUnits = sameUnits && units(p).equals(units(first));
+    }
+    if (!sameUnits) return KString();
+    return titled(sameName ? name(first) : KString(), units(first));
+}
+
 }  // namespace
 
 KPlotPanel::KPlotPanel() : aperture0_(KDouble::NaN), aperture1_(KDouble::NaN) {
@@ -599,30 +614,18 @@ KString KPlotPanel::getXTitle() const {
     if (!getXLabel().isEmpty()) return getXLabel();
     std::vector<KPlotCurve*> pairs;
     getPairList(pairs);
-    if (pairs.empty()) return KString();
-    const KPlotCurve* first = pairs.front();
-    bool sameName = true, sameUnits = true;
-    for (const KPlotCurve* p : pairs) {
-        sameName = sameName && p->getXName().equals(first->getXName());
-        sameUnits = sameUnits && p->getXUnits().equals(first->getXUnits());
-    }
-    if (!sameUnits) return KString();
-    return titled(sameName ? first->getXName() : KString(), first->getXUnits());
+    return titleOf(
+        pairs, [](const KPlotCurve* p) { return p->getXName(); },
+        [](const KPlotCurve* p) { return p->getXUnits(); });
 }
 
 KString KPlotPanel::getYTitle() const {
     if (!getYLabel().isEmpty()) return getYLabel();
     std::vector<KPlotCurve*> pairs;
     getPairList(pairs);
-    if (pairs.empty()) return KString();
-    const KPlotCurve* first = pairs.front();
-    bool sameName = true, sameUnits = true;
-    for (const KPlotCurve* p : pairs) {
-        sameName = sameName && p->getYName().equals(first->getYName());
-        sameUnits = sameUnits && p->getUnits().equals(first->getUnits());
-    }
-    if (!sameUnits) return KString();
-    return titled(sameName ? first->getYName() : KString(), first->getUnits());
+    return titleOf(
+        pairs, [](const KPlotCurve* p) { return p->getYName(); },
+        [](const KPlotCurve* p) { return p->getUnits(); });
 }
 
 void KPlotPanel::drawTitles(KGraphics& graphics) {
