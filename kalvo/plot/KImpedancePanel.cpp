@@ -25,7 +25,8 @@ namespace {
 constexpr std::int32_t STORED_VERSION = 1;
 const COLORREF ZONE_COLORS[4] = {RGB(170, 0, 140), RGB(120, 120, 0), RGB(90, 90, 90),
                                  RGB(150, 80, 30)};
-// The loci are shown out to twice the zones' size, or three times their typical level.
+// The loci are shown out to twice the zones' size, or without zones to three times their
+// typical level.
 constexpr double NEAR_ZONES = 2.0;
 constexpr double LEVELS = 3.0;
 
@@ -117,8 +118,9 @@ bool KImpedancePanel::resetZoom() {
     getPairList(pairs);
     double t0, t1;
     getTimeAperture(t0, t1);
-    // How far the loci reach: a quarter of their points lie nearer than the typical level
-    // (a fault, for a record of one), which is shown three times over.
+    // How far the loci are shown: twice as far as the zones reach, or without zones three
+    // times their typical level (which a quarter of their points are nearer than: a fault's,
+    // for a record of one).
     std::vector<double> distances;
     for (KPlotCurve* p : pairs) {
         int first, last;
@@ -133,7 +135,7 @@ bool KImpedancePanel::resetZoom() {
     if (!distances.empty()) {
         std::nth_element(distances.begin(), distances.begin() + distances.size() / 4,
                          distances.end());
-        const double reach = std::max(NEAR_ZONES * size, LEVELS * distances[distances.size() / 4]);
+        const double reach = size > 0 ? NEAR_ZONES * size : LEVELS * distances[distances.size() / 4];
         for (KPlotCurve* p : pairs) {
             int first, last;
             const double* rs = p->getXValues();

@@ -42,9 +42,9 @@ public:
     // it never is in the zone.
     bool findEntry(KPlotCurve* pair, int zone, double& time, double& r, double& x) const;
 
-    // The origin, the zones and the part of the loci within twice the zones' size, or three
-    // times the loci's typical level (the impedance that a quarter of their points are
-    // nearer than), with a margin: the far load points come in from the edge.
+    // The origin, the zones and the part of the loci within twice the zones' size (without
+    // zones, three times the loci's typical level: the impedance that a quarter of their
+    // points are nearer than), with a margin: the far load points come in from the edge.
     bool resetZoom() override;
     // Room for the zones' report beside the plot.
     int getRightMarginNeeded() const override;
