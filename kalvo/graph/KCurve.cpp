@@ -465,6 +465,50 @@ void KCurve::onCommand(KEvent& event) {
 
 // Object services.
 
+void KCurve::storeRecords(KArchive& ar, const std::vector<KCurve*>& curves) {
+    std::vector<KRecordProducer*> table;
+    std::vector<std::int32_t> places;
+    for (KCurve* c : curves) {
+        KRecordProducer* p = c->getSourceRecord();
+        if (k_dynamic_cast<KRecord>(p) == nullptr) {
+            places.push_back(-1);
+            continue;
+        }
+        auto it = std::find(table.begin(), table.end(), p);
+        if (it == table.end()) it = table.insert(table.end(), p);
+        places.push_back(static_cast<std::int32_t>(it - table.begin()));
+    }
+    ar.writeCount(static_cast<std::uint32_t>(table.size()));
+    for (KRecordProducer* p : table) ar.writeObject(p);
+    ar.writeCount(static_cast<std::uint32_t>(places.size()));
+    for (std::int32_t place : places) ar << place;
+}
+
+void KCurve::loadRecords(KArchive& ar, const std::vector<KCurve*>& curves, const char* owner) {
+    std::vector<std::shared_ptr<KRecordProducer>> records;
+    const std::uint32_t count = ar.readCount();
+    for (std::uint32_t i = 0; i < count; ++i) {
+        records.push_back(std::static_pointer_cast<KRecord>(ar.readSharedObject(K_CLASS(KRecord))));
+    }
+    const std::uint32_t placed = ar.readCount();
+    if (placed != curves.size()) {
+        KException::raise("Archive Error", "%s holds %d curves, but places %u", owner,
+                          static_cast<int>(curves.size()), placed);
+    }
+    for (KCurve* c : curves) {
+        std::int32_t place;
+        ar >> place;
+        if (place < -1 || place >= static_cast<std::int32_t>(records.size()) ||
+            (place >= 0 && records[place] == nullptr)) {
+            KException::raise("Archive Error", "Curve record %d out of range", place);
+        }
+        if (place >= 0) {
+            records[place]->selectTrace(c->getChannel());
+            c->setSharedProducer(records[place]);
+        }
+    }
+}
+
 void KCurve::copy(const KObject& other) {
     KLabel::copy(other);
     const KCurve* c = k_dynamic_cast<KCurve>(const_cast<KObject*>(&other));

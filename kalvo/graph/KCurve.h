@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include <kalvo/foundation/KBitSet.h>
 #include <kalvo/graph/KWaveformPainter.h>
@@ -158,6 +159,13 @@ public:
     CPoint getDropPoint() const { return dropPoint_; }
     // "CLIP.RANGE" and "CLIP.ALL" from the curve's menu go to the legend holding it.
     void onCommand(KEvent& event) override;
+
+    // The records that the curves show (records only; other producers are not stored),
+    // each once, and for every curve the place of its record among them (-1 for none).
+    // Loading gives each curve its record back, shared with every other owner that the same
+    // archive gives it to; the curves keep it alive. owner names the stored object in errors.
+    static void storeRecords(KArchive& archive, const std::vector<KCurve*>& curves);
+    static void loadRecords(KArchive& archive, const std::vector<KCurve*>& curves, const char* owner);
 
     // Every display setting, and the producer.
     void copy(const KObject& other) override;

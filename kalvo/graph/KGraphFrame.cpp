@@ -686,6 +686,7 @@ void KGraphFrame::updateMarkerLabels() {
         getGraphList(graphs);
         for (KGraphPanel* g : graphs) g->updateMarkerLabels();
     }
+    actionEvent("view.change");
 }
 
 KString KGraphFrame::markerText(char name, double x) const {
@@ -943,25 +944,10 @@ void KGraphFrame::copy(const KObject& other) {
 void KGraphFrame::Serialize(KArchive& ar) {
     KFrame::Serialize(ar);
     std::vector<KCurve*> curves;
+    getCurveList(curves);
     if (ar.isStoring()) {
         ar << STORED_VERSION << scroll_ << mode_ << lineFrequency_ << userOperations_ << defaultOperations_;
-        getCurveList(curves);
-        std::vector<KRecordProducer*> table;
-        std::vector<std::int32_t> places;
-        for (KCurve* c : curves) {
-            KRecordProducer* p = c->getSourceRecord();
-            if (k_dynamic_cast<KRecord>(p) == nullptr) {
-                places.push_back(-1);
-                continue;
-            }
-            auto it = std::find(table.begin(), table.end(), p);
-            if (it == table.end()) it = table.insert(table.end(), p);
-            places.push_back(static_cast<std::int32_t>(it - table.begin()));
-        }
-        ar.writeCount(static_cast<std::uint32_t>(table.size()));
-        for (KRecordProducer* p : table) ar.writeObject(p);
-        ar.writeCount(static_cast<std::uint32_t>(places.size()));
-        for (std::int32_t place : places) ar << place;
+        KCurve::storeRecords(ar, curves);
         return;
     }
     std::int32_t version = 0;
@@ -969,27 +955,6 @@ void KGraphFrame::Serialize(KArchive& ar) {
     if (version < 0) KException::raise("Archive Error", "Invalid graph frame version %d", version);
     if (version < 1) return;
     ar >> scroll_ >> mode_ >> lineFrequency_ >> userOperations_ >> defaultOperations_;
-    // The curves keep the records read back alive between them.
-    std::vector<std::shared_ptr<KRecordProducer>> records;
-    const std::uint32_t count = ar.readCount();
-    for (std::uint32_t i = 0; i < count; ++i) {
-        records.emplace_back(static_cast<KRecord*>(ar.readObject(K_CLASS(KRecord))));
-    }
-    getCurveList(curves);
-    const std::uint32_t placed = ar.readCount();
-    if (placed != curves.size()) {
-        KException::raise("Archive Error", "Graph frame holds %d curves, but places %u", static_cast<int>(curves.size()), placed);
-    }
-    for (KCurve* c : curves) {
-        std::int32_t place;
-        ar >> place;
-        if (place < -1 || place >= static_cast<std::int32_t>(records.size())) {
-            KException::raise("Archive Error", "Curve record %d out of range", place);
-        }
-        if (place >= 0) {
-            records[place]->selectTrace(c->getChannel());
-            c->setSharedProducer(records[place]);
-        }
-    }
+    KCurve::loadRecords(ar, curves, "Graph frame");
     syncronizeMarkers();
 }
