@@ -1,5 +1,6 @@
 #include "kalvo/analysis/Fft.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdint>
@@ -28,13 +29,15 @@ const char kRadixArgumentError[] = "Error: fftradix() - dimension error\n";
 const char kFactorError[] = "Error: fftradix() - exceeded number of factors\n";
 const char kMemoryError[] = "Error: fftradix() - insufficient memory.\n";
 
-// Module-wide scratch and the length its tables describe.
-struct Scratch {
-    // Per-stage rotation tables, followed by the p rotations of each general odd factor.
+// The tables of one transform length, and the length they describe.
+struct Plan {
+    // Per-stage rotation tables, followed by the p rotations of each general odd factor, then
+    // for each large prime factor p its p chirp values and the spectrum of its chirp filter.
     double* rotRe = nullptr;
     double* rotIm = nullptr;
     size_t rotCapacity = 0;
-    // Sums and differences of the general odd-radix butterfly.
+    // Sums and differences of the general odd-radix butterfly, or the rows that the
+    // convolutions of a large prime factor transform.
     double* tmpRe = nullptr;
     double* tmpIm = nullptr;
     size_t tmpCapacity = 0;
@@ -49,6 +52,8 @@ struct Scratch {
     int factorCount = 0;
     size_t stageBase[kMaxFactors] = {};
     size_t oddBase[kMaxFactors] = {};
+    size_t chirpBase[kMaxFactors] = {};
+    size_t chirpBatch = 0;  // butterflies of a large prime factor convolved at once
     size_t rotUsed = 0;
     size_t swapCount = 0;
     size_t permCount = 0;
@@ -58,8 +63,6 @@ struct Scratch {
     size_t tileBase = 0;  // where in perm the tile tables begin
     size_t tileListEnd = 0;
 };
-
-Scratch scratch;
 
 // Splits n into its factor list: 4 for every 16, then the square roots of odd square
 // factors, a 2 for a remaining 4, then the rest (the central factors: one factor of 4 or
@@ -108,8 +111,38 @@ int factorize(size_t n, int factors[]) {
     return overflow ? -1 : count;
 }
 
+// Odd prime factors up to this go through the general odd-radix butterfly; larger ones,
+// whose butterflies would cost the square of the factor, through a chirp convolution.
+constexpr int kLargestOddRadix = 40;
+
 bool isGeneralOdd(int p) {
-    return p > 5;
+    return p > 5 && p <= kLargestOddRadix;
+}
+
+bool isLargePrime(int p) {
+    return p > kLargestOddRadix;
+}
+
+// The length of the convolutions for large prime factors up to p: the smallest one of at
+// least 2p - 1 made of factors 2, 3 and 5 that the factor list can hold; 0 if none fits an int.
+size_t convolutionLength(size_t p) {
+    int factors[kMaxFactors + 1];
+    for (size_t m = 2 * p - 1; m <= static_cast<size_t>(INT_MAX); ++m) {
+        size_t k = m;
+        for (size_t f : {2, 3, 5})
+            while (k % f == 0) k /= f;
+        if (k == 1 && factorize(m, factors) > 0) return m;
+    }
+    return 0;
+}
+
+// Butterflies of a large prime factor convolved together: as many as keep the rows of one
+// batch within about this many complex values.
+constexpr size_t kBatchPoints = 8192;
+constexpr size_t kMaxBatch = 8;
+
+size_t batchSize(size_t m) {
+    return std::clamp<size_t>(kBatchPoints / m, 1, kMaxBatch);
 }
 
 template <class T>
@@ -125,12 +158,12 @@ bool grow(T*& a, T*& b, size_t& capacity, size_t need) {
     return true;
 }
 
-bool growPerm(size_t need) {
-    if (need <= scratch.permCapacity) return true;
-    int* p = static_cast<int*>(std::realloc(scratch.perm, need * sizeof(int)));
+bool growPerm(Plan& plan, size_t need) {
+    if (need <= plan.permCapacity) return true;
+    int* p = static_cast<int*>(std::realloc(plan.perm, need * sizeof(int)));
     if (p == nullptr) return false;
-    scratch.perm = p;
-    scratch.permCapacity = need;
+    plan.perm = p;
+    plan.permCapacity = need;
     return true;
 }
 
@@ -176,12 +209,12 @@ inline void markVisited(uint32_t* visited, uint32_t k) {
 // The square factors make most of it swaps. They are listed tile by tile: the lowest digits
 // of k and its highest digits vary fastest, and since reversal turns one into the other,
 // both ends of the swaps walk through whole cache lines.
-void buildPermutation(size_t n) {
-    int* list = scratch.perm;
-    uint32_t* visited = reinterpret_cast<uint32_t*>(scratch.perm + n);
+void buildPermutation(Plan& plan, size_t n) {
+    int* list = plan.perm;
+    uint32_t* visited = reinterpret_cast<uint32_t*>(plan.perm + n);
     for (size_t w = 0; w < (n + 31) / 32; ++w) visited[w] = 0;
-    const int* factors = scratch.factors;
-    const int count = scratch.factorCount;
+    const int* factors = plan.factors;
+    const int count = plan.factorCount;
     const uint32_t len = static_cast<uint32_t>(n);
     auto position = [&](uint32_t k) { return reversedPosition(k, len, factors, count); };
 
@@ -205,7 +238,7 @@ void buildPermutation(size_t n) {
             }
         }
     }
-    scratch.swapCount = used / 2;
+    plan.swapCount = used / 2;
 
     // Longer cycles, the first index stored as its one's complement.
     for (uint32_t k = 0; k < len; ++k) {
@@ -220,7 +253,7 @@ void buildPermutation(size_t n) {
             next = position(next);
         }
     }
-    scratch.permCount = used;
+    plan.permCount = used;
 }
 
 // The permutation by tiles, for long one-dimensional transforms. With L the product of the
@@ -236,10 +269,10 @@ void buildPermutation(size_t n) {
 //
 // Stored after the bit set: ql (times L, the offset of its row in a tile buffer), qh, then
 // the cycles of qm, each led by the one's complement of its first tile.
-void buildTiles(size_t n) {
-    scratch.tileSide = 0;
-    const int* factors = scratch.factors;
-    const int count = scratch.factorCount;
+void buildTiles(Plan& plan, size_t n) {
+    plan.tileSide = 0;
+    const int* factors = plan.factors;
+    const int count = plan.factorCount;
     size_t side = 1;
     int t = 0;
     while (side < kMinTileSide && 2 * (t + 1) <= count && factors[t] == factors[count - 1 - t])
@@ -252,8 +285,8 @@ void buildTiles(size_t n) {
     };
     const size_t rows = n / (side * side);
     const size_t bitWords = (n + 31) / 32;
-    uint32_t* visited = reinterpret_cast<uint32_t*>(scratch.perm + n);
-    int* ql = scratch.perm + n + bitWords;
+    uint32_t* visited = reinterpret_cast<uint32_t*>(plan.perm + n);
+    int* ql = plan.perm + n + bitWords;
     int* qh = ql + side;
     for (size_t i = 0; i < side; ++i) {
         ql[i] = static_cast<int>(position(i) / (side * rows) * side);
@@ -272,10 +305,10 @@ void buildTiles(size_t n) {
             markVisited(visited, static_cast<uint32_t>(next));
         }
     }
-    scratch.tileSide = side;
-    scratch.tileRows = rows;
-    scratch.tileBase = n + bitWords;
-    scratch.tileListEnd = scratch.tileBase + 2 * side + used;
+    plan.tileSide = side;
+    plan.tileRows = rows;
+    plan.tileBase = n + bitWords;
+    plan.tileListEnd = plan.tileBase + 2 * side + used;
 }
 
 // Where the rotations of butterfly k of a stage with p - 1 rotations per butterfly begin.
@@ -290,51 +323,110 @@ size_t stageTableSize(size_t p, size_t mp) {
     return (p - 1) * (mp + (mp & 1));
 }
 
-void fillRotations(size_t n, int sign) {
+Plan mainPlan;
+// Transforms of the convolution length for the large prime factors of mainPlan's length.
+Plan convolutionPlan;
+
+void runPlan(const Plan& plan, double* re, double* im, size_t nt, size_t ks, size_t jc,
+             size_t inc);
+
+// The convolution transforms of runLargePrime run with the kernel of the given sign; the plan
+// holds the positive one, and swapping the real and imaginary parts turns it round.
+void convolve(double* re, double* im, size_t batch, int sign) {
+    const size_t nt = convolutionPlan.length * batch;
+    if (sign > 0)
+        runPlan(convolutionPlan, re, im, nt, nt, batch, 1);
+    else
+        runPlan(convolutionPlan, im, re, nt, nt, batch, 1);
+}
+
+// The tables of a large prime factor p (see runLargePrime): the chirp c_t = e^(i*pi*s*t^2/p)
+// for t < p, then the transform of the filter conj(c_t), laid out for a cyclic convolution of
+// the convolution length m (t at t and at m - t), divided by m so that the inverse transform
+// needs no scaling. Negating every imaginary part gives the tables of the other sign.
+// Returns the number of entries written.
+size_t fillChirp(double* re, double* im, size_t p, int sign) {
+    const size_t m = convolutionPlan.length;
+    for (size_t t = 0; t < p; ++t) {
+        // t^2 mod 2p keeps the angle small, and so accurate, for every t.
+        const double angle = sign * kTwoPi / 2.0 * static_cast<double>(t * t % (2 * p)) /
+                             static_cast<double>(p);
+        re[t] = std::cos(angle);
+        im[t] = std::sin(angle);
+    }
+    double* fr = re + p;
+    double* fi = im + p;
+    std::fill(fr, fr + m, 0.0);
+    std::fill(fi, fi + m, 0.0);
+    for (size_t t = 0; t < p; ++t) {
+        fr[t] = re[t] / static_cast<double>(m);
+        fi[t] = -im[t] / static_cast<double>(m);
+        if (t > 0) {
+            fr[m - t] = fr[t];
+            fi[m - t] = fi[t];
+        }
+    }
+    convolve(fr, fi, 1, sign);
+    return p + m;
+}
+
+void fillRotations(Plan& plan, size_t n, int sign) {
     size_t m = n;
     size_t base = 0;
-    for (int s = 0; s < scratch.factorCount; ++s) {
-        const size_t p = static_cast<size_t>(scratch.factors[s]);
+    for (int s = 0; s < plan.factorCount; ++s) {
+        const size_t p = static_cast<size_t>(plan.factors[s]);
         const size_t mp = m / p;
-        scratch.stageBase[s] = base;
-        if (s + 1 < scratch.factorCount) {
+        plan.stageBase[s] = base;
+        if (s + 1 < plan.factorCount) {
             const double step = sign * kTwoPi / static_cast<double>(m);
             for (size_t k = 0; k < mp; ++k) {
                 const size_t at = base + rotationIndex(k, p - 1);
                 for (size_t j = 1; j < p; ++j) {
                     const double angle = step * static_cast<double>(j * k);
-                    scratch.rotRe[at + 2 * (j - 1)] = std::cos(angle);
-                    scratch.rotIm[at + 2 * (j - 1)] = std::sin(angle);
+                    plan.rotRe[at + 2 * (j - 1)] = std::cos(angle);
+                    plan.rotIm[at + 2 * (j - 1)] = std::sin(angle);
                 }
             }
             base += stageTableSize(p, mp);
         }
         m = mp;
     }
-    for (int s = 0; s < scratch.factorCount; ++s) {
-        const int p = scratch.factors[s];
+    for (int s = 0; s < plan.factorCount; ++s) {
+        const int p = plan.factors[s];
         if (!isGeneralOdd(p)) continue;
-        scratch.oddBase[s] = base;
+        plan.oddBase[s] = base;
         const double step = sign * kTwoPi / p;
         for (int t = 0; t < p; ++t) {
-            scratch.rotRe[base + t] = std::cos(step * t);
-            scratch.rotIm[base + t] = std::sin(step * t);
+            plan.rotRe[base + t] = std::cos(step * t);
+            plan.rotIm[base + t] = std::sin(step * t);
         }
         base += static_cast<size_t>(p);
     }
-    scratch.rotUsed = base;
+    for (int s = 0; s < plan.factorCount; ++s) {
+        const int p = plan.factors[s];
+        if (!isLargePrime(p)) continue;
+        int same = 0;
+        while (plan.factors[same] != p) ++same;
+        if (same < s) {
+            plan.chirpBase[s] = plan.chirpBase[same];
+            continue;
+        }
+        plan.chirpBase[s] = base;
+        base += fillChirp(plan.rotRe + base, plan.rotIm + base, static_cast<size_t>(p), sign);
+    }
+    plan.rotUsed = base;
 }
 
 // Makes the scratch tables describe an n-point transform of the given sign.
-bool preparePlan(size_t n, int sign, size_t rotHint, size_t permHint) {
-    if (scratch.length == n) {
-        if (scratch.sign != sign) {
-            for (size_t i = 0; i < scratch.rotUsed; ++i) scratch.rotIm[i] = -scratch.rotIm[i];
-            scratch.sign = sign;
+bool preparePlan(Plan& plan, size_t n, int sign, size_t rotHint, size_t permHint) {
+    if (plan.length == n) {
+        if (plan.sign != sign) {
+            for (size_t i = 0; i < plan.rotUsed; ++i) plan.rotIm[i] = -plan.rotIm[i];
+            plan.sign = sign;
         }
         return true;
     }
-    scratch.length = 0;
+    plan.length = 0;
     int factors[kMaxFactors + 1];
     const int count = factorize(n, factors);
     bool ok = count > 0;
@@ -342,8 +434,10 @@ bool preparePlan(size_t n, int sign, size_t rotHint, size_t permHint) {
 
     size_t rotNeed = 0;
     size_t tmpNeed = 0;
+    size_t batch = 0;
     if (ok) {
         size_t m = n;
+        size_t largest = 0;
         for (int s = 0; s < count; ++s) {
             const size_t p = static_cast<size_t>(factors[s]);
             if (s + 1 < count) rotNeed += stageTableSize(p, m / p);
@@ -351,26 +445,45 @@ bool preparePlan(size_t n, int sign, size_t rotHint, size_t permHint) {
                 rotNeed += p;
                 if (p > tmpNeed) tmpNeed = p;
             }
+            if (isLargePrime(factors[s]) && p > largest) largest = p;
             m /= p;
+        }
+        if (largest > 0) {
+            // The convolutions' own plan comes first: the chirp tables are made with it.
+            const size_t length = convolutionLength(largest);
+            if (length == 0) {
+                ok = false;
+            } else {
+                if (!preparePlan(convolutionPlan, length, 1, 0, 0)) return false;
+                batch = batchSize(length);
+                tmpNeed = std::max(tmpNeed, length * batch);
+                for (int s = 0; s < count; ++s) {
+                    bool first = true;
+                    for (int t = 0; t < s; ++t) first = first && factors[t] != factors[s];
+                    if (isLargePrime(factors[s]) && first)
+                        rotNeed += static_cast<size_t>(factors[s]) + length;
+                }
+            }
         }
         if (rotHint > rotNeed) rotNeed = rotHint;
         const size_t permSize = permNeed(n > permHint ? n : permHint);
-        ok = grow(scratch.rotRe, scratch.rotIm, scratch.rotCapacity, rotNeed) &&
-             grow(scratch.tmpRe, scratch.tmpIm, scratch.tmpCapacity, tmpNeed) && growPerm(permSize);
+        ok = ok && grow(plan.rotRe, plan.rotIm, plan.rotCapacity, rotNeed) &&
+             grow(plan.tmpRe, plan.tmpIm, plan.tmpCapacity, tmpNeed) && growPerm(plan, permSize);
     }
     if (!ok) {
         fftFreeScratch();
         std::fputs(kMemoryError, stderr);
         return false;
     }
-    for (int s = 0; s < count; ++s) scratch.factors[s] = factors[s];
-    scratch.factors[count] = 0;
-    scratch.factorCount = count;
-    fillRotations(n, sign);
-    buildPermutation(n);
-    buildTiles(n);
-    scratch.length = n;
-    scratch.sign = sign;
+    for (int s = 0; s < count; ++s) plan.factors[s] = factors[s];
+    plan.factors[count] = 0;
+    plan.factorCount = count;
+    plan.chirpBatch = batch;
+    fillRotations(plan, n, sign);
+    buildPermutation(plan, n);
+    buildTiles(plan, n);
+    plan.length = n;
+    plan.sign = sign;
     return true;
 }
 
@@ -695,14 +808,14 @@ void copyTile(double* tile, const double* x, size_t side, size_t rowDistance, si
 }
 
 // One array in one-dimensional order, by the tiles of buildTiles.
-void permuteTiles(double* x, size_t inc) {
-    const size_t side = scratch.tileSide;
-    const size_t rowDistance = side * scratch.tileRows * inc;
+void permuteTiles(const Plan& plan, double* x, size_t inc) {
+    const size_t side = plan.tileSide;
+    const size_t rowDistance = side * plan.tileRows * inc;
     const size_t tileDistance = side * inc;
-    const int* ql = scratch.perm + scratch.tileBase;
+    const int* ql = plan.perm + plan.tileBase;
     const int* qh = ql + side;
     const int* list = qh + side;
-    const size_t count = static_cast<size_t>(scratch.perm + scratch.tileListEnd - list);
+    const size_t count = static_cast<size_t>(plan.perm + plan.tileListEnd - list);
     double first[kMaxTileSide * kMaxTileSide];
     double other[kMaxTileSide * kMaxTileSide];
     size_t c = 0;
@@ -731,15 +844,16 @@ void permuteTiles(double* x, size_t inc) {
 }
 
 // Moves the value at reversedPosition(k) to k along every line of the dimension.
-void permute(double* re, double* im, size_t nt, size_t ks, size_t jc, size_t inc) {
-    if (jc == inc && nt == ks && scratch.tileSide != 0 &&
-        scratch.tileSide * scratch.tileRows * sizeof(double) % kCacheSetSpan == 0) {
-        permuteTiles(re, inc);
-        permuteTiles(im, inc);
+void permute(const Plan& plan, double* re, double* im, size_t nt, size_t ks, size_t jc,
+             size_t inc) {
+    if (jc == inc && nt == ks && plan.tileSide != 0 &&
+        plan.tileSide * plan.tileRows * sizeof(double) % kCacheSetSpan == 0) {
+        permuteTiles(plan, re, inc);
+        permuteTiles(plan, im, inc);
         return;
     }
-    const int* list = scratch.perm;
-    const size_t swapEnd = 2 * scratch.swapCount;
+    const int* list = plan.perm;
+    const size_t swapEnd = 2 * plan.swapCount;
     if (jc == inc && nt == ks) {
         // One line of neighbouring elements: the common one-dimensional case.
         for (size_t c = 0; c < swapEnd; c += 2) {
@@ -766,7 +880,7 @@ void permute(double* re, double* im, size_t nt, size_t ks, size_t jc, size_t inc
             }
         }
     }
-    const size_t count = scratch.permCount;
+    const size_t count = plan.permCount;
     size_t c = swapEnd;
     while (c < count) {
         size_t end = c + 1;
@@ -790,34 +904,86 @@ void permute(double* re, double* im, size_t nt, size_t ks, size_t jc, size_t inc
     }
 }
 
-}  // namespace
-
-int fftradix(double Re[], double Im[], size_t nTotal, size_t nPass, size_t nSpan, int iSign,
-             int maxFactors, int maxPerm) {
-    if (nPass < 2) return 0;
-    if (iSign == 0 || nSpan == 0 || nSpan % nPass != 0 || nTotal % nSpan != 0 ||
-        nPass > static_cast<size_t>(INT_MAX)) {
-        std::fputs(kRadixArgumentError, stderr);
-        return -1;
+// A stage of a large prime factor p. Since 2jq = j^2 + q^2 - (j - q)^2, each butterfly
+//     X_j = sum_q x_q e^(2*pi*i*s*j*q/p) = c_j * sum_q (x_q c_q) conj(c_(j-q))
+// with c_t = e^(i*pi*s*t^2/p): a cyclic convolution, of any length m >= 2p - 1, carried out
+// by transforms of length m. Butterflies that neighbour each other in memory are convolved
+// together, as the rows of a two-dimensional transform.
+void runLargePrime(const Plan& plan, int f, const Pass& a) {
+    const size_t p = static_cast<size_t>(plan.factors[f]);
+    const size_t m = convolutionPlan.length;
+    const double* cr = plan.rotRe + plan.chirpBase[f];
+    const double* ci = plan.rotIm + plan.chirpBase[f];
+    const double* filterRe = cr + p;
+    const double* filterIm = ci + p;
+    const size_t perSequence = a.span / a.inc;
+    for (size_t g = 0; g < a.nt; g += a.kspan) {
+        for (size_t e = 0; e < perSequence; e += plan.chirpBatch) {
+            const size_t batch = std::min(plan.chirpBatch, perSequence - e);
+            double* re = a.re + g + e * a.inc;
+            double* im = a.im + g + e * a.inc;
+            double* rowRe = plan.tmpRe;
+            double* rowIm = plan.tmpIm;
+            for (size_t q = 0; q < p; ++q, rowRe += batch, rowIm += batch) {
+                const double* xr = re + q * a.span;
+                const double* xi = im + q * a.span;
+                for (size_t b = 0; b < batch; ++b) {
+                    const double x = xr[b * a.inc], y = xi[b * a.inc];
+                    rowRe[b] = x * cr[q] - y * ci[q];
+                    rowIm[b] = x * ci[q] + y * cr[q];
+                }
+            }
+            std::fill(rowRe, plan.tmpRe + m * batch, 0.0);
+            std::fill(rowIm, plan.tmpIm + m * batch, 0.0);
+            convolve(plan.tmpRe, plan.tmpIm, batch, plan.sign);
+            rowRe = plan.tmpRe;
+            rowIm = plan.tmpIm;
+            for (size_t k = 0; k < m; ++k, rowRe += batch, rowIm += batch) {
+                for (size_t b = 0; b < batch; ++b) {
+                    const double x = rowRe[b], y = rowIm[b];
+                    rowRe[b] = x * filterRe[k] - y * filterIm[k];
+                    rowIm[b] = x * filterIm[k] + y * filterRe[k];
+                }
+            }
+            convolve(plan.tmpRe, plan.tmpIm, batch, -plan.sign);
+            rowRe = plan.tmpRe;
+            rowIm = plan.tmpIm;
+            for (size_t j = 0; j < p; ++j, rowRe += batch, rowIm += batch) {
+                double* xr = re + j * a.span;
+                double* xi = im + j * a.span;
+                for (size_t b = 0; b < batch; ++b) {
+                    double x = rowRe[b] * cr[j] - rowIm[b] * ci[j];
+                    double y = rowRe[b] * ci[j] + rowIm[b] * cr[j];
+                    if (a.mp > 1 && j > 0) {
+                        // Rotated by w^(j*k) for butterfly k, as the other radices do.
+                        const size_t k = (e + b) * a.inc / a.jc;
+                        const size_t w = rotationIndex(k, p - 1) + 2 * (j - 1);
+                        const double t = x * a.wr[w] - y * a.wi[w];
+                        y = x * a.wi[w] + y * a.wr[w];
+                        x = t;
+                    }
+                    xr[b * a.inc] = x;
+                    xi[b * a.inc] = y;
+                }
+            }
+        }
     }
-    const int sign = iSign < 0 ? -1 : 1;
-    const size_t inc = static_cast<size_t>(iSign < 0 ? -static_cast<long>(iSign) : iSign);
-    if (!preparePlan(nPass, sign, maxFactors > 0 ? static_cast<size_t>(maxFactors) : 0,
-                     maxPerm > 0 ? static_cast<size_t>(maxPerm) : 0))
-        return -1;
+}
 
-    const size_t nt = nTotal * inc;
-    const size_t ks = nSpan * inc;
-    const size_t jc = ks / nPass;
-    const double s = sign;
+// Runs the passes of every factor over one dimension, then the permutation. nt: end of the
+// data, ks: span of the dimension's sequences, jc: distance between their neighbouring
+// elements, inc: distance between neighbouring elements of the array.
+void runPlan(const Plan& plan, double* re, double* im, size_t nt, size_t ks, size_t jc,
+             size_t inc) {
+    const double s = plan.sign;
     const double angle72 = kTwoPi / 5.0;
-    Pass pass{Re, Im, nt, ks, 0, jc, inc, 0, nullptr, nullptr};
-    for (int f = 0; f < scratch.factorCount; ++f) {
-        const int p = scratch.factors[f];
+    Pass pass{re, im, nt, ks, 0, jc, inc, 0, nullptr, nullptr};
+    for (int f = 0; f < plan.factorCount; ++f) {
+        const int p = plan.factors[f];
         pass.span = pass.kspan / static_cast<size_t>(p);
         pass.mp = pass.span / jc;
-        pass.wr = scratch.rotRe + scratch.stageBase[f];
-        pass.wi = scratch.rotIm + scratch.stageBase[f];
+        pass.wr = plan.rotRe + plan.stageBase[f];
+        pass.wi = plan.rotIm + plan.stageBase[f];
         switch (p) {
             case 2:
                 runPass(Radix2{}, pass);
@@ -834,14 +1000,50 @@ int fftradix(double Re[], double Im[], size_t nTotal, size_t nPass, size_t nSpan
                         pass);
                 break;
             default:
-                runPass(OddRadix{static_cast<size_t>(p), scratch.rotRe + scratch.oddBase[f],
-                                 scratch.rotIm + scratch.oddBase[f], scratch.tmpRe, scratch.tmpIm},
-                        pass);
+                if (isLargePrime(p))
+                    runLargePrime(plan, f, pass);
+                else
+                    runPass(OddRadix{static_cast<size_t>(p), plan.rotRe + plan.oddBase[f],
+                                     plan.rotIm + plan.oddBase[f], plan.tmpRe, plan.tmpIm},
+                            pass);
                 break;
         }
         pass.kspan = pass.span;
     }
-    permute(Re, Im, nt, ks, jc, inc);
+    permute(plan, re, im, nt, ks, jc, inc);
+}
+
+void releasePlan(Plan& plan) {
+    std::free(plan.rotRe);
+    std::free(plan.rotIm);
+    std::free(plan.tmpRe);
+    std::free(plan.tmpIm);
+    std::free(plan.perm);
+    plan = Plan();
+}
+
+size_t planBytes(const Plan& plan) {
+    return 2 * (plan.rotCapacity + plan.tmpCapacity) * sizeof(double) +
+           plan.permCapacity * sizeof(int);
+}
+
+}  // namespace
+
+int fftradix(double Re[], double Im[], size_t nTotal, size_t nPass, size_t nSpan, int iSign,
+             int maxFactors, int maxPerm) {
+    if (nPass < 2) return 0;
+    if (iSign == 0 || nSpan == 0 || nSpan % nPass != 0 || nTotal % nSpan != 0 ||
+        nPass > static_cast<size_t>(INT_MAX)) {
+        std::fputs(kRadixArgumentError, stderr);
+        return -1;
+    }
+    const int sign = iSign < 0 ? -1 : 1;
+    const size_t inc = static_cast<size_t>(iSign < 0 ? -static_cast<long>(iSign) : iSign);
+    if (!preparePlan(mainPlan, nPass, sign, maxFactors > 0 ? static_cast<size_t>(maxFactors) : 0,
+                     maxPerm > 0 ? static_cast<size_t>(maxPerm) : 0))
+        return -1;
+
+    runPlan(mainPlan, Re, Im, nTotal * inc, nSpan * inc, nSpan * inc / nPass, inc);
     return 0;
 }
 
@@ -899,15 +1101,10 @@ double fftFrequency(int n, int i) {
 }
 
 void fftFreeScratch() {
-    std::free(scratch.rotRe);
-    std::free(scratch.rotIm);
-    std::free(scratch.tmpRe);
-    std::free(scratch.tmpIm);
-    std::free(scratch.perm);
-    scratch = Scratch();
+    releasePlan(mainPlan);
+    releasePlan(convolutionPlan);
 }
 
 size_t fftScratchSize() {
-    return 2 * (scratch.rotCapacity + scratch.tmpCapacity) * sizeof(double) +
-           scratch.permCapacity * sizeof(int);
+    return planBytes(mainPlan) + planBytes(convolutionPlan);
 }

@@ -6,11 +6,12 @@
 // data held as separate real and imaginary arrays and transformed in place.
 //
 // Lengths are factored into 4s, square roots of square factors and the remaining primes;
-// radix 2, 3, 4 and 5 have butterflies of their own and any other odd prime goes through a
-// general odd-radix butterfly (slower, quadratic in that factor). A length may have at most
-// 11 factors. Rotation tables, the digit-reversal permutation and the odd-radix temporaries
-// live in module-wide scratch memory that only grows, so repeating a transform of the same
-// length allocates nothing. Not thread-safe: one transform at a time.
+// radix 2, 3, 4 and 5 have butterflies of their own, small odd primes go through a general
+// odd-radix butterfly, and large primes through a chirp convolution carried out by transforms
+// of a length of factors 2, 3 and 5, so that every length costs O(n log n). A length may have
+// at most 11 factors. Rotation and chirp tables, the digit-reversal permutation and the
+// temporaries live in module-wide scratch memory that only grows, so repeating a transform of
+// the same length allocates nothing. Not thread-safe: one transform at a time.
 //
 // Failures are written to the standard error stream and reported by a return of -1.
 
