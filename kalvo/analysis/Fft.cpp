@@ -113,7 +113,7 @@ int factorize(size_t n, int factors[]) {
 
 // Odd prime factors up to this go through the general odd-radix butterfly; larger ones,
 // whose butterflies would cost the square of the factor, through a chirp convolution.
-constexpr int kLargestOddRadix = 40;
+constexpr int kLargestOddRadix = 50;
 
 bool isGeneralOdd(int p) {
     return p > 5 && p <= kLargestOddRadix;
