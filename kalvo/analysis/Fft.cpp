@@ -1,6 +1,7 @@
 #include "kalvo/analysis/Fft.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cmath>
 #include <cstdint>
@@ -8,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 // The transform is decimation in frequency: each factor p of the length, in the order of the
 // factor list, splits every sub-sequence of the current span into p interleaved ones with a
@@ -50,6 +52,11 @@ struct Plan {
     int sign = 0;
     int factors[kMaxFactors + 1] = {};
     int factorCount = 0;
+    // The passes over the data: pass t runs factor stageFirst[t], or with stageSize[t] = 2
+    // that one and the next at once (see Radix), with its rotations at stageBase[t].
+    int stageFirst[kMaxFactors] = {};
+    int stageSize[kMaxFactors] = {};
+    int stageCount = 0;
     size_t stageBase[kMaxFactors] = {};
     size_t oddBase[kMaxFactors] = {};
     size_t chirpBase[kMaxFactors] = {};
@@ -312,15 +319,18 @@ void buildTiles(Plan& plan, size_t n) {
 }
 
 // Where the rotations of butterfly k of a stage with p - 1 rotations per butterfly begin.
-// Two neighbouring butterflies interleave theirs, so that a pass reads one stream of
-// rotations in each table, and rotation j of butterfly k lies at rotationIndex(k) + 2 * (j - 1).
+// Every kInterleave neighbouring butterflies interleave theirs, so that a pass reads one
+// stream of rotations in each table, a vector of them at a time, and rotation j of butterfly
+// k lies at rotationIndex(k) + kInterleave * (j - 1).
+constexpr size_t kInterleave = 4;
+
 inline size_t rotationIndex(size_t k, size_t perButterfly) {
-    return (k & ~size_t{1}) * perButterfly + (k & 1);
+    return (k & ~(kInterleave - 1)) * perButterfly + (k & (kInterleave - 1));
 }
 
 // Table entries of a stage of radix p with mp butterflies per sub-sequence.
 size_t stageTableSize(size_t p, size_t mp) {
-    return (p - 1) * (mp + (mp & 1));
+    return (p - 1) * ((mp + kInterleave - 1) & ~(kInterleave - 1));
 }
 
 Plan mainPlan;
@@ -370,31 +380,59 @@ size_t fillChirp(double* re, double* im, size_t p, int sign) {
     return p + m;
 }
 
+// Groups the factor list into passes: a 2 runs together with a neighbouring factor of 5 or
+// less.
+void groupStages(Plan& plan) {
+    int t = 0;
+    for (int f = 0; f < plan.factorCount; ++t) {
+        const int a = plan.factors[f];
+        const int b = plan.factors[f + 1];  // 0 after the last
+        const bool fuse = b != 0 && a <= 5 && b <= 5 && (a == 2 || b == 2);
+        plan.stageFirst[t] = f;
+        plan.stageSize[t] = fuse ? 2 : 1;
+        f += plan.stageSize[t];
+    }
+    plan.stageCount = t;
+}
+
+size_t stageRadix(const Plan& plan, int t) {
+    const int f = plan.stageFirst[t];
+    return static_cast<size_t>(plan.factors[f]) *
+           static_cast<size_t>(plan.stageSize[t] == 2 ? plan.factors[f + 1] : 1);
+}
+
+// A large prime's chirp tables serve every place it has in the factor list.
+bool isFirstOf(const Plan& plan, int f) {
+    for (int e = 0; e < f; ++e)
+        if (plan.factors[e] == plan.factors[f]) return false;
+    return true;
+}
+
 void fillRotations(Plan& plan, size_t n, int sign) {
     size_t m = n;
     size_t base = 0;
-    for (int s = 0; s < plan.factorCount; ++s) {
-        const size_t p = static_cast<size_t>(plan.factors[s]);
+    for (int t = 0; t < plan.stageCount; ++t) {
+        const size_t p = stageRadix(plan, t);
         const size_t mp = m / p;
-        plan.stageBase[s] = base;
-        if (s + 1 < plan.factorCount) {
+        plan.stageBase[t] = base;
+        if (t + 1 < plan.stageCount) {
             const double step = sign * kTwoPi / static_cast<double>(m);
             for (size_t k = 0; k < mp; ++k) {
                 const size_t at = base + rotationIndex(k, p - 1);
                 for (size_t j = 1; j < p; ++j) {
                     const double angle = step * static_cast<double>(j * k);
-                    plan.rotRe[at + 2 * (j - 1)] = std::cos(angle);
-                    plan.rotIm[at + 2 * (j - 1)] = std::sin(angle);
+                    plan.rotRe[at + kInterleave * (j - 1)] = std::cos(angle);
+                    plan.rotIm[at + kInterleave * (j - 1)] = std::sin(angle);
                 }
             }
             base += stageTableSize(p, mp);
         }
         m = mp;
     }
-    for (int s = 0; s < plan.factorCount; ++s) {
-        const int p = plan.factors[s];
+    for (int f = 0; f < plan.factorCount; ++f) {
+        const int p = plan.factors[f];
         if (!isGeneralOdd(p)) continue;
-        plan.oddBase[s] = base;
+        plan.oddBase[f] = base;
         const double step = sign * kTwoPi / p;
         for (int t = 0; t < p; ++t) {
             plan.rotRe[base + t] = std::cos(step * t);
@@ -402,17 +440,16 @@ void fillRotations(Plan& plan, size_t n, int sign) {
         }
         base += static_cast<size_t>(p);
     }
-    for (int s = 0; s < plan.factorCount; ++s) {
-        const int p = plan.factors[s];
+    for (int f = 0; f < plan.factorCount; ++f) {
+        const int p = plan.factors[f];
         if (!isLargePrime(p)) continue;
-        int same = 0;
-        while (plan.factors[same] != p) ++same;
-        if (same < s) {
-            plan.chirpBase[s] = plan.chirpBase[same];
-            continue;
+        if (isFirstOf(plan, f)) {
+            plan.chirpBase[f] = base;
+            base += fillChirp(plan.rotRe + base, plan.rotIm + base, static_cast<size_t>(p), sign);
+        } else {
+            for (int e = 0; e < f; ++e)
+                if (plan.factors[e] == p) plan.chirpBase[f] = plan.chirpBase[e];
         }
-        plan.chirpBase[s] = base;
-        base += fillChirp(plan.rotRe + base, plan.rotIm + base, static_cast<size_t>(p), sign);
     }
     plan.rotUsed = base;
 }
@@ -427,8 +464,7 @@ bool preparePlan(Plan& plan, size_t n, int sign, size_t rotHint, size_t permHint
         return true;
     }
     plan.length = 0;
-    int factors[kMaxFactors + 1];
-    const int count = factorize(n, factors);
+    const int count = factorize(n, plan.factors);
     bool ok = count > 0;
     if (!ok) std::fputs(kFactorError, stderr);
 
@@ -436,17 +472,23 @@ bool preparePlan(Plan& plan, size_t n, int sign, size_t rotHint, size_t permHint
     size_t tmpNeed = 0;
     size_t batch = 0;
     if (ok) {
+        plan.factors[count] = 0;
+        plan.factorCount = count;
+        groupStages(plan);
         size_t m = n;
-        size_t largest = 0;
-        for (int s = 0; s < count; ++s) {
-            const size_t p = static_cast<size_t>(factors[s]);
-            if (s + 1 < count) rotNeed += stageTableSize(p, m / p);
-            if (isGeneralOdd(factors[s])) {
-                rotNeed += p;
-                if (p > tmpNeed) tmpNeed = p;
-            }
-            if (isLargePrime(factors[s]) && p > largest) largest = p;
+        for (int t = 0; t + 1 < plan.stageCount; ++t) {
+            const size_t p = stageRadix(plan, t);
+            rotNeed += stageTableSize(p, m / p);
             m /= p;
+        }
+        size_t largest = 0;
+        for (int f = 0; f < count; ++f) {
+            const size_t p = static_cast<size_t>(plan.factors[f]);
+            if (isGeneralOdd(plan.factors[f])) {
+                rotNeed += p;
+                tmpNeed = std::max(tmpNeed, p);
+            }
+            if (isLargePrime(plan.factors[f])) largest = std::max(largest, p);
         }
         if (largest > 0) {
             // The convolutions' own plan comes first: the chirp tables are made with it.
@@ -457,12 +499,9 @@ bool preparePlan(Plan& plan, size_t n, int sign, size_t rotHint, size_t permHint
                 if (!preparePlan(convolutionPlan, length, 1, 0, 0)) return false;
                 batch = batchSize(length);
                 tmpNeed = std::max(tmpNeed, length * batch);
-                for (int s = 0; s < count; ++s) {
-                    bool first = true;
-                    for (int t = 0; t < s; ++t) first = first && factors[t] != factors[s];
-                    if (isLargePrime(factors[s]) && first)
-                        rotNeed += static_cast<size_t>(factors[s]) + length;
-                }
+                for (int f = 0; f < count; ++f)
+                    if (isLargePrime(plan.factors[f]) && isFirstOf(plan, f))
+                        rotNeed += static_cast<size_t>(plan.factors[f]) + length;
             }
         }
         if (rotHint > rotNeed) rotNeed = rotHint;
@@ -475,9 +514,6 @@ bool preparePlan(Plan& plan, size_t n, int sign, size_t rotHint, size_t permHint
         std::fputs(kMemoryError, stderr);
         return false;
     }
-    for (int s = 0; s < count; ++s) plan.factors[s] = factors[s];
-    plan.factors[count] = 0;
-    plan.factorCount = count;
     plan.chirpBatch = batch;
     fillRotations(plan, n, sign);
     buildPermutation(plan, n);
@@ -488,183 +524,259 @@ bool preparePlan(Plan& plan, size_t n, int sign, size_t rotHint, size_t permHint
 }
 
 // ---------------------------------------------------------------------------------------
-// Butterflies. A kernel's butterfly() computes one butterfly with V = double, or two
-// neighbouring ones at once with V = Pair (two doubles in one vector register). Its p points
-// start at data index k0 and lie `span` apart. With rotations (Rotate), output j > 0 is
-// multiplied by the rotation at wr/wi[w + 2 * (j - 1)]; for a pair that is two neighbouring
-// rotations, or one shared by both butterflies (Shared).
+// Butterflies. A kernel's butterfly() computes one butterfly with V = double, or two or four
+// neighbouring ones at once with V = Pair or Quad (doubles side by side in one vector
+// register). Its p points start at data index k0 and lie `span` apart. With rotations
+// (Rotate), output j > 0 is multiplied by the rotation at wr/wi[w + kInterleave * (j - 1)];
+// for a vector that is as many neighbouring rotations, or one shared by all its butterflies
+// (Shared).
 
 typedef double Pair __attribute__((vector_size(16)));
-
-using Unit = std::integral_constant<size_t, 1>;
-using Zero = std::integral_constant<size_t, 0>;
+// Only used in functions compiled for processors with AVX2 (see runSmallRadix).
+typedef double Quad __attribute__((vector_size(32)));
 
 template <class V>
-inline V load(const double* p) {
+constexpr size_t kLanes = sizeof(V) / sizeof(double);
+
+// Distance between the lanes of a vector: Unit where neighbouring butterflies sit side by
+// side, or a size_t where they lie further apart (the last pass, strided data), when a vector
+// is gathered from its lanes.
+using Unit = std::integral_constant<size_t, 1>;
+
+// Vectors go in and out by reference: a Quad passed by value would change the calling
+// convention between the code compiled with and without AVX.
+template <class V, class Lane>
+[[gnu::always_inline]] inline void load(V& v, const double* p, Lane lane) {
     if constexpr (std::is_same_v<V, double>) {
-        return *p;
-    } else {
-        V v;
+        v = *p;
+    } else if constexpr (std::is_same_v<Lane, Unit>) {
         std::memcpy(&v, p, sizeof v);
-        return v;
+    } else if constexpr (kLanes<V> == 2) {
+        v = V{p[0], p[lane]};
+    } else {
+        v = V{p[0], p[lane], p[2 * lane], p[3 * lane]};
     }
 }
 
-template <class V>
-inline void store(double* p, V v) {
-    if constexpr (std::is_same_v<V, double>)
+template <class V, class Lane>
+[[gnu::always_inline]] inline void store(double* p, const V& v, Lane lane) {
+    if constexpr (std::is_same_v<V, double>) {
         *p = v;
-    else
+    } else if constexpr (std::is_same_v<Lane, Unit>) {
         std::memcpy(p, &v, sizeof v);
+    } else {
+        for (size_t l = 0; l < kLanes<V>; ++l) p[l * lane] = v[l];
+    }
 }
 
-template <class V, bool Shared>
-inline V loadRotation(const double* p) {
+template <bool Shared, class V>
+[[gnu::always_inline]] inline void loadRotation(V& v, const double* p) {
     if constexpr (std::is_same_v<V, double> || !Shared)
-        return load<V>(p);
+        load(v, p, Unit());
     else
-        return V{*p, *p};
+        v = *p - V{};  // every lane; subtracting zero keeps a negative zero
 }
 
-template <class V, bool Shared>
-inline void rotateStore(double* __restrict re, double* __restrict im, size_t k, V xr, V xi,
-                        const double* __restrict wr, const double* __restrict wi, size_t w) {
-    const V c = loadRotation<V, Shared>(wr + w);
-    const V s = loadRotation<V, Shared>(wi + w);
-    store(re + k, xr * c - xi * s);
-    store(im + k, xr * s + xi * c);
+template <bool Shared, class V, class Lane>
+[[gnu::always_inline]] inline void rotateStore(double* __restrict re, double* __restrict im,
+                                               size_t k, const V& xr, const V& xi,
+                                               const double* __restrict wr,
+                                               const double* __restrict wi, size_t w, Lane lane) {
+    V c, s;
+    loadRotation<Shared>(c, wr + w);
+    loadRotation<Shared>(s, wi + w);
+    const V yr = xr * c - xi * s;
+    const V yi = xr * s + xi * c;
+    store(re + k, yr, lane);
+    store(im + k, yi, lane);
 }
 
 #define FFT_BUTTERFLY_ARGS                                                \
     double *__restrict re, double *__restrict im, size_t k0, size_t span, \
-        const double *__restrict wr, const double *__restrict wi, size_t w
+        const double *__restrict wr, const double *__restrict wi, size_t w, Lane lane
 
-struct Radix2 {
-    static constexpr bool kPairs = true;
-    static constexpr size_t rotationCount() { return 1; }
+// Calls f(integral_constant<size_t, i>) for i = 0 .. N - 1, so that the indices are constants
+// and the small arrays of a butterfly stay in registers.
+template <size_t N, class F>
+inline void forEach(F&& f) {
+    [&]<size_t... I>(std::index_sequence<I...>) {
+        (f(std::integral_constant<size_t, I>()), ...);
+    }(std::make_index_sequence<N>());
+}
 
-    template <class V, bool Rotate, bool Shared>
-    void butterfly(FFT_BUTTERFLY_ARGS) const {
-        const size_t k1 = k0 + span;
-        const V ar = load<V>(re + k0), ai = load<V>(im + k0);
-        const V br = load<V>(re + k1), bi = load<V>(im + k1);
-        store(re + k0, ar + br);
-        store(im + k0, ai + bi);
-        if constexpr (Rotate) {
-            rotateStore<V, Shared>(re, im, k1, ar - br, ai - bi, wr, wi, w);
-        } else {
-            store(re + k1, ar - br);
-            store(im + k1, ai - bi);
-        }
-    }
-};
-
-struct Radix3 {
-    static constexpr bool kPairs = true;
-    static constexpr size_t rotationCount() { return 2; }
-    double s120;  // sin 120 degrees, signed with the direction
-
-    template <class V, bool Rotate, bool Shared>
-    void butterfly(FFT_BUTTERFLY_ARGS) const {
-        const size_t k1 = k0 + span;
-        const size_t k2 = k1 + span;
-        const V r1 = load<V>(re + k1), i1 = load<V>(im + k1);
-        const V r2 = load<V>(re + k2), i2 = load<V>(im + k2);
-        const V sr = r1 + r2, si = i1 + i2;
-        const V dr = s120 * (r1 - r2), di = s120 * (i1 - i2);
-        const V ar = load<V>(re + k0), ai = load<V>(im + k0);
-        store(re + k0, ar + sr);
-        store(im + k0, ai + si);
-        const V tr = ar - 0.5 * sr, ti = ai - 0.5 * si;
-        if constexpr (Rotate) {
-            rotateStore<V, Shared>(re, im, k1, tr - di, ti + dr, wr, wi, w);
-            rotateStore<V, Shared>(re, im, k2, tr + di, ti - dr, wr + 2, wi + 2, w);
-        } else {
-            store(re + k1, tr - di);
-            store(im + k1, ti + dr);
-            store(re + k2, tr + di);
-            store(im + k2, ti - dr);
-        }
-    }
-};
-
-struct Radix4 {
-    static constexpr bool kPairs = true;
-    static constexpr size_t rotationCount() { return 3; }
+// Constants of the small transforms, signed with the direction.
+struct SmallDft {
+    static constexpr size_t kMaxFused = 10;
     double sign;  // +1 or -1: multiplying by sign * i is the quarter turn
+    double s120;  // sin 120 degrees
+    double c72, s72, c144, s144;
+    // e^(i * sign * 2 * pi * t / P) for the rotations inside a fused pass of P points.
+    double cosP[kMaxFused], sinP[kMaxFused];
 
-    template <class V, bool Rotate, bool Shared>
-    void butterfly(FFT_BUTTERFLY_ARGS) const {
-        const size_t k1 = k0 + span;
-        const size_t k2 = k1 + span;
-        const size_t k3 = k2 + span;
-        const V r0 = load<V>(re + k0), i0 = load<V>(im + k0);
-        const V r1 = load<V>(re + k1), i1 = load<V>(im + k1);
-        const V r2 = load<V>(re + k2), i2 = load<V>(im + k2);
-        const V r3 = load<V>(re + k3), i3 = load<V>(im + k3);
-        const V s02r = r0 + r2, s02i = i0 + i2, d02r = r0 - r2, d02i = i0 - i2;
-        const V s13r = r1 + r3, s13i = i1 + i3;
-        const V d13r = sign * (r1 - r3), d13i = sign * (i1 - i3);
-        store(re + k0, s02r + s13r);
-        store(im + k0, s02i + s13i);
-        if constexpr (Rotate) {
-            rotateStore<V, Shared>(re, im, k1, d02r - d13i, d02i + d13r, wr, wi, w);
-            rotateStore<V, Shared>(re, im, k2, s02r - s13r, s02i - s13i, wr + 2, wi + 2, w);
-            rotateStore<V, Shared>(re, im, k3, d02r + d13i, d02i - d13r, wr + 4, wi + 4, w);
-        } else {
-            store(re + k1, d02r - d13i);
-            store(im + k1, d02i + d13r);
-            store(re + k2, s02r - s13r);
-            store(im + k2, s02i - s13i);
-            store(re + k3, d02r + d13i);
-            store(im + k3, d02i - d13r);
+    // Computed once for each direction and P.
+    static const SmallDft& of(int direction, size_t fused) {
+        static const auto tables = [] {
+            std::array<std::array<SmallDft, kMaxFused + 1>, 2> t{};
+            for (int d = 0; d < 2; ++d)
+                for (size_t p = 1; p <= kMaxFused; ++p) t[d][p] = SmallDft(d ? 1 : -1, p);
+            return t;
+        }();
+        return tables[direction > 0][fused];
+    }
+
+    SmallDft() = default;
+
+    SmallDft(int direction, size_t fused) : sign(direction) {
+        const double angle72 = kTwoPi / 5.0;
+        s120 = sign * std::sqrt(0.75);
+        c72 = std::cos(angle72);
+        s72 = sign * std::sin(angle72);
+        c144 = std::cos(2 * angle72);
+        s144 = sign * std::sin(2 * angle72);
+        for (size_t t = 0; t < fused; ++t) {
+            const double angle = kTwoPi * static_cast<double>(t) / static_cast<double>(fused);
+            cosP[t] = std::cos(angle);
+            sinP[t] = sign * std::sin(angle);
         }
     }
 };
 
-struct Radix5 {
-    static constexpr bool kPairs = true;
-    static constexpr size_t rotationCount() { return 4; }
-    double c72, s72, c144, s144;  // sines signed with the direction
+// The P-point transform of x in place, outputs in natural order.
+template <size_t P, class V>
+[[gnu::always_inline]] inline void dft(const SmallDft& c, V* xr, V* xi) {
+    if constexpr (P == 2) {
+        const V r = xr[0] - xr[1], i = xi[0] - xi[1];
+        xr[0] += xr[1];
+        xi[0] += xi[1];
+        xr[1] = r;
+        xi[1] = i;
+    } else if constexpr (P == 3) {
+        const V sr = xr[1] + xr[2], si = xi[1] + xi[2];
+        const V dr = c.s120 * (xr[1] - xr[2]), di = c.s120 * (xi[1] - xi[2]);
+        const V tr = xr[0] - 0.5 * sr, ti = xi[0] - 0.5 * si;
+        xr[0] += sr;
+        xi[0] += si;
+        xr[1] = tr - di;
+        xi[1] = ti + dr;
+        xr[2] = tr + di;
+        xi[2] = ti - dr;
+    } else if constexpr (P == 4) {
+        const V s02r = xr[0] + xr[2], s02i = xi[0] + xi[2];
+        const V d02r = xr[0] - xr[2], d02i = xi[0] - xi[2];
+        const V s13r = xr[1] + xr[3], s13i = xi[1] + xi[3];
+        const V d13r = c.sign * (xr[1] - xr[3]), d13i = c.sign * (xi[1] - xi[3]);
+        xr[0] = s02r + s13r;
+        xi[0] = s02i + s13i;
+        xr[1] = d02r - d13i;
+        xi[1] = d02i + d13r;
+        xr[2] = s02r - s13r;
+        xi[2] = s02i - s13i;
+        xr[3] = d02r + d13i;
+        xi[3] = d02i - d13r;
+    } else {
+        static_assert(P == 5);
+        const V ar = xr[0], ai = xi[0];
+        const V s14r = xr[1] + xr[4], s14i = xi[1] + xi[4];
+        const V d14r = xr[1] - xr[4], d14i = xi[1] - xi[4];
+        const V s23r = xr[2] + xr[3], s23i = xi[2] + xi[3];
+        const V d23r = xr[2] - xr[3], d23i = xi[2] - xi[3];
+        const V a1r = ar + c.c72 * s14r + c.c144 * s23r;
+        const V a1i = ai + c.c72 * s14i + c.c144 * s23i;
+        const V a2r = ar + c.c144 * s14r + c.c72 * s23r;
+        const V a2i = ai + c.c144 * s14i + c.c72 * s23i;
+        const V b1r = c.s72 * d14r + c.s144 * d23r;
+        const V b1i = c.s72 * d14i + c.s144 * d23i;
+        const V b2r = c.s144 * d14r - c.s72 * d23r;
+        const V b2i = c.s144 * d14i - c.s72 * d23i;
+        xr[0] = ar + s14r + s23r;
+        xi[0] = ai + s14i + s23i;
+        xr[1] = a1r - b1i;
+        xi[1] = a1i + b1r;
+        xr[2] = a2r - b2i;
+        xi[2] = a2i + b2r;
+        xr[3] = a2r + b2i;
+        xi[3] = a2i - b2r;
+        xr[4] = a1r + b1i;
+        xi[4] = a1i - b1r;
+    }
+}
 
-    template <class V, bool Rotate, bool Shared>
-    void butterfly(FFT_BUTTERFLY_ARGS) const {
-        const size_t k1 = k0 + span;
-        const size_t k2 = k1 + span;
-        const size_t k3 = k2 + span;
-        const size_t k4 = k3 + span;
-        const V ar = load<V>(re + k0), ai = load<V>(im + k0);
-        const V r1 = load<V>(re + k1), i1 = load<V>(im + k1);
-        const V r2 = load<V>(re + k2), i2 = load<V>(im + k2);
-        const V r3 = load<V>(re + k3), i3 = load<V>(im + k3);
-        const V r4 = load<V>(re + k4), i4 = load<V>(im + k4);
-        const V s14r = r1 + r4, s14i = i1 + i4, d14r = r1 - r4, d14i = i1 - i4;
-        const V s23r = r2 + r3, s23i = i2 + i3, d23r = r2 - r3, d23i = i2 - i3;
-        store(re + k0, ar + s14r + s23r);
-        store(im + k0, ai + s14i + s23i);
-        const V a1r = ar + c72 * s14r + c144 * s23r;
-        const V a1i = ai + c72 * s14i + c144 * s23i;
-        const V a2r = ar + c144 * s14r + c72 * s23r;
-        const V a2i = ai + c144 * s14i + c72 * s23i;
-        const V b1r = s72 * d14r + s144 * d23r;
-        const V b1i = s72 * d14i + s144 * d23i;
-        const V b2r = s144 * d14r - s72 * d23r;
-        const V b2i = s144 * d14i - s72 * d23i;
-        if constexpr (Rotate) {
-            rotateStore<V, Shared>(re, im, k1, a1r - b1i, a1i + b1r, wr, wi, w);
-            rotateStore<V, Shared>(re, im, k2, a2r - b2i, a2i + b2r, wr + 2, wi + 2, w);
-            rotateStore<V, Shared>(re, im, k3, a2r + b2i, a2i - b2r, wr + 4, wi + 4, w);
-            rotateStore<V, Shared>(re, im, k4, a1r + b1i, a1i - b1r, wr + 6, wi + 6, w);
+// The pass of factor A of the factor list, or with B > 1 the passes of the neighbouring
+// factors A and then B at once: an A*B-point butterfly that leaves every value where the
+// two passes would. With x_q at q = q2 + B*q1, output r = j1 + A*j2 is
+//     sum_q x_q e^(2*pi*i*s*q*r/(A*B)),
+// taken as A-point transforms over q1, rotations by e^(2*pi*i*s*j1*q2/(A*B)) and B-point
+// transforms over q2; it goes to slot B*j1 + j2 with the rotation of output r of a stage of
+// radix A*B. Fusing spares a pass over the data, which matters most for the radix-2 passes.
+//
+// With Natural, the last pass runs after the permutation (see runPlan), which has put x_q at
+// point q1 + A*q2 and wants output r at point r.
+template <size_t A, size_t B, bool Natural = false>
+struct Radix {
+    static constexpr bool kPairs = true;
+    static constexpr size_t P = A * B;
+    static constexpr size_t rotationCount() { return P - 1; }
+    const SmallDft& c;
+
+    explicit Radix(int sign) : c(SmallDft::of(sign, P)) {}
+
+    // Flattened, so that the small arrays live in registers rather than memory.
+    template <class V, bool Rotate, bool Shared, class Lane>
+    [[gnu::always_inline, gnu::flatten]] inline void butterfly(FFT_BUTTERFLY_ARGS) const {
+        V xr[P], xi[P];
+        forEach<P>([&](auto q) {
+            constexpr size_t point = Natural ? q / B + A * (q % B) : q;
+            load(xr[q], re + k0 + point * span, lane);
+            load(xi[q], im + k0 + point * span, lane);
+        });
+        if constexpr (B == 1) {
+            dft<A>(c, xr, xi);
         } else {
-            store(re + k1, a1r - b1i);
-            store(im + k1, a1i + b1r);
-            store(re + k2, a2r - b2i);
-            store(im + k2, a2i + b2r);
-            store(re + k3, a2r + b2i);
-            store(im + k3, a2i - b2r);
-            store(re + k4, a1r + b1i);
-            store(im + k4, a1i - b1r);
+            V yr[P], yi[P];  // slot j1 * B + q2
+            forEach<B>([&](auto q2) {
+                V ur[A], ui[A];
+                forEach<A>([&](auto q1) {
+                    ur[q1] = xr[q2 + B * q1];
+                    ui[q1] = xi[q2 + B * q1];
+                });
+                dft<A>(c, ur, ui);
+                forEach<A>([&](auto j1) {
+                    constexpr size_t t = j1 * q2 % P;
+                    V vr = ur[j1], vi = ui[j1];
+                    if constexpr (4 * t == P) {
+                        vr = -c.sign * ui[j1];
+                        vi = c.sign * ur[j1];
+                    } else if constexpr (2 * t == P) {
+                        vr = -vr;
+                        vi = -vi;
+                    } else if constexpr (4 * t == 3 * P) {
+                        vr = c.sign * ui[j1];
+                        vi = -c.sign * ur[j1];
+                    } else if constexpr (t != 0) {
+                        vr = ur[j1] * c.cosP[t] - ui[j1] * c.sinP[t];
+                        vi = ur[j1] * c.sinP[t] + ui[j1] * c.cosP[t];
+                    }
+                    yr[j1 * B + q2] = vr;
+                    yi[j1 * B + q2] = vi;
+                });
+            });
+            forEach<A>([&](auto j1) { dft<B>(c, yr + j1 * B, yi + j1 * B); });
+            forEach<P>([&](auto s) {
+                xr[s] = yr[s];
+                xi[s] = yi[s];
+            });
         }
+        forEach<P>([&](auto s) {
+            constexpr size_t r = s / B + A * (s % B);
+            const size_t k = k0 + (Natural ? r : s) * span;
+            if constexpr (Rotate && r > 0) {
+                rotateStore<Shared>(re, im, k, xr[s], xi[s], wr + kInterleave * (r - 1),
+                                       wi + kInterleave * (r - 1), w, lane);
+            } else {
+                store(re + k, xr[s], lane);
+                store(im + k, xi[s], lane);
+            }
+        });
     }
 };
 
@@ -679,7 +791,7 @@ struct OddRadix {
     double* sumRe;  // pair sums at [q], differences at [p - q], q = 1 .. (p-1)/2
     double* sumIm;
 
-    template <class V, bool Rotate, bool Shared>
+    template <class V, bool Rotate, bool Shared, class Lane>
     void butterfly(FFT_BUTTERFLY_ARGS) const {
         static_assert(std::is_same_v<V, double>);
         const size_t half = (p - 1) / 2;
@@ -711,10 +823,12 @@ struct OddRadix {
             const size_t kj = k0 + j * span;
             const size_t kr = k0 + (p - j) * span;
             if constexpr (Rotate) {
-                rotateStore<double, Shared>(re, im, kj, xr - zi, xi + zr, wr + 2 * (j - 1),
-                                            wi + 2 * (j - 1), w);
-                rotateStore<double, Shared>(re, im, kr, xr + zi, xi - zr, wr + 2 * (p - j - 1),
-                                            wi + 2 * (p - j - 1), w);
+                rotateStore<Shared>(re, im, kj, xr - zi, xi + zr,
+                                            wr + kInterleave * (j - 1), wi + kInterleave * (j - 1),
+                                            w, lane);
+                rotateStore<Shared>(re, im, kr, xr + zi, xi - zr,
+                                            wr + kInterleave * (p - j - 1),
+                                            wi + kInterleave * (p - j - 1), w, lane);
             } else {
                 re[kj] = xr - zi;
                 im[kj] = xi + zr;
@@ -727,22 +841,28 @@ struct OddRadix {
 
 #undef FFT_BUTTERFLY_ARGS
 
-// Runs `count` butterflies, butterfly i starting at data index i * step; two at a time where
-// neighbouring butterflies sit side by side. Each butterfly has its own rotations (see
-// rotationIndex), or with Shared all of them use those at wr/wi[0].
-template <bool Rotate, bool Shared, class Kernel, class Step>
+// Runs `count` butterflies, butterfly i starting at data index i * step; where the kernel
+// allows it, as many at a time as a Wide vector holds, then two at a time. Each butterfly
+// has its own rotations (see rotationIndex), or with Shared all of them use those at wr/wi[0].
+template <class Wide, bool Rotate, bool Shared, class Kernel, class Step>
 void runButterflies(const Kernel& kernel, double* re, double* im, size_t count, Step step,
                     size_t span, const double* wr, const double* wi) {
     const size_t perButterfly = kernel.rotationCount();
+    auto rotations = [&](size_t i) { return Shared ? 0 : rotationIndex(i, perButterfly); };
     size_t i = 0;
-    if constexpr (Kernel::kPairs && std::is_same_v<Step, Unit>) {
+    if constexpr (Kernel::kPairs) {
+        if constexpr (kLanes<Wide> > 2) {
+            for (; i + kLanes<Wide> <= count; i += kLanes<Wide>)
+                kernel.template butterfly<Wide, Rotate, Shared>(re, im, i * step, span, wr, wi,
+                                                                rotations(i), step);
+        }
         for (; i + 2 <= count; i += 2)
-            kernel.template butterfly<Pair, Rotate, Shared>(re, im, i, span, wr, wi,
-                                                            Shared ? 0 : i * perButterfly);
+            kernel.template butterfly<Pair, Rotate, Shared>(re, im, i * step, span, wr, wi,
+                                                            rotations(i), step);
     }
     for (; i < count; ++i)
-        kernel.template butterfly<double, Rotate, Shared>(
-            re, im, i * step, span, wr, wi, Shared ? 0 : rotationIndex(i, perButterfly));
+        kernel.template butterfly<double, Rotate, Shared>(re, im, i * step, span, wr, wi,
+                                                          rotations(i), step);
 }
 
 // Geometry of one pass, in array indices (strides already multiplied by |iSign|).
@@ -759,42 +879,106 @@ struct Pass {
     const double* wi;
 };
 
-template <class Kernel, class Step>
+template <class Wide, class Kernel, class Step>
 void runPass(const Kernel& kernel, const Pass& a, Step step) {
-    if (a.mp == 1) {
-        // Last pass: no rotations.
-        if (a.jc == a.inc) {
-            runButterflies<false, true>(kernel, a.re, a.im, a.nt / a.kspan, a.kspan, a.span,
-                                        nullptr, nullptr);
+    if (a.wr == nullptr) {
+        // The last pass: no rotations.
+        if (a.span == a.inc) {
+            // One butterfly in each sub-sequence: run across them.
+            runButterflies<Wide, false, true>(kernel, a.re, a.im, a.nt / a.kspan, a.kspan,
+                                              a.span, nullptr, nullptr);
         } else {
             for (size_t g = 0; g < a.nt; g += a.kspan)
-                runButterflies<false, true>(kernel, a.re + g, a.im + g, a.jc / a.inc, step, a.span,
-                                            nullptr, nullptr);
+                runButterflies<Wide, false, true>(kernel, a.re + g, a.im + g, a.span / a.inc, step,
+                                                  a.span, nullptr, nullptr);
         }
     } else if (a.jc == a.inc) {
         // Elements of the dimension are neighbours: run along the butterflies of each
         // sub-sequence, rotations in step.
         for (size_t g = 0; g < a.nt; g += a.kspan)
-            runButterflies<true, false>(kernel, a.re + g, a.im + g, a.mp, step, a.span, a.wr, a.wi);
+            runButterflies<Wide, true, false>(kernel, a.re + g, a.im + g, a.mp, step, a.span, a.wr, a.wi);
     } else {
         // A later dimension: run along the earlier dimensions, which share each rotation.
         for (size_t g = 0; g < a.nt; g += a.kspan) {
             for (size_t k = 0; k < a.mp; ++k) {
                 const size_t w = rotationIndex(k, kernel.rotationCount());
-                runButterflies<true, true>(kernel, a.re + g + k * a.jc, a.im + g + k * a.jc,
+                runButterflies<Wide, true, true>(kernel, a.re + g + k * a.jc, a.im + g + k * a.jc,
                                            a.jc / a.inc, step, a.span, a.wr + w, a.wi + w);
             }
         }
     }
 }
 
-template <class Kernel>
+template <class Wide, class Kernel>
 void runPass(const Kernel& kernel, const Pass& a) {
     if (a.inc == 1)
-        runPass(kernel, a, Unit());
+        runPass<Wide>(kernel, a, Unit());
     else
-        runPass(kernel, a, a.inc);
+        runPass<Wide>(kernel, a, a.inc);
 }
+
+// Runs the pass of a stage of the factors a and b (b = 1: a alone) when both are 5 or less;
+// returns false for any other stage. Natural: the last pass, after the permutation.
+template <class Wide>
+bool runSmallRadix(int a, int b, int sign, const Pass& pass, bool natural) {
+    switch (16 * a + b) {
+        // clang-format off
+        case 16 * 2 + 1: runPass<Wide>(Radix<2, 1>(sign), pass); return true;
+        case 16 * 3 + 1: runPass<Wide>(Radix<3, 1>(sign), pass); return true;
+        case 16 * 4 + 1: runPass<Wide>(Radix<4, 1>(sign), pass); return true;
+        case 16 * 5 + 1: runPass<Wide>(Radix<5, 1>(sign), pass); return true;
+        // clang-format on
+        default: break;
+    }
+    if (natural) {
+        switch (16 * a + b) {
+            // clang-format off
+            case 16 * 2 + 2: runPass<Wide>(Radix<2, 2, true>(sign), pass); return true;
+            case 16 * 2 + 3: runPass<Wide>(Radix<2, 3, true>(sign), pass); return true;
+            case 16 * 3 + 2: runPass<Wide>(Radix<3, 2, true>(sign), pass); return true;
+            case 16 * 2 + 4: runPass<Wide>(Radix<2, 4, true>(sign), pass); return true;
+            case 16 * 4 + 2: runPass<Wide>(Radix<4, 2, true>(sign), pass); return true;
+            case 16 * 2 + 5: runPass<Wide>(Radix<2, 5, true>(sign), pass); return true;
+            case 16 * 5 + 2: runPass<Wide>(Radix<5, 2, true>(sign), pass); return true;
+            // clang-format on
+            default: return false;
+        }
+    }
+    switch (16 * a + b) {
+        // clang-format off
+        case 16 * 2 + 2: runPass<Wide>(Radix<2, 2>(sign), pass); return true;
+        case 16 * 2 + 3: runPass<Wide>(Radix<2, 3>(sign), pass); return true;
+        case 16 * 3 + 2: runPass<Wide>(Radix<3, 2>(sign), pass); return true;
+        case 16 * 2 + 4: runPass<Wide>(Radix<2, 4>(sign), pass); return true;
+        case 16 * 4 + 2: runPass<Wide>(Radix<4, 2>(sign), pass); return true;
+        case 16 * 2 + 5: runPass<Wide>(Radix<2, 5>(sign), pass); return true;
+        case 16 * 5 + 2: runPass<Wide>(Radix<5, 2>(sign), pass); return true;
+        // clang-format on
+        default: return false;
+    }
+}
+
+#if defined(__x86_64__) || defined(__i386__)
+// The same passes compiled for processors with AVX2 and FMA, four butterflies at a time;
+// everything they call is compiled into them.
+[[gnu::target("avx2,fma"), gnu::flatten]] bool runSmallRadixWide(int a, int b, int sign,
+                                                                 const Pass& pass, bool natural) {
+    return runSmallRadix<Quad>(a, b, sign, pass, natural);
+}
+
+bool hasWideVectors() {
+    static const bool has = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    return has;
+}
+#else
+bool runSmallRadixWide(int a, int b, int sign, const Pass& pass, bool natural) {
+    return runSmallRadix<Pair>(a, b, sign, pass, natural);
+}
+
+bool hasWideVectors() {
+    return false;
+}
+#endif
 
 // Data of one tile, row by row, at `stride` between neighbouring elements.
 void copyTile(double* tile, const double* x, size_t side, size_t rowDistance, size_t stride) {
@@ -957,7 +1141,7 @@ void runLargePrime(const Plan& plan, int f, const Pass& a) {
                     if (a.mp > 1 && j > 0) {
                         // Rotated by w^(j*k) for butterfly k, as the other radices do.
                         const size_t k = (e + b) * a.inc / a.jc;
-                        const size_t w = rotationIndex(k, p - 1) + 2 * (j - 1);
+                        const size_t w = rotationIndex(k, p - 1) + kInterleave * (j - 1);
                         const double t = x * a.wr[w] - y * a.wi[w];
                         y = x * a.wi[w] + y * a.wr[w];
                         x = t;
@@ -975,42 +1159,39 @@ void runLargePrime(const Plan& plan, int f, const Pass& a) {
 // elements, inc: distance between neighbouring elements of the array.
 void runPlan(const Plan& plan, double* re, double* im, size_t nt, size_t ks, size_t jc,
              size_t inc) {
-    const double s = plan.sign;
-    const double angle72 = kTwoPi / 5.0;
+    const int s = plan.sign;
     Pass pass{re, im, nt, ks, 0, jc, inc, 0, nullptr, nullptr};
-    for (int f = 0; f < plan.factorCount; ++f) {
-        const int p = plan.factors[f];
-        pass.span = pass.kspan / static_cast<size_t>(p);
+    // The last pass transforms groups of neighbouring points without rotations, and the
+    // permutation takes each group to points spaced as those of a first pass. Done after the
+    // permutation, a small radix's last pass therefore runs along neighbouring butterflies,
+    // whole vectors at a time, instead of gathering each vector from separate butterflies.
+    const int last = plan.stageCount - 1;
+    const bool lastAfterPermutation = plan.factors[plan.stageFirst[last]] <= 5;
+    for (int t = 0; t <= last; ++t) {
+        if (t == last && lastAfterPermutation) {
+            permute(plan, re, im, nt, ks, jc, inc);
+            pass.kspan = ks;
+        }
+        const int f = plan.stageFirst[t];
+        const int a = plan.factors[f];
+        const int b = plan.stageSize[t] == 2 ? plan.factors[f + 1] : 1;
+        pass.span = pass.kspan / stageRadix(plan, t);
         pass.mp = pass.span / jc;
-        pass.wr = plan.rotRe + plan.stageBase[f];
-        pass.wi = plan.rotIm + plan.stageBase[f];
-        switch (p) {
-            case 2:
-                runPass(Radix2{}, pass);
-                break;
-            case 3:
-                runPass(Radix3{s * std::sqrt(0.75)}, pass);
-                break;
-            case 4:
-                runPass(Radix4{s}, pass);
-                break;
-            case 5:
-                runPass(Radix5{std::cos(angle72), s * std::sin(angle72), std::cos(2 * angle72),
-                               s * std::sin(2 * angle72)},
-                        pass);
-                break;
-            default:
-                if (isLargePrime(p))
-                    runLargePrime(plan, f, pass);
-                else
-                    runPass(OddRadix{static_cast<size_t>(p), plan.rotRe + plan.oddBase[f],
-                                     plan.rotIm + plan.oddBase[f], plan.tmpRe, plan.tmpIm},
-                            pass);
-                break;
+        pass.wr = t == last ? nullptr : plan.rotRe + plan.stageBase[t];
+        pass.wi = t == last ? nullptr : plan.rotIm + plan.stageBase[t];
+        const bool natural = t == last && lastAfterPermutation;
+        const bool small = hasWideVectors() ? runSmallRadixWide(a, b, s, pass, natural)
+                                            : runSmallRadix<Pair>(a, b, s, pass, natural);
+        if (!small && isLargePrime(a)) {
+            runLargePrime(plan, f, pass);
+        } else if (!small) {
+            runPass<Pair>(OddRadix{static_cast<size_t>(a), plan.rotRe + plan.oddBase[f],
+                                   plan.rotIm + plan.oddBase[f], plan.tmpRe, plan.tmpIm},
+                          pass);
         }
         pass.kspan = pass.span;
     }
-    permute(plan, re, im, nt, ks, jc, inc);
+    if (!lastAfterPermutation) permute(plan, re, im, nt, ks, jc, inc);
 }
 
 void releasePlan(Plan& plan) {
