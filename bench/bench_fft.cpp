@@ -19,6 +19,7 @@
 
 #include <kalvo/kalvo.h>
 
+#include <algorithm>
 #include <array>
 #include <complex>
 #include <cstdio>
@@ -37,14 +38,28 @@ enum Library { kKalvo, kFftwEstimate, kFftwMeasure, kFftwScalar, kKissFloat, kLi
 const char* const kLibraryNames[kLibraryCount] = {"kalvo", "fftw_estimate", "fftw_measure",
                                                   "fftw_scalar", "kissfft_float"};
 
-const int kSmoothLengths[] = {64,    256,   1000,   1024,   3840,     4096,
-                              65536, 100000, 393216, 1 << 20};
+const int kSmoothLengths[] = {64,   256,   512,    1000,   1024,   2048,
+                              3840, 4096,  65536, 100000, 393216, 1 << 20};
 const int kPrimeLengths[] = {1009, 10007, 100003, 1048573};
 // 2*3*5*1009, 64*10007, 1009^2, 1009*1013, 2*524287.
 const int kLargeFactorLengths[] = {30270, 640448, 1018081, 1022117, 1048574};
 
-// Nanoseconds per transform of the last run of each benchmark, for the ratio table.
-std::map<int, std::array<double, kLibraryCount>> nsPerTransform;
+// What each run of a benchmark measured, for the table at the end.
+struct Measured {
+    std::vector<double> ns;  // processor time per transform, one entry per run
+    double setupMB = 0;      // resident memory the set-up and first transform added
+
+    // The median over the runs (--benchmark_repetitions), 0 when there were none.
+    double medianNs() const {
+        if (ns.empty()) return 0;
+        std::vector<double> sorted = ns;
+        std::sort(sorted.begin(), sorted.end());
+        const size_t h = sorted.size() / 2;
+        return sorted.size() % 2 ? sorted[h] : (sorted[h - 1] + sorted[h]) / 2;
+    }
+};
+
+std::map<int, std::array<Measured, kLibraryCount>> measured;
 
 std::vector<double> randomValues(size_t count) {
     std::mt19937_64 gen(42);
@@ -71,19 +86,22 @@ void timeTransforms(benchmark::State& state, int n, Library library, Transform&&
         benchmark::ClobberMemory();
     }
     const double ns = (threadCpuNs() - start) / static_cast<double>(state.iterations());
-    auto& row = nsPerTransform.try_emplace(n).first->second;
-    row[library] = ns;
+    auto& row = measured[n];
+    row[library].ns.push_back(ns);
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
-    if (library != kKalvo && row[kKalvo] > 0) state.counters["x_kalvo"] = row[kKalvo] / ns;
+    if (library != kKalvo && !row[kKalvo].ns.empty())
+        state.counters["x_kalvo"] = row[kKalvo].ns.back() / ns;
 }
 
 // Resident memory that a set-up and its first transform add, reported in MB.
 template <class SetUp>
-void reportSetUpMemory(benchmark::State& state, SetUp&& setUp) {
+void reportSetUpMemory(benchmark::State& state, int n, Library library, SetUp&& setUp) {
     resetPeakMemory();
     const double before = peakMemory();
     setUp();
-    state.counters["setup_MB"] = (peakMemory() - before) / 1e6;
+    const double mb = (peakMemory() - before) / 1e6;
+    state.counters["setup_MB"] = mb;
+    measured[n][library].setupMB = mb;
 }
 
 void benchKalvo(benchmark::State& state, int n) {
@@ -91,7 +109,7 @@ void benchKalvo(benchmark::State& state, int n) {
     const int dims[] = {n};
     fftFreeScratch();
     // The first transform builds the tables for this length.
-    reportSetUpMemory(state, [&] { fftns(1, dims, re.data(), im.data(), -1, 0.0); });
+    reportSetUpMemory(state, n, kKalvo, [&] { fftns(1, dims, re.data(), im.data(), -1, 0.0); });
     state.counters["scratch_MB"] = static_cast<double>(fftScratchSize()) / 1e6;
     timeTransforms(state, n, kKalvo, [&] {
         if (fftns(1, dims, re.data(), im.data(), -1, 0.0) != 0) state.SkipWithError("fftns");
@@ -103,7 +121,7 @@ void benchFftw(benchmark::State& state, int n, Library library, unsigned flags) 
     for (int i = 0; i < n; ++i) data[i][0] = data[i][1] = 0.0;
     // MEASURE overwrites the array while planning, so the data go in afterwards.
     fftw_plan plan = nullptr;
-    reportSetUpMemory(state, [&] {
+    reportSetUpMemory(state, n, library, [&] {
         plan = fftw_plan_dft_1d(n, data, data, FFTW_FORWARD, flags);
         fftw_execute(plan);
     });
@@ -127,7 +145,7 @@ void benchKiss(benchmark::State& state, int n) {
         in[i].i = static_cast<float>(values[2 * i + 1]);
     }
     kiss_fft_cfg cfg = nullptr;
-    reportSetUpMemory(state, [&] {
+    reportSetUpMemory(state, n, kKissFloat, [&] {
         cfg = kiss_fft_alloc(n, 0, nullptr, nullptr);
         kiss_fft(cfg, in.data(), out.data());
     });
@@ -137,38 +155,42 @@ void benchKiss(benchmark::State& state, int n) {
 
 void printGroup(const char* title, const int* lengths, size_t count, bool smooth) {
     std::printf("\n%s\n", title);
-    if (smooth) {
-        std::printf("%8s %12s %12s %12s %12s %12s | %8s %8s %8s %8s  %s\n", "length", "kalvo",
-                    "fftw_est", "fftw_meas", "fftw_scalar", "kiss_float", "x_est", "x_meas",
-                    "x_scalar", "x_kiss", "target x_est <= 1.5");
-    } else {
-        std::printf("%8s %12s %12s | %8s  %s\n", "length", "kalvo", "fftw_est", "x_est",
-                    "target x_est <= 10");
-    }
+    std::printf("%8s %12s %12s", "length", "kalvo", "fftw_est");
+    if (smooth) std::printf(" %12s %12s %12s", "fftw_meas", "fftw_scalar", "kiss_float");
+    std::printf(" | %8s", "x_est");
+    if (smooth) std::printf(" %8s %8s %8s", "x_meas", "x_scalar", "x_kiss");
+    std::printf(" | %9s %9s | target x_est <= %s\n", "kalvo_MB", "fftw_MB", smooth ? "1.5" : "10");
     for (size_t i = 0; i < count; ++i) {
         const int n = lengths[i];
-        const auto it = nsPerTransform.find(n);
-        if (it == nsPerTransform.end() || it->second[kKalvo] == 0 || it->second[kFftwEstimate] == 0)
-            continue;
-        const auto& t = it->second;
-        const double xEstimate = t[kKalvo] / t[kFftwEstimate];
+        const auto it = measured.find(n);
+        if (it == measured.end()) continue;
+        const auto& row = it->second;
+        const double ours = row[kKalvo].medianNs();
+        const double estimate = row[kFftwEstimate].medianNs();
+        if (ours == 0 || estimate == 0) continue;
+        const double xEstimate = ours / estimate;
+        std::printf("%8d %12.0f %12.0f", n, ours, estimate);
+        if (smooth)
+            for (Library l : {kFftwMeasure, kFftwScalar, kKissFloat})
+                std::printf(" %12.0f", row[l].medianNs());
+        std::printf(" | %8.2f", xEstimate);
         if (smooth) {
-            auto ratio = [&](Library l) { return t[l] > 0 ? t[kKalvo] / t[l] : 0.0; };
-            std::printf("%8d %12.0f %12.0f %12.0f %12.0f %12.0f | %8.2f %8.2f %8.2f %8.2f  %s\n",
-                        n, t[kKalvo], t[kFftwEstimate], t[kFftwMeasure], t[kFftwScalar],
-                        t[kKissFloat], xEstimate, ratio(kFftwMeasure), ratio(kFftwScalar),
-                        ratio(kKissFloat), xEstimate <= 1.5 ? "met" : "MISSED");
-        } else {
-            std::printf("%8d %12.0f %12.0f | %8.2f  %s\n", n, t[kKalvo], t[kFftwEstimate],
-                        xEstimate, xEstimate <= 10.0 ? "met" : "MISSED");
+            for (Library l : {kFftwMeasure, kFftwScalar, kKissFloat}) {
+                const double theirs = row[l].medianNs();
+                std::printf(" %8.2f", theirs > 0 ? ours / theirs : 0.0);
+            }
         }
+        std::printf(" | %9.2f %9.2f | %s\n", row[kKalvo].setupMB, row[kFftwEstimate].setupMB,
+                    xEstimate <= (smooth ? 1.5 : 10.0) ? "met" : "MISSED");
     }
 }
 
 void printRatioTable() {
     std::printf(
-        "\nProcessor time per complex transform (ns) and our time relative to each reference\n"
-        "(kissfft: single precision float, out of place; all others double, in place).\n");
+        "\nProcessor time per complex transform (ns, median of the runs) and our time relative\n"
+        "to each reference (kissfft: single precision float, out of place; all others double,\n"
+        "in place); resident memory (MB) that the set-up and first transform added, ours\n"
+        "(tables and scratch) and FFTW's ESTIMATE plan.\n");
     printGroup("Lengths of factors 2, 3 and 5", kSmoothLengths, std::size(kSmoothLengths), true);
     printGroup("Primes", kPrimeLengths, std::size(kPrimeLengths), false);
     printGroup("Lengths with large prime factors", kLargeFactorLengths,
