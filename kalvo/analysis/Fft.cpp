@@ -58,6 +58,7 @@ struct Plan {
     int stageSize[kMaxFactors] = {};
     int stageCount = 0;
     size_t stageBase[kMaxFactors] = {};
+    size_t stageSpan[kMaxFactors] = {};  // length / the radices up to and including stage t
     size_t oddBase[kMaxFactors] = {};
     size_t chirpBase[kMaxFactors] = {};
     size_t chirpBatch = 0;  // butterflies of a large prime factor convolved at once
@@ -415,6 +416,7 @@ void fillRotations(Plan& plan, size_t n, int sign) {
         const size_t p = stageRadix(plan, t);
         const size_t mp = m / p;
         plan.stageBase[t] = base;
+        plan.stageSpan[t] = mp;
         if (t + 1 < plan.stageCount) {
             const double step = sign * kTwoPi / static_cast<double>(m);
             for (size_t k = 0; k < mp; ++k) {
@@ -875,6 +877,8 @@ struct Pass {
     size_t jc;     // distance between neighbouring elements of the dimension
     size_t inc;    // distance between neighbouring elements of the array
     size_t mp;     // butterflies per sub-sequence
+    size_t groups;  // sub-sequences: nt / kspan
+    size_t lines;   // jc / inc: elements of the earlier dimensions at each point
     const double* wr;
     const double* wi;
 };
@@ -885,11 +889,11 @@ void runPass(const Kernel& kernel, const Pass& a, Step step) {
         // The last pass: no rotations.
         if (a.span == a.inc) {
             // One butterfly in each sub-sequence: run across them.
-            runButterflies<Wide, false, true>(kernel, a.re, a.im, a.nt / a.kspan, a.kspan,
+            runButterflies<Wide, false, true>(kernel, a.re, a.im, a.groups, a.kspan,
                                               a.span, nullptr, nullptr);
         } else {
             for (size_t g = 0; g < a.nt; g += a.kspan)
-                runButterflies<Wide, false, true>(kernel, a.re + g, a.im + g, a.span / a.inc, step,
+                runButterflies<Wide, false, true>(kernel, a.re + g, a.im + g, a.mp * a.lines, step,
                                                   a.span, nullptr, nullptr);
         }
     } else if (a.jc == a.inc) {
@@ -903,7 +907,7 @@ void runPass(const Kernel& kernel, const Pass& a, Step step) {
             for (size_t k = 0; k < a.mp; ++k) {
                 const size_t w = rotationIndex(k, kernel.rotationCount());
                 runButterflies<Wide, true, true>(kernel, a.re + g + k * a.jc, a.im + g + k * a.jc,
-                                           a.jc / a.inc, step, a.span, a.wr + w, a.wi + w);
+                                           a.lines, step, a.span, a.wr + w, a.wi + w);
             }
         }
     }
@@ -1100,7 +1104,7 @@ void runLargePrime(const Plan& plan, int f, const Pass& a) {
     const double* ci = plan.rotIm + plan.chirpBase[f];
     const double* filterRe = cr + p;
     const double* filterIm = ci + p;
-    const size_t perSequence = a.span / a.inc;
+    const size_t perSequence = a.mp * a.lines;
     for (size_t g = 0; g < a.nt; g += a.kspan) {
         for (size_t e = 0; e < perSequence; e += plan.chirpBatch) {
             const size_t batch = std::min(plan.chirpBatch, perSequence - e);
@@ -1140,7 +1144,7 @@ void runLargePrime(const Plan& plan, int f, const Pass& a) {
                     double y = rowRe[b] * ci[j] + rowIm[b] * cr[j];
                     if (a.mp > 1 && j > 0) {
                         // Rotated by w^(j*k) for butterfly k, as the other radices do.
-                        const size_t k = (e + b) * a.inc / a.jc;
+                        const size_t k = a.lines == 1 ? e + b : (e + b) / a.lines;
                         const size_t w = rotationIndex(k, p - 1) + kInterleave * (j - 1);
                         const double t = x * a.wr[w] - y * a.wi[w];
                         y = x * a.wi[w] + y * a.wr[w];
@@ -1160,7 +1164,9 @@ void runLargePrime(const Plan& plan, int f, const Pass& a) {
 void runPlan(const Plan& plan, double* re, double* im, size_t nt, size_t ks, size_t jc,
              size_t inc) {
     const int s = plan.sign;
-    Pass pass{re, im, nt, ks, 0, jc, inc, 0, nullptr, nullptr};
+    // Geometry by multiplication where it can be: divisions cost more than a short transform.
+    const size_t blocks = nt == ks ? 1 : nt / ks;
+    Pass pass{re, im, nt, ks, 0, jc, inc, 0, blocks, jc == inc ? 1 : jc / inc, nullptr, nullptr};
     // The last pass transforms groups of neighbouring points without rotations, and the
     // permutation takes each group to points spaced as those of a first pass. Done after the
     // permutation, a small radix's last pass therefore runs along neighbouring butterflies,
@@ -1168,18 +1174,19 @@ void runPlan(const Plan& plan, double* re, double* im, size_t nt, size_t ks, siz
     const int last = plan.stageCount - 1;
     const bool lastAfterPermutation = plan.factors[plan.stageFirst[last]] <= 5;
     for (int t = 0; t <= last; ++t) {
-        if (t == last && lastAfterPermutation) {
+        const bool natural = t == last && lastAfterPermutation;
+        if (natural) {
             permute(plan, re, im, nt, ks, jc, inc);
             pass.kspan = ks;
+            pass.groups = blocks;
         }
         const int f = plan.stageFirst[t];
         const int a = plan.factors[f];
         const int b = plan.stageSize[t] == 2 ? plan.factors[f + 1] : 1;
-        pass.span = pass.kspan / stageRadix(plan, t);
-        pass.mp = pass.span / jc;
+        pass.mp = natural ? plan.length / stageRadix(plan, t) : plan.stageSpan[t];
+        pass.span = pass.mp * jc;
         pass.wr = t == last ? nullptr : plan.rotRe + plan.stageBase[t];
         pass.wi = t == last ? nullptr : plan.rotIm + plan.stageBase[t];
-        const bool natural = t == last && lastAfterPermutation;
         const bool small = hasWideVectors() ? runSmallRadixWide(a, b, s, pass, natural)
                                             : runSmallRadix<Pair>(a, b, s, pass, natural);
         if (!small && isLargePrime(a)) {
@@ -1190,6 +1197,7 @@ void runPlan(const Plan& plan, double* re, double* im, size_t nt, size_t ks, siz
                           pass);
         }
         pass.kspan = pass.span;
+        pass.groups *= stageRadix(plan, t);
     }
     if (!lastAfterPermutation) permute(plan, re, im, nt, ks, jc, inc);
 }
