@@ -962,6 +962,9 @@ bool runSmallRadix(int a, int b, int sign, const Pass& pass, bool natural) {
     }
 }
 
+// fftUseWideVectors(false) keeps to the passes every processor runs.
+bool wideVectorsAllowed = true;
+
 #if defined(__x86_64__) || defined(__i386__)
 // The same passes compiled for processors with AVX2 and FMA, four butterflies at a time;
 // everything they call is compiled into them.
@@ -972,7 +975,7 @@ bool runSmallRadix(int a, int b, int sign, const Pass& pass, bool natural) {
 
 bool hasWideVectors() {
     static const bool has = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-    return has;
+    return has && wideVectorsAllowed;
 }
 #else
 bool runSmallRadixWide(int a, int b, int sign, const Pass& pass, bool natural) {
@@ -1287,6 +1290,10 @@ double fftFrequency(int n, int i) {
     if (n < 1 || i >= n) return 0.0;
     if (i > n / 2) return -static_cast<double>(n - i) / n;
     return static_cast<double>(i) / n;
+}
+
+void fftUseWideVectors(bool use) {
+    wideVectorsAllowed = use;
 }
 
 void fftFreeScratch() {

@@ -48,6 +48,11 @@ int fftradix(double Re[], double Im[], size_t nTotal, size_t nPass, size_t nSpan
 // n / 2, negative -(n - i) / n above it, 0.0 for i >= n (or n < 1).
 double fftFrequency(int n, int i);
 
+// On processors with AVX2 and FMA the passes of radix 2 to 5 run four butterflies at a time;
+// false keeps them to the two-at-a-time passes every processor runs (results equal to
+// rounding). On by default.
+void fftUseWideVectors(bool use);
+
 // Releases all scratch memory; the next transform allocates it again.
 void fftFreeScratch();
 

@@ -205,6 +205,26 @@ TEST(Fft, longLengthsPermutedByTiles) {
     }
 }
 
+// The two-at-a-time passes that processors without AVX2 run give the same transforms: every
+// small radix and their pairs, interleaved data, two dimensions and a long tiled length.
+TEST(Fft, passesWithoutWideVectors) {
+    fftUseWideVectors(false);
+    for (int n = 1; n <= 130; ++n) expectMatchesDirectDft({n}, n % 2 ? 1 : -1, -1.0, 1e-13, n);
+    for (int n : {1000, 2048, 3840, 1009 * 4}) expectMatchesDirectDft({n}, -1, 0.0, 1e-12, n);
+    expectMatchesDirectDft({12, 20}, 1, 0.0, 1e-13, 3);
+    expectMatchesDirectDft({40960}, -1, 0.0, 1e-12, 4);
+    const int dims[] = {60};
+    std::vector<double> data(2 * 60, 0.0);
+    data[2] = 1.0;
+    EXPECT_EQ(0, fftns(1, dims, data.data(), data.data() + 1, -2, 0.0));
+    fftUseWideVectors(true);
+    for (int k = 0; k < 60; ++k) {
+        const double angle = -2.0 * std::numbers::pi * k / 60;
+        EXPECT_NEAR(data[2 * k], std::cos(angle), 1e-14);
+        EXPECT_NEAR(data[2 * k + 1], std::sin(angle), 1e-14);
+    }
+}
+
 TEST(Fft, twoToThe22PointsWithElevenFactors) {
     const int n = 1 << 22;
     const int dims[] = {n};
