@@ -113,6 +113,7 @@
 #include <kalvo/toolkit/widgets/KScrollPane.h>
 #include <kalvo/toolkit/widgets/KSlider.h>
 #include <kalvo/toolkit/widgets/KSpinControl.h>
+#include <kalvo/toolkit/widgets/KTableExt.h>
 #include <kalvo/toolkit/widgets/KViewport.h>
 
 // resources
@@ -124,6 +125,7 @@
 #include <kalvo/host/headless/KCanvas.h>
 
 // graph
+#include <kalvo/graph/KBarGraphPanel.h>
 #include <kalvo/graph/KCurve.h>
 #include <kalvo/graph/KCurveClient.h>
 #include <kalvo/graph/KGraphAxis.h>

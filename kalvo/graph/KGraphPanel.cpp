@@ -797,13 +797,7 @@ void KGraphPanel::paint(KGraphics& graphics) {
     if (graphics.getDC()->RectVisible(getDataRectangle())) {
         KGraphics clipped(graphics);
         clipped.clipRect(getDataRectangle());
-        std::vector<KCurve*> curves;
-        getCurveList(curves);
-        int index = 0;
-        for (KCurve* c : curves) {
-            ++index;
-            if (c->isVisible()) drawCurve(clipped, c, index);
-        }
+        drawCurves(clipped);
     }
     if (isTriggerEnabled()) drawTrigger(graphics);
     if (isMarkerXEnabled() || isMarkerOEnabled()) drawMarkers(graphics);
@@ -811,6 +805,16 @@ void KGraphPanel::paint(KGraphics& graphics) {
     // XOR feedback under way was painted over: it is drawn afresh.
     if (crossHairShown_) crossHairShown_ = false;
     if (boxShown_) boxShown_ = false;
+}
+
+void KGraphPanel::drawCurves(KGraphics& graphics) {
+    std::vector<KCurve*> curves;
+    getCurveList(curves);
+    int index = 0;
+    for (KCurve* c : curves) {
+        ++index;
+        if (c->isVisible()) drawCurve(graphics, c, index);
+    }
 }
 
 void KGraphPanel::drawCurve(KGraphics& graphics, KCurve* curve, int) {

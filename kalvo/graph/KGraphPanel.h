@@ -202,7 +202,7 @@ public:
     // Data exchange. The rows between two times as comma-separated text: a header of
     // "Domain" and the curves' names, then one row per time of the first curve, the others'
     // values at the nearest sample of theirs.
-    bool copyData(double from, double to);
+    virtual bool copyData(double from, double to);
     bool copyVisibleData();
     bool copyEntireData();
     // Adds a curve for every column of the delimited text on the clipboard.
@@ -277,7 +277,9 @@ protected:
     // Places the legend and, under it, the meter in the right margin, from top down.
     void layoutLegend(int top);
 
-    // Drawing steps. drawCurve draws the index-th curve (from 1), its segments by default.
+    // Drawing steps. drawCurves draws the data of every visible curve, clipped to the plot,
+    // through drawCurve; drawCurve draws the index-th curve (from 1), its segments by default.
+    virtual void drawCurves(KGraphics& graphics);
     virtual void drawCurve(KGraphics& graphics, KCurve* curve, int index);
     virtual void drawSegments(KGraphics& graphics, const KCurve* curve, int first, int last);
     void drawPlotBackground(KGraphics& graphics);
