@@ -139,4 +139,10 @@
 
 // analysis
 #include <kalvo/analysis/Fft.h>
+#include <kalvo/analysis/KAnalysisText.h>
 #include <kalvo/analysis/KFftTransform.h>
+#include <kalvo/analysis/KFreqGraph.h>
+#include <kalvo/analysis/KHarmonicFrame.h>
+#include <kalvo/analysis/KPhasorFrame.h>
+#include <kalvo/analysis/KPhasorPanel.h>
+#include <kalvo/analysis/KSymmetricalComponents.h>

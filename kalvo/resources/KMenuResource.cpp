@@ -158,6 +158,47 @@ const Item barGraphItems[] = {
     {"Move Graph to Bottom", GRAPH_FIRST + 19, "GRAPH.BOTTOM", nullptr, 0},
 };
 
+// The harmonic analysis: the spectrum's graph, its frame, the phasor diagrams, tables.
+const Item freqGraphItems[] = {
+    {"Magnitude\tA", GRAPH_FIRST + 90, "FREQ.MAGNITUDE", nullptr, 0},
+    {"Phase\tH", GRAPH_FIRST + 91, "FREQ.PHASE", nullptr, 0},
+    {"Frequency in Harmonics\tF", GRAPH_FIRST + 92, "FREQ.NORMALIZE.X", nullptr, 0},
+    {"Relative to the Fundamental\tU", GRAPH_FIRST + 93, "FREQ.NORMALIZE.Y", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Bars", GRAPH_FIRST + 80, "BAR.BARS", nullptr, 0},
+    {"Columns", GRAPH_FIRST + 81, "BAR.COLUMNS", nullptr, 0},
+    {"Columns Filled", GRAPH_FIRST + 82, "BAR.FILLED", nullptr, 0},
+    {"Overlay", GRAPH_FIRST + 83, "BAR.OVERLAY", nullptr, 0},
+    {"Offset", GRAPH_FIRST + 84, "BAR.OFFSET", nullptr, 0},
+    {"Show Hatch\tL", GRAPH_FIRST + 9, "GRAPH.GLYPHS", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Zoom In\t+", GRAPH_FIRST + 0, "GRAPH.ZOOMIN", nullptr, 0},
+    {"Zoom Out\t-", GRAPH_FIRST + 1, "GRAPH.ZOOMOUT", nullptr, 0},
+    {"X Extents\tX", GRAPH_FIRST + 4, "GRAPH.XEXTENTS", nullptr, 0},
+    {"Y Extents\tY", GRAPH_FIRST + 5, "GRAPH.YEXTENTS", nullptr, 0},
+    {"Grid Lines\tG", GRAPH_FIRST + 7, "GRAPH.GRID", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Copy Visible Data to Clipboard", COPY_VISIBLE_DATA, "CURVE.COPY.VISIBLE", nullptr, 0},
+    {"Copy All Data to Clipboard", COPY_ALL_DATA, "CURVE.COPY.ALL", nullptr, 0},
+};
+
+const Item analysisFrameItems[] = {
+    {"Toggle Markers \tM", GRAPH_FIRST + 44, "FRAME.MARKERS", nullptr, 0},
+    {"Lock Markers", GRAPH_FIRST + 60, "AXIS.LOCK", nullptr, 0},
+    {"Recompute", GRAPH_FIRST + 94, "update", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Copy Frame as Bitmap", GRAPH_FIRST + 45, "FRAME.COPY.BITMAP", nullptr, 0},
+    {"Copy Frame as Picture", GRAPH_FIRST + 46, "FRAME.COPY.PICTURE", nullptr, 0},
+    {"Export Frame to Meta File...", METAFILE, "FILE.METAFILE", nullptr, 0},
+};
+
+const Item phasorPanelItems[] = {
+    {"Angle Labels\tD", GRAPH_FIRST + 95, "PHASOR.DEGREES", nullptr, 0},
+    {"Number Labels\tN", GRAPH_FIRST + 96, "PHASOR.NUMBERS", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Save as &Metafile...", METAFILE, "FILE.METAFILE", nullptr, 0},
+};
+
 const Item tableItems[] = {
     {"Copy Table\tCtrl+C", GRAPH_FIRST + 97, "TABLE.COPY", nullptr, 0},
 };
@@ -190,6 +231,10 @@ K_MENU_BAR(graphFrameBar, "Graph Frame", graphFrameItems);
 K_MENU_BAR(axisBar, "Graph Axis", axisItems);
 K_MENU_BAR(curveBar, "Curve", curveItems);
 K_MENU_BAR(barGraphBar, "Bar Graph", barGraphItems);
+K_MENU_BAR(freqGraphBar, "Frequency Graph", freqGraphItems);
+K_MENU_BAR(harmonicFrameBar, "Harmonic Frame", analysisFrameItems);
+K_MENU_BAR(phasorFrameBar, "Phasor Frame", analysisFrameItems);
+K_MENU_BAR(phasorPanelBar, "Phasor Panel", phasorPanelItems);
 K_MENU_BAR(tableBar, "Table", tableItems);
 #undef K_MENU_BAR
 
@@ -205,6 +250,10 @@ const KMenuResource menus[] = {
     {"KGraphAxis", 214, axisBar, 1},
     {"KCurve", 215, curveBar, 1},
     {"KBarGraphPanel", 220, barGraphBar, 1},
+    {"KFreqGraph", 221, freqGraphBar, 1},
+    {"KHarmonicFrame", 222, harmonicFrameBar, 1},
+    {"KPhasorFrame", 223, phasorFrameBar, 1},
+    {"KPhasorPanel", 224, phasorPanelBar, 1},
     {"KTableExt", 225, tableBar, 1},
 };
 
