@@ -18,7 +18,8 @@ public:
         HARMONICS = 8,  // --max H, --percent, --wide
         INFO = 16,      // --json, --header
         CONVERT = 32,   // --format F, --revision Y
-        PICTURE = 64,   // --markers T1,T2, --size WxH, --dark
+        PICTURE = 64,   // --markers T1,T2, --size WxH, --dark, --view NAME
+        SEQUENCE = 512,  // --rotation ABC|ACB
     };
 
     CommandLine(int argc, char** argv, int first, int accepted);
@@ -42,6 +43,8 @@ public:
     std::vector<double> markers;  // --markers T1,T2
     int width = 1600, height = 900;
     bool dark = false;
+    std::string view = "time";     // --view: which picture render draws
+    std::string rotation = "ABC";  // --rotation: the phase rotation, upper case
     KTextEncoding::Encoding encoding = KTextEncoding::AUTO;
 
 private:

@@ -13,6 +13,7 @@
 #include "ExportCommand.h"
 #include "HarmonicsCommand.h"
 #include "InfoCommand.h"
+#include "PhasorsCommand.h"
 #include "RenderCommand.h"
 
 namespace {
@@ -30,8 +31,10 @@ const char* const USAGE =
     "  events     the status channels' states and every change of state, in time order\n"
     "  export     time and channel values as comma-separated text\n"
     "  harmonics  harmonic content of a stretch of the record\n"
+    "  phasors    three channels as phasors, with their symmetrical components\n"
     "  convert    the record rewritten in another data file type or revision\n"
-    "  render     the time graphs of the record as a picture\n"
+    "  render     the time graphs of the record, or its harmonic or phasor analysis, as a\n"
+    "             picture\n"
     "\n"
     "kalvo COMMAND --help tells more.\n"
     "\n"
@@ -55,7 +58,11 @@ const Command COMMANDS[] = {
      HarmonicsCommand::HELP, HarmonicsCommand::run},
     {"convert", CommandLine::OUTPUT | CommandLine::CONVERT, ConvertCommand::HELP,
      ConvertCommand::run},
-    {"render", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::OUTPUT | CommandLine::PICTURE,
+    {"phasors", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::SEQUENCE,
+     PhasorsCommand::HELP, PhasorsCommand::run},
+    {"render",
+     CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::OUTPUT | CommandLine::PICTURE |
+         CommandLine::SEQUENCE,
      RenderCommand::HELP, RenderCommand::run},
 };
 

@@ -1,0 +1,255 @@
+#include "PhasorsCommand.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include <kalvo/analysis/KFftTransform.h>
+#include <kalvo/analysis/KPhasorFrame.h>
+#include <kalvo/analysis/KSymmetricalComponents.h>
+#include <kalvo/foundation/KException.h>
+#include <kalvo/io/KComtradeReader.h>
+#include <kalvo/record/KRecord.h>
+
+#include "ChannelSelection.h"
+#include "DisplayText.h"
+#include "RecordSource.h"
+
+const char* const PhasorsCommand::HELP =
+    "usage: kalvo phasors [FILE] [--channels A,B,C] [--from T] [--to T] [--rotation ABC|ACB]\n"
+    "                     [--primary] [--encoding NAME] [--quiet]\n"
+    "\n"
+    "Three channels as phasors, and their symmetrical components: for each channel the RMS\n"
+    "magnitude (in its units) and the angle in degrees of its component at the base frequency\n"
+    "of the stretch from --from up to --to (seconds from the trigger; by default the cycle of\n"
+    "the line frequency that starts at the trigger, so the fundamental), angles of a cosine at\n"
+    "the start of the stretch; then the positive-, negative- and zero-sequence components of\n"
+    "phase A. Works on the embedded sample when no FILE is given.\n"
+    "\n"
+    "  --channels A,B,C  the channels of phases A, B and C: names, numbers from 1 or patterns;\n"
+    "                    by default the first three-phase set (phases A, B, C in the same\n"
+    "                    units), else the first three analog channels\n"
+    "  --from T, --to T  the stretch, in seconds from the trigger\n"
+    "  --rotation R      the phase rotation, ABC (default) or ACB: with ACB the sequence that\n"
+    "                    turns A, C, B is the positive one\n"
+    "  --primary         values on the primary side of the instrument transformers\n"
+    "  --encoding NAME   character set of the texts: auto (default), utf-8, latin1, cp1251, gbk\n"
+    "  --quiet           no progress line while a large file is read\n"
+    "\n"
+    "Exit status: 0 done, 1 a file that cannot be read or makes no sense, 2 a usage error.\n";
+
+namespace {
+
+constexpr double SLACK = 1e-9;  // a nanosecond: times are computed, a sample at a bound belongs in
+
+std::string angleText(double degrees) {
+    if (!std::isfinite(degrees)) return "---";
+    char text[32];
+    // No "-0.0".
+    snprintf(text, sizeof text, "%.1f\xC2\xB0", std::fabs(degrees) < 0.05 ? 0.0 : degrees);
+    return text;
+}
+
+std::string magnitudeText(double value) {
+    if (!std::isfinite(value)) return "---";
+    char text[32];
+    snprintf(text, sizeof text, "%.6g", value);
+    return text;
+}
+
+}  // namespace
+
+std::vector<int> PhasorsCommand::defaultChannels(const KRecord& record, int analogCount) {
+    analogCount = std::min(analogCount, record.getTraceCount());
+    static const char* const sets[][3] = {
+        {"A", "B", "C"}, {"1", "2", "3"}, {"L1", "L2", "L3"}, {"R", "S", "T"}};
+    auto phaseIs = [&](int k, const char* phase) {
+        const KString p = record.getTrace(k)->getPhase().trim();
+        return strcasecmp(p.c_str(), phase) == 0;
+    };
+    for (int i = 0; i < analogCount; ++i) {
+        for (const auto& set : sets) {
+            if (!phaseIs(i, set[0])) continue;
+            const KString units = record.getTrace(i)->getUnits();
+            std::vector<int> chosen{i};
+            for (int member = 1; member < 3; ++member) {
+                for (int k = 0; k < analogCount; ++k) {
+                    if (phaseIs(k, set[member]) &&
+                        strcmp(record.getTrace(k)->getUnits().c_str(), units.c_str()) == 0) {
+                        chosen.push_back(k);
+                        break;
+                    }
+                }
+            }
+            if (chosen.size() == 3) return chosen;
+        }
+    }
+    std::vector<int> first;
+    for (int k = 0; k < analogCount && k < 3; ++k) first.push_back(k);
+    return first;
+}
+
+PhasorsCommand::Stretch PhasorsCommand::chooseStretch(const KRecord& r, const CommandLine& options,
+                                                      const std::string& name) {
+    const double lineFrequency = atof(r.getProperty(KComtradeReader::LINE_FREQUENCY).c_str());
+    const double cycle = lineFrequency > 0 ? 1.0 / lineFrequency : 0.0;
+    const int count = r.getSampleCount();
+    if (count == 0) KException::raise("Phasors", "%s holds no samples", name.c_str());
+    const double* all = r.getXData();
+    const bool chosen = options.hasFrom || options.hasTo;
+    double from = options.hasFrom ? options.from : r.getTriggerValue();
+    double to = options.hasTo ? options.to : from + cycle;
+    if (!options.hasFrom && options.hasTo) from = to - cycle;
+    if (!chosen) {
+        // The cycle at the trigger, moved inside the record when it does not fit there; the
+        // whole record when it is shorter than a cycle or has no line frequency.
+        const double step = count > 1 ? all[1] - all[0] : 0.0;
+        const double last = all[count - 1] + step;
+        if (to > last) to = last, from = to - cycle;
+        if (from < all[0] || cycle == 0.0) from = all[0], to = std::min(from + cycle, last);
+        if (cycle == 0.0) to = last;
+    }
+    if (!(to > from))
+        KException::raise("Usage", "the record has no line frequency: give --from and --to");
+    Stretch s;
+    s.lineFrequency = lineFrequency;
+    while (s.first < count && all[s.first] < from - SLACK) ++s.first;
+    s.end = s.first;
+    while (s.end < count && all[s.end] < to - SLACK) ++s.end;
+    if (!chosen && s.first + 1 < count) {
+        // A stretch of one sampling rate: cut where the rate changes, or, with too few samples
+        // in a cycle, as many as keep one rate from the start of the stretch.
+        if (s.end - s.first < 2) s.end = std::min(count, s.first + 2 + 1024);
+        const double step = all[s.first + 1] - all[s.first];
+        int k = s.first + 2;
+        while (k < s.end && std::fabs((all[k] - all[k - 1]) - step) <= 1e-3 * step) ++k;
+        s.end = std::min(s.end, k);
+    }
+    const int n = s.end - s.first;
+    if (n < 2) {
+        KException::raise(
+            "Usage",
+            "%s has %s from %s s to %s s; at least 2 are needed (the record spans %s s to %s s "
+            "from the trigger)",
+            name.c_str(), RecordSource::count(n, "sample").c_str(),
+            RecordSource::seconds(from).c_str(), RecordSource::seconds(to).c_str(),
+            RecordSource::seconds(all[0]).c_str(), RecordSource::seconds(all[count - 1]).c_str());
+    }
+    const double* x = all + s.first;
+    const double step = x[1] - x[0];
+    for (int i = 1; i < n; ++i) {
+        if (std::fabs((x[i] - x[i - 1]) - step) > 1e-3 * step) {
+            KException::raise("Usage",
+                              "the sampling rate changes at %s s, inside the stretch; choose a "
+                              "stretch of one rate",
+                              RecordSource::seconds(x[i - 1]).c_str());
+        }
+    }
+    s.from = x[0];
+    s.to = x[0] + n * step;
+    const double cycles = (s.to - s.from) * lineFrequency;
+    if (lineFrequency > 0 && std::lround(cycles) >= 1 &&
+        std::fabs(cycles - std::lround(cycles)) < 0.01) {
+        s.cycles = static_cast<int>(std::lround(cycles));
+    }
+    return s;
+}
+
+int PhasorsCommand::run(const CommandLine& options, FILE* out) {
+    RecordSource source(options);
+    KRecord r;
+    source.read(r);
+    const KComtradeConfig& config = source.getReader().getConfig();
+    const int analogs = static_cast<int>(config.analogs.size());
+    std::vector<int> traces = options.channels.empty()
+                                  ? defaultChannels(r, analogs)
+                                  : ChannelSelection(config, source.getName())
+                                        .select(options.channels, ChannelSelection::ANALOG);
+    if (traces.size() != 3) {
+        if (options.channels.empty()) {
+            KException::raise("Usage", "%s has %d analog channels; phasors need three",
+                              source.getName().c_str(), analogs);
+        }
+        KException::raise("Usage",
+                          "--channels needs three channels, the phases A, B and C; %d given",
+                          static_cast<int>(traces.size()));
+    }
+    KSymmetricalComponents::Rotation rotation = KSymmetricalComponents::ABC;
+    KSymmetricalComponents::parseRotation(options.rotation.c_str(), rotation);
+    const Stretch s = chooseStretch(r, options, source.getName());
+    const int n = s.end - s.first;
+
+    KFftTransform fft;
+    KSymmetricalComponents::Phasor abc[3];
+    for (int p = 0; p < 3; ++p) {
+        const KRecord::Trace& t = *r.getTrace(traces[p]);
+        const double* values = t.getData() + s.first;
+        for (int i = 0; i < n; ++i) {
+            if (std::isnan(values[i])) {
+                KException::raise("Phasors", "%s has a missing sample at %s s, inside the stretch",
+                                  DisplayText::escape(t.getName().c_str()).c_str(),
+                                  RecordSource::seconds(r.getXData()[s.first + i]).c_str());
+            }
+        }
+        double rms, degrees;
+        if (!KPhasorFrame::computePhasor(fft, values, n, rms, degrees)) {
+            KException::raise("Phasors", "the FFT of %d samples failed", n);
+        }
+        abc[p] = KSymmetricalComponents::fromPolar(rms, degrees);
+    }
+    KSymmetricalComponents::Phasor sequences[3];
+    KSymmetricalComponents::compute(abc, rotation, sequences);
+
+    std::string heading = "Phasors of " + DisplayText::escape(source.getName()) + ", " +
+                          r.getProperty(KComtradeReader::VALUES).c_str() + " values";
+    fputs(DisplayText::wrap(heading, 100).c_str(), out);
+    char frequency[32];
+    snprintf(frequency, sizeof frequency, "%.6g", 1.0 / (s.to - s.from));
+    std::string stretch = "Stretch: " + RecordSource::seconds(s.from) + " s to " +
+                          RecordSource::seconds(s.to) + " s from the trigger, " +
+                          RecordSource::count(n, "sample");
+    if (s.cycles == 1) {
+        stretch += ", 1 cycle of " + std::string(frequency) + " Hz";
+    } else {
+        stretch += "; base frequency " + std::string(frequency) + " Hz";
+        if (s.cycles > 1)
+            stretch += " (" + RecordSource::count(s.cycles, "cycle") + " of the line)";
+    }
+    fputs(DisplayText::wrap(stretch, 100, "", "         ").c_str(), out);
+    fprintf(out, "Phase rotation: %s\n", KSymmetricalComponents::getRotationName(rotation));
+
+    auto name = [&](int k) { return DisplayText::escape(r.getTrace(k)->getName().c_str()); };
+    auto units = [&](int k) { return DisplayText::escape(r.getTrace(k)->getUnits().c_str()); };
+    fprintf(out, "\n  %-6s  %s  %14s  %9s\n", "phase", DisplayText::fit("channel", 24).c_str(),
+            "RMS", "angle");
+    for (int p = 0; p < 3; ++p) {
+        std::string channel = name(traces[p]);
+        if (!units(traces[p]).empty()) channel += " (" + units(traces[p]) + ")";
+        fprintf(out, "  %-6c  %s  %14s  %s\n", 'A' + p, DisplayText::fit(channel, 24).c_str(),
+                magnitudeText(std::abs(abc[p])).c_str(),
+                DisplayText::fit(angleText(KSymmetricalComponents::degreesOf(abc[p])), 9, true)
+                    .c_str());
+    }
+    const bool sameUnits =
+        units(traces[0]) == units(traces[1]) && units(traces[0]) == units(traces[2]);
+    const std::string rmsHeading =
+        sameUnits && !units(traces[0]).empty() ? "RMS (" + units(traces[0]) + ")" : "RMS";
+    fprintf(out, "\n  %-8s  %14s  %9s\n", "sequence", rmsHeading.c_str(), "angle");
+    static const char* const names[3] = {"zero", "positive", "negative"};
+    const double largest = std::max({std::abs(abc[0]), std::abs(abc[1]), std::abs(abc[2])});
+    for (int k : {KSymmetricalComponents::POSITIVE, KSymmetricalComponents::NEGATIVE,
+                  KSymmetricalComponents::ZERO}) {
+        // A component that is nothing but rounding has no angle to speak of.
+        const double size = std::abs(sequences[k]);
+        const bool nothing = size <= 1e-9 * largest;
+        fprintf(out, "  %-8s  %14s  %s\n", names[k], magnitudeText(nothing ? 0.0 : size).c_str(),
+                DisplayText::fit(
+                    nothing ? "---" : angleText(KSymmetricalComponents::degreesOf(sequences[k])), 9,
+                    true)
+                    .c_str());
+    }
+    if (!sameUnits) fprintf(out, "\nThe channels' units differ: the sequences mix them.\n");
+    return 0;
+}
