@@ -25,11 +25,11 @@ constexpr int HARMONIC_CHANNELS = 12;  // the harmonic view's channels when none
 
 // The time graph of the frames: the record's channels, the window and the markers of the
 // options, the line frequency for the read-outs.
-void fillTimeGraph(KGraphFrame* graphs, RenderScene& scene, const std::vector<int>& traces,
+void fillTimeGraph(KGraphFrame* graphs, RenderCommand::Input& input, const std::vector<int>& traces,
                    bool inOrder) {
-    const CommandLine& options = scene.options;
-    KRecord& record = scene.record;
-    graphs->setTitle(scene.title.c_str());
+    const CommandLine& options = input.options;
+    KRecord& record = input.record;
+    graphs->setTitle(input.title.c_str());
     // Graphs by units, unless the channels must keep their order and their units differ:
     // then a graph each, in order.
     bool sameUnits = true;
@@ -60,7 +60,7 @@ void fillTimeGraph(KGraphFrame* graphs, RenderScene& scene, const std::vector<in
         stretchOptions.hasFrom = stretchOptions.hasTo = false;
         PhasorsCommand::Stretch s;
         try {
-            s = PhasorsCommand::chooseStretch(record, stretchOptions, scene.source.getName());
+            s = PhasorsCommand::chooseStretch(record, stretchOptions, input.source.getName());
         } catch (const KException&) {
             // A record without a stretch to analyse shows its time graph alone.
             return;
@@ -87,32 +87,32 @@ void settle(KCanvas& canvas) {
 
 }  // namespace
 
-void AnalysisViews::harmonic(KCanvas& canvas, RenderScene& scene) {
-    const KComtradeConfig& config = scene.source.getReader().getConfig();
-    std::vector<int> traces = ChannelSelection(config, scene.source.getName())
-                                  .select(scene.options.channels, ChannelSelection::ANALOG);
+void AnalysisViews::renderHarmonic(KCanvas& canvas, RenderCommand::Input& input) {
+    const KComtradeConfig& config = input.source.getReader().getConfig();
+    std::vector<int> traces = ChannelSelection(config, input.source.getName())
+                                  .select(input.options.channels, ChannelSelection::ANALOG);
     if (traces.empty())
-        KException::raise("Render", "%s has no analog channels", scene.source.getName().c_str());
-    if (scene.options.channels.empty() && traces.size() > HARMONIC_CHANNELS)
+        KException::raise("Render", "%s has no analog channels", input.source.getName().c_str());
+    if (input.options.channels.empty() && traces.size() > HARMONIC_CHANNELS)
         traces.resize(HARMONIC_CHANNELS);
     auto* frame = new KHarmonicFrame();
     canvas.setRoot(frame);
     frame->create();
-    if (scene.options.dark) frame->getFrequencyGraph()->setOption(KGraphPanel::INVERTED, true);
-    fillTimeGraph(frame->getGraphFrame(), scene, traces, false);
+    if (input.options.dark) frame->getFrequencyGraph()->setOption(KGraphPanel::INVERTED, true);
+    fillTimeGraph(frame->getGraphFrame(), input, traces, false);
     frame->updateTransform();
     settle(canvas);
 }
 
-void AnalysisViews::phasor(KCanvas& canvas, RenderScene& scene) {
-    const KComtradeConfig& config = scene.source.getReader().getConfig();
+void AnalysisViews::renderPhasor(KCanvas& canvas, RenderCommand::Input& input) {
+    const KComtradeConfig& config = input.source.getReader().getConfig();
     std::vector<int> traces =
-        scene.options.channels.empty()
-            ? PhasorsCommand::defaultChannels(scene.record, static_cast<int>(config.analogs.size()))
-            : ChannelSelection(config, scene.source.getName())
-                  .select(scene.options.channels, ChannelSelection::ANALOG);
+        input.options.channels.empty()
+            ? PhasorsCommand::defaultChannels(input.record, static_cast<int>(config.analogs.size()))
+            : ChannelSelection(config, input.source.getName())
+                  .select(input.options.channels, ChannelSelection::ANALOG);
     if (traces.empty())
-        KException::raise("Render", "%s has no analog channels", scene.source.getName().c_str());
+        KException::raise("Render", "%s has no analog channels", input.source.getName().c_str());
     if (traces.size() > 3) {
         KException::raise("Usage",
                           "the phasor view shows three channels, the phases A, B and C; %d given",
@@ -121,8 +121,8 @@ void AnalysisViews::phasor(KCanvas& canvas, RenderScene& scene) {
     auto* frame = new KPhasorFrame();
     canvas.setRoot(frame);
     frame->create();
-    frame->setPhaseRotation(scene.options.rotation.c_str());
-    fillTimeGraph(frame->getGraphFrame(), scene, traces, true);
+    frame->setPhaseRotation(input.options.rotation.c_str());
+    fillTimeGraph(frame->getGraphFrame(), input, traces, true);
     frame->updateTransform();
     settle(canvas);
 }

@@ -1,7 +1,5 @@
 #include "PhasorsCommand.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -11,6 +9,7 @@
 #include <kalvo/analysis/KSymmetricalComponents.h>
 #include <kalvo/foundation/KException.h>
 #include <kalvo/io/KComtradeReader.h>
+#include <kalvo/record/KPhaseChannels.h>
 #include <kalvo/record/KRecord.h>
 
 #include "ChannelSelection.h"
@@ -29,8 +28,8 @@ const char* const PhasorsCommand::HELP =
     "phase A. Works on the embedded sample when no FILE is given.\n"
     "\n"
     "  --channels A,B,C  the channels of phases A, B and C: names, numbers from 1 or patterns;\n"
-    "                    by default the first three-phase set (phases A, B, C in the same\n"
-    "                    units), else the first three analog channels\n"
+    "                    by default the first set of phase voltages or currents (found by\n"
+    "                    their names, phases and units), else the first three analog channels\n"
     "  --from T, --to T  the stretch, in seconds from the trigger\n"
     "  --rotation R      the phase rotation, ABC (default) or ACB: with ACB the sequence that\n"
     "                    turns A, C, B is the positive one\n"
@@ -62,33 +61,21 @@ std::string magnitudeText(double value) {
 }  // namespace
 
 std::vector<int> PhasorsCommand::defaultChannels(const KRecord& record, int analogCount) {
-    analogCount = std::min(analogCount, record.getTraceCount());
-    static const char* const sets[][3] = {
-        {"A", "B", "C"}, {"1", "2", "3"}, {"L1", "L2", "L3"}, {"R", "S", "T"}};
-    auto phaseIs = [&](int k, const char* phase) {
-        const KString p = record.getTrace(k)->getPhase().trim();
-        return strcasecmp(p.c_str(), phase) == 0;
-    };
-    for (int i = 0; i < analogCount; ++i) {
-        for (const auto& set : sets) {
-            if (!phaseIs(i, set[0])) continue;
-            const KString units = record.getTrace(i)->getUnits();
-            std::vector<int> chosen{i};
-            for (int member = 1; member < 3; ++member) {
-                for (int k = 0; k < analogCount; ++k) {
-                    if (phaseIs(k, set[member]) &&
-                        strcmp(record.getTrace(k)->getUnits().c_str(), units.c_str()) == 0) {
-                        chosen.push_back(k);
-                        break;
-                    }
-                }
-            }
-            if (chosen.size() == 3) return chosen;
-        }
+    int sets[2][3];
+    KPhaseChannels::find(record, sets[0], sets[1]);
+    // The complete set (voltages or currents) that starts first in channel order.
+    const std::vector<int>* first = nullptr;
+    std::vector<int> complete[2];
+    for (int k = 0; k < 2; ++k) {
+        if (sets[k][0] < 0 || sets[k][1] < 0 || sets[k][2] < 0) continue;
+        complete[k].assign(sets[k], sets[k] + 3);
+        const int start = *std::min_element(sets[k], sets[k] + 3);
+        if (first == nullptr || start < *std::min_element(first->begin(), first->end())) first = &complete[k];
     }
-    std::vector<int> first;
-    for (int k = 0; k < analogCount && k < 3; ++k) first.push_back(k);
-    return first;
+    if (first != nullptr) return *first;
+    std::vector<int> leading;
+    for (int k = 0; k < std::min(analogCount, record.getTraceCount()) && k < 3; ++k) leading.push_back(k);
+    return leading;
 }
 
 PhasorsCommand::Stretch PhasorsCommand::chooseStretch(const KRecord& r, const CommandLine& options,

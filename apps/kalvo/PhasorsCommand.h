@@ -31,9 +31,8 @@ public:
     // than 2 samples or one over which the sampling rate changes.
     static Stretch chooseStretch(const KRecord& record, const CommandLine& options,
                                  const std::string& name);
-    // The first three analog channels (of analogCount, the record's first traces) that make
-    // a three-phase set: phases A, B and C (or 1, 2, 3; L1, L2, L3; R, S, T) in the same
-    // units, the first such set in channel order. Without one, the first three analog
-    // channels (fewer when there are fewer).
+    // The phases A, B and C of the first set of phase voltages or phase currents in channel
+    // order (KPhaseChannels); without one, the first three analog channels (of analogCount,
+    // the record's first traces; fewer when there are fewer).
     static std::vector<int> defaultChannels(const KRecord& record, int analogCount);
 };

@@ -15,39 +15,62 @@
 #include "AnalysisViews.h"
 #include "ChannelSelection.h"
 #include "OutputFile.h"
+#include "PlotViews.h"
 #include "RecordSource.h"
-#include "RenderScene.h"
 
 const char* const RenderCommand::HELP =
-    "usage: kalvo render [FILE] -o OUT.png|svg|pdf|emf [--view NAME] [--channels LIST]\n"
+    "usage: kalvo render [FILE] -o OUT.png|svg|pdf|emf [--view VIEW] [--channels LIST]\n"
     "                    [--from T] [--to T] [--markers T1,T2] [--size WxH] [--dark]\n"
-    "                    [--rotation ABC|ACB] [--primary] [--encoding NAME]\n"
+    "                    [--primary] [--encoding NAME]\n"
+    "       kalvo render [FILE] -o OUT --view harmonic|phasor [--markers T1,T2]\n"
+    "                    [--rotation ABC|ACB]\n"
+    "       kalvo render [FILE] -o OUT --view plot --x CH --y CH [--mode xy|polar|scatter]\n"
+    "       kalvo render [FILE] -o OUT --view impedance --loop AG|BG|CG|AB|BC|CA [--k0 MAG,ANGLE]\n"
+    "                    [--mho REACH,ANGLE[,OFFSET]]... [--quad X,R,ANGLE]...\n"
     "\n"
-    "Paints a view of the record into a picture, as the viewer shows it. Works on the embedded\n"
-    "sample when no FILE is given.\n"
-    "\n"
-    "views:\n"
+    "Paints a view of the record into a picture. Works on the embedded sample when no FILE is\n"
+    "given. The views:\n"
     "  time       (the default) the time graphs: analog channels in graphs by their units,\n"
     "             status channels that change state in status graphs, all on one time axis\n"
     "             with the trigger marked\n"
+    "  plot       beside the time graphs of the two channels, channel --y against channel\n"
+    "             --x (a name or number; --x time for the time) over the stretch between the\n"
+    "             --markers, or the time shown: xy draws the line through the points in time\n"
+    "             order, polar takes --x as magnitude and --y as angle in degrees, scatter the\n"
+    "             points alone\n"
+    "  impedance  beside the time graphs of the phase voltages and currents, the apparent\n"
+    "             impedance of each --loop (from one-cycle phasors) on the R-X plane, coloured\n"
+    "             by time, with the zones given and where the locus enters them; ohms are\n"
+    "             primary with --primary, else secondary\n"
     "  harmonic   the harmonic frame: the analog channels (the first 12 unless --channels\n"
     "             names them) over time, the spectrum of the stretch between the markers and\n"
     "             the table of its harmonics\n"
-    "  phasor     the phasor frame: three analog channels (the first three-phase set unless\n"
-    "             --channels names them) over time, their phasors over the stretch between the\n"
-    "             markers and their positive-, negative- and zero-sequence components\n"
+    "  phasor     the phasor frame: three analog channels (the first set of phases A, B and C\n"
+    "             unless --channels names them) over time, their phasors over the stretch\n"
+    "             between the markers and their positive-, negative- and zero-sequence\n"
+    "             components\n"
     "\n"
     "  -o OUT           the picture to write; its extension chooses the format\n"
-    "  --view NAME      time, harmonic or phasor\n"
-    "  --channels LIST  channel names or numbers (from 1), separated by commas; all by default\n"
+    "  --view VIEW      time, plot, impedance, harmonic or phasor\n"
+    "  --channels LIST  channel names or numbers (from 1), separated by commas; all by default;\n"
+    "                   for the impedance, the phase voltages and currents VA,VB,VC,IA,IB,IC\n"
+    "                   (found by their names and units by default)\n"
     "  --from T         first time shown, in seconds from the trigger\n"
     "  --to T           last time shown, in seconds from the trigger\n"
     "  --markers T1,T2  shows markers X and O at these times, with their read-outs; for the\n"
     "                   harmonic and phasor views the stretch analysed (by default the cycle of\n"
     "                   the line that starts at the trigger)\n"
-    "  --size WxH       the picture's size in pixels (1600x900 by default); the time view grows\n"
-    "                   taller when its graphs need it\n"
+    "  --size WxH       the picture's size in pixels (1600x900 by default); taller when the\n"
+    "                   graphs need it\n"
     "  --dark           light curves on a dark plot\n"
+    "  --x CH, --y CH   the plot's two channels\n"
+    "  --mode MODE      xy (the default), polar or scatter\n"
+    "  --loop L         the fault loop(s), separated by commas: AG, BG, CG, AB, BC, CA\n"
+    "  --k0 MAG,ANGLE   the residual compensation factor k0 = (Z0 - Z1) / 3 Z1 of the\n"
+    "                   phase-to-ground loops, magnitude and angle in degrees (0 by default)\n"
+    "  --mho R,A[,O]    a mho zone: reach R ohms at A degrees, offset O ohms back; repeatable\n"
+    "  --quad X,R,A     a quadrilateral zone: reactive reach X and resistive reach R ohms,\n"
+    "                   line angle A degrees; repeatable\n"
     "  --rotation R     the phasor view's phase rotation, ABC (default) or ACB\n"
     "  --primary        values on the primary side of the instrument transformers\n"
     "  --encoding NAME  character set of the texts: auto (default), utf-8, latin1, cp1251, gbk\n";
@@ -65,69 +88,78 @@ std::string extensionOf(const std::string& path) {
     return ext;
 }
 
-// The time graphs of the chosen channels, the window and markers of the options.
-void timeView(KCanvas& canvas, RenderScene& scene) {
-    const CommandLine& options = scene.options;
-    KRecord& record = scene.record;
-    const ChannelSelection selection(scene.source.getReader().getConfig(), scene.source.getName());
-    const std::vector<int> traces = selection.select(options.channels, ChannelSelection::ANY);
-    auto* frame = new KGraphFrame(true);
-    canvas.setRoot(frame);
-    frame->create();
-    frame->setTitle(scene.title.c_str());
-    frame->addRecord(&record, traces);
-    if (options.dark) frame->setMode(1);
+}  // namespace
+
+void RenderCommand::showTimeGraphs(KCanvas& canvas, KGraphFrame& frame, Input& input,
+                                   const std::vector<int>& channels) {
+    const CommandLine& options = input.options;
+    frame.setTitle(input.title.c_str());
+    frame.addRecord(&input.record, channels);
+    if (options.dark) frame.setMode(1);
     if (options.hasFrom || options.hasTo) {
-        const int n = record.getSampleCount();
-        frame->setXRange(options.hasFrom ? options.from : record.getXData()[0],
-                         options.hasTo ? options.to : record.getXData()[n - 1]);
+        const double* x = input.record.getXData();
+        const int n = input.record.getSampleCount();
+        frame.setXRange(options.hasFrom ? options.from : x[0], options.hasTo ? options.to : x[n - 1]);
     }
     if (options.markers.size() == 2) {
-        frame->toggleMarkers();
-        frame->setMarkerXPosition(options.markers[0]);
-        frame->setMarkerOPosition(options.markers[1]);
+        frame.toggleMarkers();
+        frame.setMarkerXPosition(options.markers[0]);
+        frame.setMarkerOPosition(options.markers[1]);
     }
     canvas.pumpTasks();
     // Every graph shows: the picture grows taller when the graphs need more room.
-    if (KGraphClient* graphs = frame->getGraphClient()) {
+    if (KGraphClient* graphs = frame.getGraphClient()) {
         const int needed = graphs->getMinimumSize().cy;
-        const KContainer* place = graphs->getParent();
-        const int room = place != nullptr ? place->getSize().cy : needed;
-        if (needed > room) canvas.setSize(options.width, options.height + needed - room);
+        const int room = graphs->getParent() != nullptr ? graphs->getParent()->getSize().cy : needed;
+        if (needed > room) canvas.setSize(canvas.getWidth(), canvas.getHeight() + needed - room);
     }
     canvas.layout();
     canvas.pumpTasks();
 }
 
-// The views, by their --view names.
-const RenderView VIEWS[] = {
-    {"time", timeView},
-    {"harmonic", AnalysisViews::harmonic},
-    {"phasor", AnalysisViews::phasor},
+namespace {
+
+void renderTime(KCanvas& canvas, RenderCommand::Input& input) {
+    auto* frame = new KGraphFrame(true);
+    canvas.setRoot(frame);
+    frame->create();
+    RenderCommand::showTimeGraphs(canvas, *frame, input, input.channels);
+}
+
+// The views, by the name --view takes.
+const struct {
+    const char* name;
+    RenderCommand::View view;
+} VIEWS[] = {
+    {"time", renderTime},
+    {"plot", PlotViews::renderPlot},
+    {"impedance", PlotViews::renderImpedance},
+    {"harmonic", AnalysisViews::renderHarmonic},
+    {"phasor", AnalysisViews::renderPhasor},
 };
 
 }  // namespace
 
 int RenderCommand::run(const CommandLine& options, FILE*) {
-    const RenderView* view = nullptr;
-    std::string names;
-    for (const RenderView& v : VIEWS) {
-        if (options.view == v.name) view = &v;
-        names += names.empty() ? v.name : std::string(", ") + v.name;
-    }
-    if (view == nullptr) {
-        KException::raise("Usage", "unknown view '%s' (%s)", options.view.c_str(), names.c_str());
-    }
     if (options.output.empty()) KException::raise("Usage", "render needs a picture to write: -o OUT.png");
     const std::string ext = extensionOf(options.output);
     if (std::none_of(std::begin(FORMATS), std::end(FORMATS), [&](const char* f) { return ext == f; })) {
         KException::raise("Usage", "%s: unknown picture type '%s' (use .png, .svg, .pdf or .emf)",
                           options.output.c_str(), ext.c_str());
     }
+    const std::string viewName = options.view.empty() ? "time" : options.view;
+    const auto view = std::find_if(std::begin(VIEWS), std::end(VIEWS), [&](const auto& v) { return viewName == v.name; });
+    if (view == std::end(VIEWS)) {
+        std::string names;
+        for (const auto& v : VIEWS) names += std::string(names.empty() ? "" : ", ") + v.name;
+        KException::raise("Usage", "unknown view '%s' (%s)", viewName.c_str(), names.c_str());
+    }
     RecordSource source(options);
     KRecord record;
     source.read(record);
     source.done();
+    const std::vector<int> traces = ChannelSelection(source.getReader().getConfig(), source.getName())
+                                        .select(options.channels, ChannelSelection::ANY);
     const char* name = source.getName().c_str();
     const int n = record.getSampleCount();
     if (n == 0) KException::raise("Render", "%s holds no samples", name);
@@ -151,13 +183,13 @@ int RenderCommand::run(const CommandLine& options, FILE*) {
         }
     }
 
-    KCanvas canvas(options.width, options.height);
     KString title(record.getName().c_str());
     if (!record.getDevice().isEmpty()) title << " - " << record.getDevice();
     const KString start = record.getProperty("Start");
     if (!start.isEmpty()) title << "   " << start;
-    RenderScene scene{options, source, record, title};
-    view->build(canvas, scene);
+    Input input{options, source, record, traces, !options.channels.empty(), title};
+    KCanvas canvas(options.width, options.height);
+    view->view(canvas, input);
     // Written under a temporary name, put in place when complete.
     OutputFile output(options.output);
     if (ext == ".emf") {

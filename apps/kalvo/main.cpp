@@ -12,6 +12,7 @@
 #include "EventsCommand.h"
 #include "ExportCommand.h"
 #include "HarmonicsCommand.h"
+#include "ImpedanceCommand.h"
 #include "InfoCommand.h"
 #include "PhasorsCommand.h"
 #include "RenderCommand.h"
@@ -58,10 +59,12 @@ const Command COMMANDS[] = {
      HarmonicsCommand::HELP, HarmonicsCommand::run},
     {"convert", CommandLine::OUTPUT | CommandLine::CONVERT, ConvertCommand::HELP,
      ConvertCommand::run},
-    {"phasors", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::SEQUENCE,
-     PhasorsCommand::HELP, PhasorsCommand::run},
+    {"impedance", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::PLOT, ImpedanceCommand::HELP,
+     ImpedanceCommand::run},
+    {"phasors", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::SEQUENCE, PhasorsCommand::HELP,
+     PhasorsCommand::run},
     {"render",
-     CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::OUTPUT | CommandLine::PICTURE |
+     CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::OUTPUT | CommandLine::PICTURE | CommandLine::PLOT |
          CommandLine::SEQUENCE,
      RenderCommand::HELP, RenderCommand::run},
 };
