@@ -5,8 +5,7 @@
 // The texts of the analysis tables.
 class KAnalysisText {
 public:
-    // The degree mark of the tables: the masculine ordinal of Windows-1252 (0xBA), which the
-    // tables have always used for it.
+    // The degree mark of the tables: the byte 0xBA (the masculine ordinal of Windows-1252).
     static constexpr char DEGREE_MARK = '\xBA';
 
     // "+ 35" and "- 120" with the degree mark: the sign, a blank and the whole degrees;

@@ -45,13 +45,9 @@ const char* KBarGraphPanel::getDisplayOptionName(int option) {
 
 void KBarGraphPanel::create() {
     if (getOffsetControl() == nullptr) {
-        auto* spin = new KSpinControl("spin");
-        spin->setVisible(false);
         double lo, hi;
         getYRange().getLimits(lo, hi);
-        spin->setRange(lo, hi);
-        spin->addListener(this);
-        add(spin);
+        addOffsetControl()->setRange(lo, hi);
     }
     if (meterEnabled_ && getMeter() == nullptr) setMeter(nullptr);
     KGraphPanel::create();
@@ -80,7 +76,7 @@ void KBarGraphPanel::getAutoRangeExtents(double& lower, double& upper) const {
     lower = autoLower_;
     upper = autoUpper_;
     if (low < autoLower_) lower = low;
-    // The high end lands in lower: the range has always been worked out so.
+    // The high end lands in lower.
     if (high > autoUpper_) lower = high;
 }
 
@@ -120,10 +116,6 @@ bool KBarGraphPanel::resetZoomY() {
 }
 
 // Offset control.
-
-KSpinControl* KBarGraphPanel::getOffsetControl() const {
-    return k_dynamic_cast<KSpinControl>(findComponent("spin"));
-}
 
 void KBarGraphPanel::updateOffsetControl() {
     KSpinControl* spin = getOffsetControl();
@@ -167,13 +159,7 @@ bool KBarGraphPanel::properties(CWnd*) {
 void KBarGraphPanel::doLayout() {
     KPanel::doLayout();
     plot_ = layoutPlot();
-    int top = plot_.top;
-    if (KSpinControl* spin = getOffsetControl(); spin != nullptr && spin->isVisible()) {
-        const CSize size = spin->getPreferredSize();
-        spin->setBounds(CRect(CPoint(plot_.right + 6, top), size));
-        top += size.cy + 4;
-    }
-    layoutLegend(top);
+    layoutLegend(layoutOffsetControl(plot_.top));
 }
 
 // Painting.
@@ -335,18 +321,6 @@ void KBarGraphPanel::processKeyEvent(KEvent& event) {
         }
     }
     KGraphPanel::processKeyEvent(event);
-}
-
-void KBarGraphPanel::actionPerformed(KEvent& event) {
-    KSpinControl* spin = getOffsetControl();
-    if (spin == nullptr || event.getSource() != spin || !event.isNamed("spin.change")) {
-        KGraphPanel::actionPerformed(event);
-        return;
-    }
-    if (KCurve* curve = getActiveCurve()) {
-        curve->setYOffset(spin->getValue());
-        repaint();
-    }
 }
 
 void KBarGraphPanel::onCommand(KEvent& event) {

@@ -16,10 +16,9 @@ class KSpinControl;
 // "spin".
 //
 // The value range follows the data, the data widened to the auto-range extents, or the
-// stacked total; it stays as set by hand with manual range. Two of these rules are kept as
-// they have always been, odd as they look: the stacked range counts the whole data range
-// once per curve, and the auto range writes a high end above the upper extent into the
-// lower end.
+// stacked total; it stays as set by hand with manual range. The stacked range counts the
+// whole data range once per curve, and the auto range writes a high end above the upper
+// extent into the lower end.
 class KBarGraphPanel : public KGraphPanel {
     K_DECLARE_CLASS(KBarGraphPanel);
 
@@ -80,7 +79,6 @@ public:
     // data range.
     bool resetZoomY() override;
 
-    KSpinControl* getOffsetControl() const;
     void updateOffsetControl() override;
 
     // Shows the settings in a message box and marks the panel modified; false without a
@@ -89,7 +87,6 @@ public:
 
     void doLayout() override;
     void processKeyEvent(KEvent& event) override;
-    void actionPerformed(KEvent& event) override;
     void onCommand(KEvent& event) override;
 
     // Every field, and a clone of the meter.

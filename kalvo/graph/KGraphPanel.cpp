@@ -23,6 +23,7 @@
 #include <kalvo/record/KRecord.h>
 #include <kalvo/toolkit/KClipboard.h>
 #include <kalvo/toolkit/KGraphics.h>
+#include <kalvo/toolkit/widgets/KSpinControl.h>
 
 K_IMPLEMENT_CLASS(KGraphPanel, KPanel, 1)
 
@@ -680,6 +681,28 @@ void KGraphPanel::doLayout() {
     layoutLegend(plot_.top);
 }
 
+KSpinControl* KGraphPanel::getOffsetControl() const {
+    return k_dynamic_cast<KSpinControl>(findComponent("spin"));
+}
+
+KSpinControl* KGraphPanel::addOffsetControl() {
+    KSpinControl* spin = getOffsetControl();
+    if (spin != nullptr) return spin;
+    spin = new KSpinControl("spin");
+    spin->setVisible(false);
+    spin->addListener(this);
+    add(spin);
+    return spin;
+}
+
+int KGraphPanel::layoutOffsetControl(int top) {
+    KSpinControl* spin = getOffsetControl();
+    if (spin == nullptr || !spin->isVisible()) return top;
+    const CSize size = spin->getPreferredSize();
+    spin->setBounds(CRect(CPoint(plot_.right + 6, top), size));
+    return top + size.cy + 4;
+}
+
 void KGraphPanel::layoutLegend(int top) {
     const CRect r = getClientRect();
     const int left = plot_.right + 6;
@@ -1144,6 +1167,18 @@ void KGraphPanel::processKeyEvent(KEvent& event) {
     KEvent c = KEvent::command(0, command);
     c.setSource(this);
     onCommand(c);
+}
+
+void KGraphPanel::actionPerformed(KEvent& event) {
+    KSpinControl* spin = getOffsetControl();
+    if (spin == nullptr || event.getSource() != spin || !event.isNamed("spin.change")) {
+        KPanel::actionPerformed(event);
+        return;
+    }
+    if (KCurve* curve = getActiveCurve()) {
+        curve->setYOffset(spin->getValue());
+        repaint();
+    }
 }
 
 void KGraphPanel::onCommand(KEvent& event) {

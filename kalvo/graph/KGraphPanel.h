@@ -12,6 +12,7 @@ class KCurveClient;
 class KGraphFrame;
 class KGraphMeter;
 class KRecord;
+class KSpinControl;
 
 // The base of every graph: a panel that holds curves in its legend (a KCurveClient named
 // "client"), keeps a horizontal and a vertical range as its window on their data, maps
@@ -227,7 +228,9 @@ public:
     // Shows the meter with the curves and both marker positions while there are curves and
     // both markers show, in the legend's place (it names the curves too); hides it otherwise.
     virtual void updateMarkerLabels();
-    // The offset control follows the active curve; nothing for kinds without one.
+    // The offset control "spin" (kinds that have one make it with addOffsetControl): it
+    // follows the active curve and sets the curve's Y offset.
+    KSpinControl* getOffsetControl() const;
     virtual void updateOffsetControl() {}
 
     // The frame's moves of this panel.
@@ -254,6 +257,7 @@ public:
     void mouseMoved(KEvent& event) override;
     void mouseWheel(KEvent& event) override;
     void processKeyEvent(KEvent& event) override;
+    void actionPerformed(KEvent& event) override;
     void onCommand(KEvent& event) override;
     void focusChanged(bool gained) override;
     virtual bool canContain(const KComponent* component) const;
@@ -276,6 +280,10 @@ protected:
     virtual CRect layoutPlot();
     // Places the legend and, under it, the meter in the right margin, from top down.
     void layoutLegend(int top);
+    // Adds the offset control, hidden, unless there is one; places it, when it shows, at top
+    // right of the plot and gives the top below it.
+    KSpinControl* addOffsetControl();
+    int layoutOffsetControl(int top);
 
     // Drawing steps. drawCurves draws the data of every visible curve, clipped to the plot,
     // through drawCurve; drawCurve draws the index-th curve (from 1), its segments by default.

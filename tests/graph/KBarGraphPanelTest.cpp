@@ -84,7 +84,7 @@ TEST(KBarGraphPanelTest, SettingsKeepTheirRangesAndNames) {
     EXPECT_EQ(bare.getMeter(), nullptr);
 }
 
-TEST(KBarGraphPanelTest, RangesFollowTheirOddRules) {
+TEST(KBarGraphPanelTest, RangesFollowTheStackedTotalAndTheAutoRangeExtents) {
     KCanvas canvas(600, 300);
     auto record = makeRecord({0, 1, 2}, {{-5, 20, 3}, {-1, 2, 0}, {0, 1, 2}});
     KBarGraphPanel* graph = barsOn(canvas, *record, 1);
