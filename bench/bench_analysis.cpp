@@ -5,6 +5,8 @@
 // In the same run, for comparison: the computation alone (no painting), and painting the
 // whole frame afresh. compute_ms and full_paint_ms are those; share_compute is how much of a
 // move the computation takes. Times are processor times (the CPU column and the counters).
+// Memory: frame_MB is the peak the frame and its record took as they were built, move_KB the
+// peak memory the moves took on top of that.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -19,6 +21,8 @@
 #include <kalvo/host/headless/KCanvas.h>
 #include <kalvo/record/KRecord.h>
 
+#include "BenchMemory.h"
+
 namespace {
 
 constexpr int CURVES = 12;
@@ -32,9 +36,13 @@ struct Scene {
     std::unique_ptr<KCanvas> canvas;
     KHarmonicFrame* frame = nullptr;
     int at = 0;  // marker X's sample
+    double frameBytes = 0;  // the peak memory of building the scene
 
     void build(int w, int h) {
         canvas.reset();
+        record.reset();
+        resetPeakMemory();
+        const double before = peakMemory();
         width = w;
         height = h;
         record = std::make_unique<KRecord>();
@@ -71,6 +79,7 @@ struct Scene {
         canvas->pumpTasks();
         canvas->layout();
         canvas->paint();
+        frameBytes = peakMemory() - before;
     }
 
     // A hair after sample i: the stretch then starts at i.
@@ -105,6 +114,8 @@ double seconds(int repeats, F f) {
 
 void BM_HarmonicMarkerMove(benchmark::State& state) {
     Scene& s = scene(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
+    resetPeakMemory();
+    const double before = peakMemory();
     for (auto _ : state) {
         s.move();
         s.canvas->pumpTasks();
@@ -121,6 +132,8 @@ void BM_HarmonicMarkerMove(benchmark::State& state) {
     });
     s.canvas->update();
     const double full = seconds(10, [&] { s.canvas->paint(); });
+    state.counters["move_KB"] = (peakMemory() - before) / 1024;
+    state.counters["frame_MB"] = s.frameBytes / (1024 * 1024);
     state.counters["compute_ms"] = compute * 1e3;
     state.counters["full_paint_ms"] = full * 1e3;
     state.counters["share_compute"] = compute / move;
