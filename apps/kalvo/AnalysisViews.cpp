@@ -15,6 +15,7 @@
 #include <kalvo/io/KComtradeReader.h>
 #include <kalvo/record/KRecord.h>
 
+#include "AnalysisStretch.h"
 #include "ChannelSelection.h"
 #include "PhasorsCommand.h"
 #include "RecordSource.h"
@@ -58,9 +59,9 @@ void fillTimeGraph(KGraphFrame* graphs, RenderCommand::Input& input, const std::
     } else {
         CommandLine stretchOptions = options;
         stretchOptions.hasFrom = stretchOptions.hasTo = false;
-        PhasorsCommand::Stretch s;
+        AnalysisStretch s;
         try {
-            s = PhasorsCommand::chooseStretch(record, stretchOptions, input.source.getName());
+            s = AnalysisStretch::choose(record, stretchOptions, input.source.getName(), "Render");
         } catch (const KException&) {
             // A record without a stretch to analyse shows its time graph alone.
             return;
