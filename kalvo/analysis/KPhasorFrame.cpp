@@ -468,14 +468,7 @@ void KPhasorFrame::onCommand(KEvent& event) {
         toggleMarkerLockStep();
     } else if (name == "FRAME.COPY.BITMAP" || name == "FRAME.COPY.PICTURE") {
         event.consume();
-        KHost* host = getCanvas();
-        const HWND owner = host != nullptr ? host->getWindow() : 0;
-        const CRect area(CPoint(0, 0), getSize());
-        if (name == "FRAME.COPY.BITMAP") {
-            KClipboard::setBitmap(area, nullptr, this, owner);
-        } else {
-            KClipboard::setMetaFile(area, nullptr, this, owner);
-        }
+        KClipboard::setComponentPicture(this, name == "FRAME.COPY.BITMAP");
     } else {
         KPanel::onCommand(event);
     }

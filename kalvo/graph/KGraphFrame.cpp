@@ -896,14 +896,7 @@ void KGraphFrame::onCommand(KEvent& event) {
         properties(nullptr);
     } else if (name == "FRAME.COPY.BITMAP" || name == "FRAME.COPY.PICTURE") {
         event.consume();
-        KHost* host = getCanvas();
-        const HWND owner = host != nullptr ? host->getWindow() : 0;
-        const CRect area(CPoint(0, 0), getSize());
-        if (name == "FRAME.COPY.BITMAP") {
-            KClipboard::setBitmap(area, nullptr, this, owner);
-        } else {
-            KClipboard::setMetaFile(area, nullptr, this, owner);
-        }
+        KClipboard::setComponentPicture(this, name == "FRAME.COPY.BITMAP");
     } else if (name == "COL.LEFT" || name == "COL.RIGHT") {
         // Send to back and bring to front: the frame among its siblings.
         event.consume();
