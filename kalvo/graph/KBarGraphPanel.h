@@ -104,8 +104,6 @@ protected:
     virtual void drawStackedSegments(KGraphics& graphics, std::vector<KCurve*>& curves, int first,
                                      int last);
     void drawYAxis(KGraphics& graphics) override;
-    // The value range's ends beside a plot too short for tick labels.
-    void drawYLimits(KGraphics& graphics);
     // One bar of the index-th curve between the baseline and value pixel rows (from the
     // plot's top): a line at left (from the plot's left), or a column from left to right,
     // hatched or not.

@@ -870,6 +870,23 @@ void KGraphPanel::drawYGrid(KGraphics& graphics) {
     });
 }
 
+void KGraphPanel::drawYLimits(KGraphics& graphics) {
+    const KRange& yr = getYRange();
+    CDC* dc = graphics.getDC();
+    graphics.setFont(const_cast<CFont*>(&KGraphAxis::getAxisFont()));
+    graphics.setColor(textColor());
+    const int mode = dc->SetBkMode(TRANSPARENT);
+    const int precision = yr.getPrecision();
+    const int right = plot_.left - getUnitSize() / 4 - 2;
+    const KString top = toLabel(yr.getMaximum(), precision, yr.getMinimum(), yr.getMaximum(), true);
+    const KString bottom = toLabel(yr.getMinimum(), precision, yr.getMinimum(), yr.getMaximum(), true);
+    CRect upper(getClientRect().left, plot_.top, right, plot_.bottom);
+    CRect lower = upper;
+    dc->DrawText(top.trim().c_str(), &upper, DT_RIGHT | DT_TOP | DT_SINGLELINE | DT_NOCLIP);
+    dc->DrawText(bottom.trim().c_str(), &lower, DT_RIGHT | DT_BOTTOM | DT_SINGLELINE | DT_NOCLIP);
+    dc->SetBkMode(mode);
+}
+
 void KGraphPanel::drawTicks(KGraphics& graphics) {
     const int t = getUnitSize() / 4;
     graphics.setColor(isInverted() ? 0xFFFFFF : 0);

@@ -295,6 +295,8 @@ protected:
     virtual void drawYGrid(KGraphics& graphics);
     virtual void drawXAxis(KGraphics& graphics);
     virtual void drawYAxis(KGraphics& graphics);
+    // The value range's ends beside the plot, for a plot too short for tick labels.
+    void drawYLimits(KGraphics& graphics);
     virtual void drawTicks(KGraphics& graphics);
     void drawXIntercept(KGraphics& graphics);
     void drawYIntercept(KGraphics& graphics);

@@ -58,8 +58,6 @@ protected:
     void drawCurve(KGraphics& graphics, KCurve* curve, int index) override;
     void drawSegments(KGraphics& graphics, const KCurve* curve, int first, int last) override;
     void drawYAxis(KGraphics& graphics) override;
-    // The value range's ends beside the plot, for a plot too short for tick labels.
-    void drawYLimits(KGraphics& graphics);
     // The curve's glyph, with its number, along the curve.
     void drawGlyphs(KGraphics& graphics, KCurve* curve, int index);
     CRect layoutPlot() override;
