@@ -184,6 +184,9 @@ public:
     // The whole road: visible components only, drawn at their location, in XOR mode when
     // set; containers add their children.
     virtual void paintAll(KGraphics& graphics);
+    // True when paint covers every pixel of the component's extents, so that its container
+    // need not fill behind it: opaque containers and labels.
+    virtual bool paintsEveryPixel() const { return false; }
     // Paints in XOR mode: drawing it twice leaves the picture as it was.
     virtual void paintXOR(KGraphics& graphics);
     // The focus mark drawn over a focused child by a container; none by default.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 #include <kalvo/foundation/KArchive.h>
 #include <kalvo/platform/CDC.h>
@@ -211,6 +212,42 @@ bool KContainer::isModified() const {
     if (KComponent::isModified()) return true;
     return std::any_of(children_.begin(), children_.end(),
                        [](const KComponent* c) { return c->isModified(); });
+}
+
+namespace {
+
+// The parts of each rectangle outside the hole: up to four bands around it.
+void subtractRect(std::vector<CRect>& rects, const CRect& hole) {
+    std::vector<CRect> out;
+    for (const CRect& r : rects) {
+        CRect common;
+        if (!common.IntersectRect(r, hole)) {
+            out.push_back(r);
+            continue;
+        }
+        if (r.top < common.top) out.emplace_back(r.left, r.top, r.right, common.top);
+        if (common.bottom < r.bottom) out.emplace_back(r.left, common.bottom, r.right, r.bottom);
+        if (r.left < common.left) out.emplace_back(r.left, common.top, common.left, common.bottom);
+        if (common.right < r.right)
+            out.emplace_back(common.right, common.top, r.right, common.bottom);
+    }
+    rects.swap(out);
+}
+
+}  // namespace
+
+void KContainer::paint(KGraphics& graphics) {
+    if (!isOpaque()) return;
+    std::vector<CRect> uncovered{getExtents()};
+    const bool printing = graphics.isPrinting();
+    for (KComponent* child : children_) {
+        if (uncovered.empty()) break;
+        if (!child->isVisible() || child->isXORDraw() || !child->paintsEveryPixel()) continue;
+        if (printing && !child->isPrintable()) continue;
+        subtractRect(uncovered, child->getBounds());
+    }
+    graphics.setColor(getBackground());
+    for (const CRect& r : uncovered) graphics.fillRect(r);
 }
 
 void KContainer::paintAll(KGraphics& graphics) {

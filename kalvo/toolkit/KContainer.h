@@ -73,6 +73,10 @@ public:
     void setModified(bool modified) override;
     bool isModified() const override;
     void paintAll(KGraphics& graphics) override;
+    bool paintsEveryPixel() const override { return isOpaque(); }
+    // Fills the background that the children which paint every pixel of theirs leave
+    // uncovered (all of it when none does), so that no pixel is filled twice.
+    void paint(KGraphics& graphics) override;
     void enumComponents(std::vector<KComponent*>& list, const char* className) override;
     void populateAll(CTreeCtrl& tree, HTREEITEM parent) override;
 

@@ -100,7 +100,11 @@ void KCanvas::update() {
     if (invalid_.IsRectEmpty()) return;
     const int saved = image_->SaveDC();
     image_->IntersectClipRect(invalid_);
-    image_->FillSolidRect(invalid_, 0xFFFFFF);
+    // A root that paints every pixel of the damage leaves nothing to clear.
+    CRect covered;
+    if (root_ == nullptr || !root_->isVisible() || !root_->paintsEveryPixel() ||
+        !covered.IntersectRect(root_->getBounds(), invalid_) || covered != invalid_)
+        image_->FillSolidRect(invalid_, 0xFFFFFF);
     paint(image_.get());
     image_->RestoreDC(saved);
 }

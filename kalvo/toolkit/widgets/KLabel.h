@@ -92,6 +92,7 @@ public:
     CRect getClientRect() const override;
 
     void paint(KGraphics& graphics) override;
+    bool paintsEveryPixel() const override { return isOpaque(); }
     virtual void drawBackground(KGraphics& graphics);
     virtual void drawForeground(KGraphics& graphics);
     // A dotted frame inside the border.
