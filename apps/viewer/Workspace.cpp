@@ -1,0 +1,64 @@
+#include "Workspace.h"
+
+#include <cstdint>
+
+#include <kalvo/foundation/KArchive.h>
+#include <kalvo/foundation/KException.h>
+#include <kalvo/graph/KGraphFrame.h>
+
+#include "OutputFile.h"
+
+namespace {
+
+constexpr const char* MAGIC = "Kalvo workspace";
+constexpr std::int32_t VERSION = 1;
+
+}  // namespace
+
+void Workspace::save(const std::string& path, const std::vector<Page>& pages, int active) {
+    KArchive archive;
+    archive.writeString(MAGIC);
+    archive << VERSION << static_cast<std::int32_t>(active);
+    archive.writeCount(static_cast<std::uint32_t>(pages.size()));
+    for (const Page& page : pages) {
+        archive.writeString(page.path.c_str());
+        archive.writeString(page.title.c_str());
+        archive.writeString(page.view.c_str());
+        archive.writeObject(page.frame);
+    }
+    OutputFile output(path);
+    try {
+        archive.saveFile(output.getTemporaryPath().c_str());
+    } catch (const KException&) {
+        KException::raise("Workspace", "%s: cannot be written", path.c_str());
+    }
+    output.commit();
+}
+
+std::vector<Workspace::LoadedPage> Workspace::load(const std::string& path, int& active) {
+    KArchive archive = KArchive::fromFile(path.c_str());
+    std::vector<LoadedPage> pages;
+    try {
+        if (archive.remaining() < 16 || archive.readString() != MAGIC) {
+            KException::raise("Workspace", "%s: not a Kalvo workspace", path.c_str());
+        }
+        archive.readVersion(VERSION, "workspace");
+        std::int32_t front = 0;
+        archive >> front;
+        const std::uint32_t count = archive.readCount();
+        for (std::uint32_t i = 0; i < count; ++i) {
+            LoadedPage page;
+            page.path = archive.readString().c_str();
+            page.title = archive.readString().c_str();
+            page.view = archive.readString().c_str();
+            page.frame.reset(static_cast<KGraphFrame*>(archive.readObject(K_CLASS(KGraphFrame))));
+            if (page.frame == nullptr) KException::raise("Workspace", "tab %u holds no time graphs", i + 1);
+            pages.push_back(std::move(page));
+        }
+        active = front >= 0 && front < static_cast<std::int32_t>(count) ? front : 0;
+    } catch (const KException& e) {
+        if (e.getText().indexOf(KString(path.c_str())) != KString::NOT_FOUND) throw;
+        KException::raise("Workspace", "%s: damaged workspace (%s)", path.c_str(), e.getText().c_str());
+    }
+    return pages;
+}
