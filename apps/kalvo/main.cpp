@@ -14,6 +14,7 @@
 #include "HarmonicsCommand.h"
 #include "InfoCommand.h"
 #include "RenderCommand.h"
+#include "ViewCommand.h"
 
 namespace {
 
@@ -32,6 +33,7 @@ const char* const USAGE =
     "  harmonics  harmonic content of a stretch of the record\n"
     "  convert    the record rewritten in another data file type or revision\n"
     "  render     the time graphs of the record as a picture\n"
+    "  view       the records in a window (kalvo-viewer)\n"
     "\n"
     "kalvo COMMAND --help tells more.\n"
     "\n"
@@ -71,6 +73,8 @@ int main(int argc, char** argv) {
         printf("kalvo %s\n", KALVO_VERSION);
         return 0;
     }
+    // The window is a program of its own, with options of its own.
+    if (strcmp(argv[1], "view") == 0) return ViewCommand::run(argc, argv);
     for (const Command& command : COMMANDS) {
         if (strcmp(argv[1], command.name) != 0) continue;
         try {
