@@ -72,7 +72,7 @@ void ChannelList::refresh() {
 GtkWidget* ChannelList::makeRow(int trace, const std::vector<KGraphPanel*>& graphs, GtkStringList* names) {
     const KRecord::Trace* t = record_.getTrace(trace);
     KCurve* curve = findCurve(trace);
-    rows_.push_back(std::make_unique<Row>(Row{this, trace}));
+    rows_.push_back(std::make_unique<Row>(Row{this, trace, nullptr, nullptr}));
     Row* row = rows_.back().get();
 
     GtkWidget* line = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
@@ -83,6 +83,7 @@ GtkWidget* ChannelList::makeRow(int trace, const std::vector<KGraphPanel*>& grap
     std::string tip = std::string(t->getName().c_str()) + (t->isDigital() ? ": status channel" : "");
     gtk_widget_set_tooltip_text(check, ("Show " + std::string(t->getName().c_str())).c_str());
     g_signal_connect(check, "toggled", G_CALLBACK(onToggled), row);
+    row->check = check;
     gtk_box_append(GTK_BOX(line), check);
 
     GtkWidget* swatch = gtk_drawing_area_new();
@@ -110,8 +111,17 @@ GtkWidget* ChannelList::makeRow(int trace, const std::vector<KGraphPanel*>& grap
     gtk_drop_down_set_selected(GTK_DROP_DOWN(graph), place);
     gtk_widget_set_sensitive(graph, curve != nullptr);
     g_signal_connect(graph, "notify::selected", G_CALLBACK(onChosen), row);
+    row->chooser = graph;
     gtk_box_append(GTK_BOX(line), graph);
     return line;
+}
+
+GtkWidget* ChannelList::getCheckButton(int trace) const {
+    return trace >= 0 && trace < static_cast<int>(rows_.size()) ? rows_[static_cast<size_t>(trace)]->check : nullptr;
+}
+
+GtkWidget* ChannelList::getGraphChooser(int trace) const {
+    return trace >= 0 && trace < static_cast<int>(rows_.size()) ? rows_[static_cast<size_t>(trace)]->chooser : nullptr;
 }
 
 void ChannelList::drawSwatch(GtkDrawingArea*, cairo_t* cr, int width, int height, gpointer data) {
@@ -236,6 +246,8 @@ bool ChannelList::moveTo(int trace, int graph) {
 }
 
 void ChannelList::changed() {
+    // A graph made for a channel takes the colours of the others.
+    frame_.setMode(frame_.getMode());
     std::vector<KGraphPanel*> graphs;
     frame_.getGraphList(graphs);
     for (KGraphPanel* g : graphs) g->resetZoomY();

@@ -35,11 +35,16 @@ public:
     // Moves a channel's curve to the graph of that place in the frame; the place after the
     // last makes a new graph. False when the graph does not take it.
     bool moveTo(int trace, int graph);
+    // The check box and the graph chooser of a channel's row; null for no such channel.
+    GtkWidget* getCheckButton(int trace) const;
+    GtkWidget* getGraphChooser(int trace) const;
 
 private:
     struct Row {
         ChannelList* list;
         int trace;
+        GtkWidget* check;
+        GtkWidget* chooser;
     };
     // A change asked for in a row: shown or hidden, or moved to a graph (from 0).
     struct Change {

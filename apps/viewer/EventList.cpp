@@ -40,9 +40,8 @@ EventList::EventList(const KRecord& record, std::function<void(double)> onChosen
         const KRecord::Trace* trace = record.getTrace(e.trace);
         // A change at the trigger, give or take rounding, is at 0.
         std::string line = KGraphAxis::formatTime(std::fabs(e.time) < 5e-10 ? 0.0 : e.time).c_str();
-        line += "   ";
+        line += e.state ? "  0→1  " : "  1→0  ";
         line += trace->getName().c_str();
-        line += e.state ? "   0 → 1" : "   1 → 0";
         gtk_string_list_append(lines, line.c_str());
     }
     GtkListItemFactory* factory = gtk_signal_list_item_factory_new();

@@ -99,7 +99,7 @@ void RecordTab::buildPage() {
     gtk_paned_set_shrink_start_child(GTK_PANED(paned_), FALSE);
     gtk_paned_set_resize_start_child(GTK_PANED(paned_), FALSE);
     sidebar_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    gtk_widget_set_size_request(sidebar_, 250, -1);
+    gtk_widget_set_size_request(sidebar_, 270, -1);
     gtk_paned_set_start_child(GTK_PANED(paned_), sidebar_);
     views_ = gtk_stack_new();
     gtk_paned_set_end_child(GTK_PANED(paned_), views_);

@@ -64,6 +64,7 @@ void drawPage(GtkPrintOperation*, GtkPrintContext* context, int, gpointer data) 
     // The whole view on the page, its proportions kept.
     const double scale = std::min(width / std::max(1L, static_cast<long>(size.cx)), height / std::max(1L, static_cast<long>(size.cy)));
     cairo_save(cr);
+    cairo_translate(cr, (width - scale * size.cx) / 2, (height - scale * size.cy) / 2);
     cairo_scale(cr, scale, scale);
     {
         CCairoDC dc(cr);

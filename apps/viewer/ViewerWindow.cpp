@@ -116,9 +116,8 @@ ViewerWindow::ViewerWindow(GtkApplication* application, const ViewerOptions& opt
     addActions();
 
     GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    GMenuModel* menu = buildMenu();
-    gtk_box_append(GTK_BOX(box), gtk_popover_menu_bar_new_from_model(menu));
-    g_object_unref(menu);
+    menu_ = buildMenu();
+    gtk_box_append(GTK_BOX(box), gtk_popover_menu_bar_new_from_model(menu_));
 
     pages_ = gtk_stack_new();
     gtk_widget_set_vexpand(pages_, TRUE);
@@ -168,6 +167,7 @@ ViewerWindow::~ViewerWindow() {
     state_.reset();
     frameLog_.reset();
     g_object_unref(actions_);
+    g_object_unref(menu_);
     g_object_unref(recentMenu_);
     g_object_unref(window_);
 }
@@ -291,20 +291,20 @@ GMenuModel* ViewerWindow::buildMenu() {
     GMenu* marks = g_menu_new();
     append(marks, "Toggle _Markers", "win.graph('FRAME.MARKERS')", "m");
     append(marks, "Go to Marker _X", "win.graph('AXIS.FOCUS.X')");
-    append(marks, "Go to Marker _O", "win.graph('AXIS.FOCUS.O')");
-    append(marks, "Go to Tri_gger", "win.graph('AXIS.FOCUS.T')");
+    append(marks, "_Go to Marker O", "win.graph('AXIS.FOCUS.O')");
+    append(marks, "Go to Trigg_er", "win.graph('AXIS.FOCUS.T')");
     append(marks, "_Lock Markers", "win.graph('AXIS.LOCK')");
     appendSection(graph, marks);
     GMenu* shows = g_menu_new();
-    append(shows, "_Grid Lines", "win.graph('GRAPH.GRID')", "g");
+    append(shows, "Gri_d Lines", "win.graph('GRAPH.GRID')", "g");
     append(shows, "Cross _Hair", "win.graph('GRAPH.CROSSHAIR')", "c");
-    append(shows, "Show Trigg_er", "win.graph('GRAPH.TRIGGER')", "t");
+    append(shows, "_Show Trigger", "win.graph('GRAPH.TRIGGER')", "t");
     appendSection(graph, shows);
     GMenu* graphs = g_menu_new();
     append(graphs, "_Add Analog Graph", "win.graph('FRAME.ADD.ANALOG')", "Insert");
     append(graphs, "Move Graph _Up", "win.graph('GRAPH.UP')");
-    append(graphs, "Move Graph _Down", "win.graph('GRAPH.DOWN')");
-    append(graphs, "Frame Propert_ies…", "win.graph('FRAME.PROPERTIES')");
+    append(graphs, "Move Graph Do_wn", "win.graph('GRAPH.DOWN')");
+    append(graphs, "_Frame Properties…", "win.graph('FRAME.PROPERTIES')");
     appendSection(graph, graphs);
     appendSubmenu(bar, "_Graph", graph);
 
@@ -576,9 +576,41 @@ void ViewerWindow::changed() {
     if (state_ != nullptr) state_->changed();
 }
 
+namespace {
+
+// Every item of a menu: "File/_Close Tab|<Control>w|win.close-tab", submenus by their path.
+void listMenu(GMenuModel* menu, const std::string& path, std::string& out) {
+    for (int i = 0; i < g_menu_model_get_n_items(menu); ++i) {
+        char* label = nullptr;
+        char* accel = nullptr;
+        char* action = nullptr;
+        g_menu_model_get_item_attribute(menu, i, G_MENU_ATTRIBUTE_LABEL, "s", &label);
+        g_menu_model_get_item_attribute(menu, i, "accel", "s", &accel);
+        g_menu_model_get_item_attribute(menu, i, G_MENU_ATTRIBUTE_ACTION, "s", &action);
+        if (GMenuModel* section = g_menu_model_get_item_link(menu, i, G_MENU_LINK_SECTION)) {
+            listMenu(section, path, out);
+            g_object_unref(section);
+        } else if (GMenuModel* submenu = g_menu_model_get_item_link(menu, i, G_MENU_LINK_SUBMENU)) {
+            const std::string name = path + (label != nullptr ? label : "") + "/";
+            out += "menu " + name + "||\n";
+            listMenu(submenu, name, out);
+            g_object_unref(submenu);
+        } else {
+            out += "menu " + path + (label != nullptr ? label : "") + "|" + (accel != nullptr ? accel : "") + "|" +
+                   (action != nullptr ? action : "") + "\n";
+        }
+        g_free(label);
+        g_free(accel);
+        g_free(action);
+    }
+}
+
+}  // namespace
+
 std::string ViewerWindow::describeState() const {
     std::string s;
     auto line = [&s](const std::string& key, const std::string& value) { s += key + " " + value + "\n"; };
+    listMenu(menu_, "", s);
     line("tabs", std::to_string(tabs_.size()));
     const RecordTab* current = getCurrentTab();
     line("active", std::to_string(indexOf(current)));
@@ -596,10 +628,31 @@ std::string ViewerWindow::describeState() const {
     for (size_t i = 0; i < recent_.getPaths().size(); ++i) line("recent." + std::to_string(i), recent_.getPaths()[i]);
     KGraphFrame* frame = current != nullptr ? current->getTimeGraphs() : nullptr;
     if (frame == nullptr) return s;
+    // Where things are, in the window's coordinates, for scripts that point at them.
+    auto bounds = [this](GtkWidget* widget) -> std::string {
+        graphene_rect_t r;
+        if (widget == nullptr || !gtk_widget_compute_bounds(widget, window_, &r)) return "-";
+        return number(std::round(r.origin.x)) + " " + number(std::round(r.origin.y)) + " " +
+               number(std::round(r.origin.x + r.size.width)) + " " + number(std::round(r.origin.y + r.size.height));
+    };
+    auto onCanvas = [](const KComponent* c, CRect r) {
+        r.OffsetRect(c->getLocationOnCanvas());
+        return std::to_string(r.left) + " " + std::to_string(r.top) + " " + std::to_string(r.right) + " " +
+               std::to_string(r.bottom);
+    };
+    line("canvas", bounds(current->getCanvas() != nullptr ? current->getCanvas()->getWidget() : nullptr));
+    if (const ChannelList* channels = current->getChannelList()) {
+        for (int t = 0; t < current->getRecord()->getTraceCount(); ++t) {
+            line("channel." + std::to_string(t), std::string(current->getRecord()->getTrace(t)->getName().c_str()) +
+                                                     " check " + bounds(channels->getCheckButton(t)) + " graph " +
+                                                     bounds(channels->getGraphChooser(t)));
+        }
+    }
     KGraphAxis* axis = frame->getAxis();
     double lo, hi;
     axis->getRange(lo, hi);
     line("range", number(lo) + " " + number(hi));
+    line("axis", onCanvas(axis, axis->getClientRect()));
     line("markers", std::string(axis->isMarkerXEnabled() ? "1 " : "0 ") + (axis->isMarkerOEnabled() ? "1 " : "0 ") +
                         number(axis->getMarkerXPosition()) + " " + number(axis->getMarkerOPosition()));
     for (int i = 0; i < 6; ++i) {
@@ -614,7 +667,8 @@ std::string ViewerWindow::describeState() const {
         const KRange& y = graphs[g]->getYRange();
         line("graph." + std::to_string(g), std::string(graphs[g]->getClassName()) + " curves " + std::to_string(curves.size()) +
                                                " active " + (graphs[g]->isActive() ? "1" : "0") + " y " +
-                                               number(y.getMinimum()) + " " + number(y.getMaximum()));
+                                               number(y.getMinimum()) + " " + number(y.getMaximum()) + " plot " +
+                                               onCanvas(graphs[g], graphs[g]->getPlotRectangle()));
         for (size_t c = 0; c < curves.size(); ++c) {
             KCurve* curve = curves[c];
             char color[8];
@@ -622,7 +676,8 @@ std::string ViewerWindow::describeState() const {
             std::snprintf(color, sizeof color, "#%02x%02x%02x", GetRValue(rgb), GetGValue(rgb), GetBValue(rgb));
             line("curve." + std::to_string(g) + "." + std::to_string(c),
                  std::string(curve->getText().c_str()) + " visible " + (curve->isVisible() ? "1" : "0") + " samples " +
-                     std::to_string(curve->getSampleCount()) + " color " + color);
+                     std::to_string(curve->getSampleCount()) + " color " + color + " active " +
+                     (curve == graphs[g]->getActiveCurve() ? "1" : "0") + " legend " + onCanvas(curve, curve->getExtents()));
         }
         if (KGraphMeter* meter = graphs[g]->getMeter(); meter != nullptr && meter->isVisible()) {
             for (int r = 0; r < meter->getRowCount(); ++r) {

@@ -80,6 +80,7 @@ private:
     struct TabEvents;
 
     GtkWidget* window_;
+    GMenuModel* menu_;
     GtkWidget* notebook_;
     GtkWidget* pages_;   // the notebook, or the hint shown while no tab is open
     GtkWidget* status_;

@@ -138,7 +138,9 @@ unsigned KGtkMenu::track(GtkWidget* parent, CPoint at) {
 
     gtk_widget_set_parent(popover, parent);
     gtk_popover_set_has_arrow(GTK_POPOVER(popover), FALSE);
-    gtk_popover_set_position(GTK_POPOVER(popover), GTK_POS_BOTTOM);
+    // Toward the larger part of the widget: a long menu then fits or scrolls least.
+    const bool below = at.y < gtk_widget_get_height(parent) / 2;
+    gtk_popover_set_position(GTK_POPOVER(popover), below ? GTK_POS_BOTTOM : GTK_POS_TOP);
     gtk_widget_set_halign(popover, GTK_ALIGN_START);
     const GdkRectangle point = {at.x, at.y, 1, 1};
     gtk_popover_set_pointing_to(GTK_POPOVER(popover), &point);
