@@ -57,12 +57,15 @@
 // record
 #include <kalvo/record/KDataTransform.h>
 #include <kalvo/record/KDataTransformExt.h>
+#include <kalvo/record/KImpedanceTransform.h>
+#include <kalvo/record/KPhaseChannels.h>
 #include <kalvo/record/KRecord.h>
 #include <kalvo/record/KRecordActor.h>
 #include <kalvo/record/KRecordConsumer.h>
 #include <kalvo/record/KRecordObserver.h>
 #include <kalvo/record/KRecordProducer.h>
 #include <kalvo/record/KSampleStatistics.h>
+#include <kalvo/record/KSlidingPhasorTransform.h>
 #include <kalvo/record/KTraceSummary.h>
 #include <kalvo/record/KTransform.h>
 #include <kalvo/record/PolarTransform.h>
@@ -134,6 +137,16 @@
 #include <kalvo/graph/KGraphPanelAnalog.h>
 #include <kalvo/graph/KGraphPanelDigital.h>
 #include <kalvo/graph/KWaveformPainter.h>
+
+// plot
+#include <kalvo/plot/KCharacteristic.h>
+#include <kalvo/plot/KImpedancePanel.h>
+#include <kalvo/plot/KMhoCharacteristic.h>
+#include <kalvo/plot/KPlayControl.h>
+#include <kalvo/plot/KPlotCurve.h>
+#include <kalvo/plot/KPlotFrame.h>
+#include <kalvo/plot/KPlotPanel.h>
+#include <kalvo/plot/KQuadCharacteristic.h>
 
 // analysis
 #include <kalvo/analysis/Fft.h>

@@ -5,8 +5,12 @@ execute_process(COMMAND ${GENERATOR} ${OUT} RESULT_VARIABLE result OUTPUT_QUIET)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "the sample generator failed: ${result}")
 endif()
-foreach(name slg-fault-1999-binary.cfg slg-fault-1999-binary.dat
-             slg-fault-2013-ascii.cfg slg-fault-2013-ascii.dat)
+set(names slg-fault-1999-binary.cfg slg-fault-1999-binary.dat
+          slg-fault-2013-ascii.cfg slg-fault-2013-ascii.dat)
+foreach(fault AG-60 BG-60 CG-60 AB-60 BC-60 CA-60 AG-reverse)
+  list(APPEND names line-faults/${fault}.cfg line-faults/${fault}.dat line-faults/${fault}.hdr)
+endforeach()
+foreach(name IN LISTS names)
   execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${OUT}/${name} ${SAMPLES}/${name}
                   RESULT_VARIABLE differ)
   if(differ)

@@ -19,6 +19,13 @@ public:
         INFO = 16,      // --json, --header
         CONVERT = 32,   // --format F, --revision Y
         PICTURE = 64,   // --markers T1,T2, --size WxH, --dark
+        PLOT = 128,     // --view V, --x CH, --y CH, --mode M, --loop L, --k0 M,A, --mho, --quad
+    };
+
+    // A relay zone of --mho REACH,ANGLE[,OFFSET] or --quad X,R,ANGLE.
+    struct Zone {
+        bool mho;
+        double values[3];
     };
 
     CommandLine(int argc, char** argv, int first, int accepted);
@@ -42,8 +49,18 @@ public:
     std::vector<double> markers;  // --markers T1,T2
     int width = 1600, height = 900;
     bool dark = false;
+    std::string view;                  // --view; empty: the time graphs
+    std::string xChannel, yChannel;    // --x, --y
+    std::string plotMode = "xy";       // --mode: xy, polar, scatter
+    std::vector<std::string> loops;    // --loop, items of comma lists in order
+    bool hasK0 = false;
+    double k0Magnitude = 0.0, k0Degrees = 0.0;  // --k0 MAG,ANGLE
+    std::vector<Zone> zones;           // --mho and --quad, in order
     KTextEncoding::Encoding encoding = KTextEncoding::AUTO;
 
 private:
     static double seconds(const char* option, const char* text);
+    // The comma-separated numbers of an option's value, from least to most of them.
+    static std::vector<double> numbers(const char* option, const char* text, size_t least, size_t most,
+                                       const char* form);
 };

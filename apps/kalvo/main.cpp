@@ -12,6 +12,7 @@
 #include "EventsCommand.h"
 #include "ExportCommand.h"
 #include "HarmonicsCommand.h"
+#include "ImpedanceCommand.h"
 #include "InfoCommand.h"
 #include "RenderCommand.h"
 #include "ViewCommand.h"
@@ -57,7 +58,9 @@ const Command COMMANDS[] = {
      HarmonicsCommand::HELP, HarmonicsCommand::run},
     {"convert", CommandLine::OUTPUT | CommandLine::CONVERT, ConvertCommand::HELP,
      ConvertCommand::run},
-    {"render", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::OUTPUT | CommandLine::PICTURE,
+    {"impedance", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::PLOT, ImpedanceCommand::HELP,
+     ImpedanceCommand::run},
+    {"render", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::OUTPUT | CommandLine::PICTURE | CommandLine::PLOT,
      RenderCommand::HELP, RenderCommand::run},
 };
 

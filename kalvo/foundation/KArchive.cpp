@@ -248,7 +248,15 @@ const KClass* KArchive::readClassRecord(std::uint32_t& objectTag) {
     return loadMap_[index].cls;
 }
 
-KObject* KArchive::readObject(const KClass* expected) {
+KObject* KArchive::readObject(const KClass* expected) { return readAnyObject(expected, false); }
+
+std::shared_ptr<KObject> KArchive::readSharedObject(const KClass* expected) {
+    KObject* object = readAnyObject(expected, true);
+    if (object == nullptr) return nullptr;
+    return shared_.at(object);
+}
+
+KObject* KArchive::readAnyObject(const KClass* expected, bool shared) {
     std::uint32_t objectTag = 0;
     const KClass* c = readClassRecord(objectTag);
     if (c == nullptr) {
@@ -257,6 +265,8 @@ KObject* KArchive::readObject(const KClass* expected) {
             corrupt("object reference to an unknown index");
         }
         KObject* object = loadMap_[objectTag].object;
+        // An owner that took the object may not meet it again as shared, nor the other way.
+        if (shared != (shared_.count(object) != 0)) corrupt("object reference of the wrong kind");
         if (expected != nullptr && !object->isKindOf(expected)) {
             KException::raise(kTitle, "Object of class '%s' where '%s' was expected",
                               object->getClassName(), expected->getClassName());
@@ -290,5 +300,6 @@ KObject* KArchive::readObject(const KClass* expected) {
         throw;
     }
     --depth_;
+    if (shared) shared_[object] = std::shared_ptr<KObject>(object);
     return object;
 }

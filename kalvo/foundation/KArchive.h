@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
@@ -79,11 +80,16 @@ public:
     // A new object (owned by the caller) or one read before; null for a null record.
     // When expected is given, an object of another class raises.
     KObject* readObject(const KClass* expected = nullptr);
+    // As readObject, for objects that several owners share: an object met again comes back
+    // as the same shared object, however many owners it was stored for. An object read one
+    // way and referred to again the other way raises.
+    std::shared_ptr<KObject> readSharedObject(const KClass* expected = nullptr);
 
     static constexpr int MAX_DEPTH = 256;  // nesting of objects inside objects
 
 private:
     [[noreturn]] void corrupt(const char* what) const;
+    KObject* readAnyObject(const KClass* expected, bool shared);
     const KClass* readClassRecord(std::uint32_t& objectTag);
     void writeClass(const KClass* c);
     template <class T>
@@ -103,4 +109,6 @@ private:
         KObject* object;
     };
     std::vector<Entry> loadMap_;
+    // Loading: the objects read as shared, kept for their later references.
+    std::unordered_map<const KObject*, std::shared_ptr<KObject>> shared_;
 };

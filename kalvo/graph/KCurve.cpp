@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstdio>
 
 #include <kalvo/foundation/KArchive.h>
@@ -423,6 +424,36 @@ void KCurve::focusChanged(bool gained) {
     if (gained) postAction("activate");
 }
 
+void KCurve::mousePressed(KEvent& event) {
+    if (!isEnabled()) return;
+    event.consume();
+    setFocus(this);
+    setCapture(this);
+    pressPoint_ = event.getPoint();
+    dragging_ = false;
+}
+
+void KCurve::mouseDragged(KEvent& event) {
+    if (!isCaptured(this)) return;
+    event.consume();
+    const CPoint d = event.getPoint() - pressPoint_;
+    // A few pixels of wobble are still a click.
+    if (!dragging_ && std::abs(d.x) + std::abs(d.y) < getUnitSize() / 3) return;
+    dragging_ = true;
+    if (KHost* host = getCanvas()) host->setCursor("HAND_CLOSE");
+}
+
+void KCurve::mouseReleased(KEvent& event) {
+    if (!isCaptured(this)) return;
+    event.consume();
+    releaseCapture(this);
+    if (!dragging_) return;
+    dragging_ = false;
+    if (KHost* host = getCanvas()) host->setCursor(nullptr);
+    dropPoint_ = event.getPoint() + getLocationOnCanvas();
+    postAction("drag");
+}
+
 void KCurve::onCommand(KEvent& event) {
     if ((event.isNamed("CLIP.RANGE") || event.isNamed("CLIP.ALL")) && getParent() != nullptr) {
         event.setSource(this);
@@ -433,6 +464,50 @@ void KCurve::onCommand(KEvent& event) {
 }
 
 // Object services.
+
+void KCurve::storeRecords(KArchive& ar, const std::vector<KCurve*>& curves) {
+    std::vector<KRecordProducer*> table;
+    std::vector<std::int32_t> places;
+    for (KCurve* c : curves) {
+        KRecordProducer* p = c->getSourceRecord();
+        if (k_dynamic_cast<KRecord>(p) == nullptr) {
+            places.push_back(-1);
+            continue;
+        }
+        auto it = std::find(table.begin(), table.end(), p);
+        if (it == table.end()) it = table.insert(table.end(), p);
+        places.push_back(static_cast<std::int32_t>(it - table.begin()));
+    }
+    ar.writeCount(static_cast<std::uint32_t>(table.size()));
+    for (KRecordProducer* p : table) ar.writeObject(p);
+    ar.writeCount(static_cast<std::uint32_t>(places.size()));
+    for (std::int32_t place : places) ar << place;
+}
+
+void KCurve::loadRecords(KArchive& ar, const std::vector<KCurve*>& curves, const char* owner) {
+    std::vector<std::shared_ptr<KRecordProducer>> records;
+    const std::uint32_t count = ar.readCount();
+    for (std::uint32_t i = 0; i < count; ++i) {
+        records.push_back(std::static_pointer_cast<KRecord>(ar.readSharedObject(K_CLASS(KRecord))));
+    }
+    const std::uint32_t placed = ar.readCount();
+    if (placed != curves.size()) {
+        KException::raise("Archive Error", "%s holds %d curves, but places %u", owner,
+                          static_cast<int>(curves.size()), placed);
+    }
+    for (KCurve* c : curves) {
+        std::int32_t place;
+        ar >> place;
+        if (place < -1 || place >= static_cast<std::int32_t>(records.size()) ||
+            (place >= 0 && records[place] == nullptr)) {
+            KException::raise("Archive Error", "Curve record %d out of range", place);
+        }
+        if (place >= 0) {
+            records[place]->selectTrace(c->getChannel());
+            c->setSharedProducer(records[place]);
+        }
+    }
+}
 
 void KCurve::copy(const KObject& other) {
     KLabel::copy(other);

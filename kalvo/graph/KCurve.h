@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include <kalvo/foundation/KBitSet.h>
 #include <kalvo/graph/KWaveformPainter.h>
@@ -150,8 +151,21 @@ public:
     CSize getPreferredSize() const override;
     void drawForeground(KGraphics& graphics) override;
     void focusChanged(bool gained) override;
+    // A legend entry dragged away and let go posts "drag"; the frame moves the curve to
+    // the graph under the point where it was let go (canvas coordinates).
+    void mousePressed(KEvent& event) override;
+    void mouseDragged(KEvent& event) override;
+    void mouseReleased(KEvent& event) override;
+    CPoint getDropPoint() const { return dropPoint_; }
     // "CLIP.RANGE" and "CLIP.ALL" from the curve's menu go to the legend holding it.
     void onCommand(KEvent& event) override;
+
+    // The records that the curves show (records only; other producers are not stored),
+    // each once, and for every curve the place of its record among them (-1 for none).
+    // Loading gives each curve its record back, shared with every other owner that the same
+    // archive gives it to; the curves keep it alive. owner names the stored object in errors.
+    static void storeRecords(KArchive& archive, const std::vector<KCurve*>& curves);
+    static void loadRecords(KArchive& archive, const std::vector<KCurve*>& curves, const char* owner);
 
     // Every display setting, and the producer.
     void copy(const KObject& other) override;
@@ -184,4 +198,8 @@ private:
     int id_;
     KTraceSummary summary_;
     KWaveformPainter::Columns columns_;
+    // The legend drag under way.
+    CPoint pressPoint_;
+    bool dragging_ = false;
+    CPoint dropPoint_;
 };

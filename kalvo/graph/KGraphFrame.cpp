@@ -10,6 +10,7 @@
 #include <kalvo/foundation/KDouble.h>
 #include <kalvo/foundation/KException.h>
 #include <kalvo/graph/KCurve.h>
+#include <kalvo/graph/KCurveClient.h>
 #include <kalvo/graph/KGraphAxis.h>
 #include <kalvo/graph/KGraphClient.h>
 #include <kalvo/graph/KGraphPanel.h>
@@ -421,6 +422,30 @@ void KGraphFrame::getCurveList(std::vector<KCurve*>& list) const {
     for (KGraphPanel* g : graphs) g->getCurveList(list);
 }
 
+void KGraphFrame::dropCurve(KCurve* curve) {
+    if (!userOperations_) return;
+    const CPoint at = curve->getDropPoint();
+    std::vector<KGraphPanel*> graphs;
+    getGraphList(graphs);
+    KGraphPanel* from = nullptr;
+    KGraphPanel* to = nullptr;
+    for (KGraphPanel* g : graphs) {
+        if (curve->isDescendentOf(g)) from = g;
+        CRect r(CPoint(0, 0), g->getSize());
+        r.OffsetRect(g->getLocationOnCanvas());
+        if (g->isShowing() && r.PtInRect(at)) to = g;
+    }
+    KCurveClient* client = to != nullptr ? to->getCurveClient() : nullptr;
+    if (from == nullptr || to == nullptr || to == from || client == nullptr || !client->canContain(curve)) {
+        return;
+    }
+    // The curve keeps its colour and settings; both graphs fit their values again.
+    client->add(curve);
+    from->resetZoomY();
+    to->resetZoomY();
+    scheduleRefresh();
+}
+
 // Time range and markers.
 
 void KGraphFrame::setXRange(double lo, double hi) {
@@ -661,6 +686,7 @@ void KGraphFrame::updateMarkerLabels() {
         getGraphList(graphs);
         for (KGraphPanel* g : graphs) g->updateMarkerLabels();
     }
+    actionEvent("view.change");
 }
 
 KString KGraphFrame::markerText(char name, double x) const {
@@ -888,6 +914,9 @@ void KGraphFrame::onCommand(KEvent& event) {
         event.consume();
         refreshPending_ = false;
         refresh();
+    } else if (name == "drag" && k_dynamic_cast<KCurve>(event.getSource()) != nullptr) {
+        event.consume();
+        dropCurve(static_cast<KCurve*>(event.getSource()));
     } else if (name == "CLIP.ALL" || name == "PASTE.ALL") {
         if (!userOperations_) {
             event.consume();
@@ -915,25 +944,10 @@ void KGraphFrame::copy(const KObject& other) {
 void KGraphFrame::Serialize(KArchive& ar) {
     KFrame::Serialize(ar);
     std::vector<KCurve*> curves;
+    getCurveList(curves);
     if (ar.isStoring()) {
         ar << STORED_VERSION << scroll_ << mode_ << lineFrequency_ << userOperations_ << defaultOperations_;
-        getCurveList(curves);
-        std::vector<KRecordProducer*> table;
-        std::vector<std::int32_t> places;
-        for (KCurve* c : curves) {
-            KRecordProducer* p = c->getSourceRecord();
-            if (k_dynamic_cast<KRecord>(p) == nullptr) {
-                places.push_back(-1);
-                continue;
-            }
-            auto it = std::find(table.begin(), table.end(), p);
-            if (it == table.end()) it = table.insert(table.end(), p);
-            places.push_back(static_cast<std::int32_t>(it - table.begin()));
-        }
-        ar.writeCount(static_cast<std::uint32_t>(table.size()));
-        for (KRecordProducer* p : table) ar.writeObject(p);
-        ar.writeCount(static_cast<std::uint32_t>(places.size()));
-        for (std::int32_t place : places) ar << place;
+        KCurve::storeRecords(ar, curves);
         return;
     }
     std::int32_t version = 0;
@@ -941,27 +955,6 @@ void KGraphFrame::Serialize(KArchive& ar) {
     if (version < 0) KException::raise("Archive Error", "Invalid graph frame version %d", version);
     if (version < 1) return;
     ar >> scroll_ >> mode_ >> lineFrequency_ >> userOperations_ >> defaultOperations_;
-    // The curves keep the records read back alive between them.
-    std::vector<std::shared_ptr<KRecordProducer>> records;
-    const std::uint32_t count = ar.readCount();
-    for (std::uint32_t i = 0; i < count; ++i) {
-        records.emplace_back(static_cast<KRecord*>(ar.readObject(K_CLASS(KRecord))));
-    }
-    getCurveList(curves);
-    const std::uint32_t placed = ar.readCount();
-    if (placed != curves.size()) {
-        KException::raise("Archive Error", "Graph frame holds %d curves, but places %u", static_cast<int>(curves.size()), placed);
-    }
-    for (KCurve* c : curves) {
-        std::int32_t place;
-        ar >> place;
-        if (place < -1 || place >= static_cast<std::int32_t>(records.size())) {
-            KException::raise("Archive Error", "Curve record %d out of range", place);
-        }
-        if (place >= 0) {
-            records[place]->selectTrace(c->getChannel());
-            c->setSharedProducer(records[place]);
-        }
-    }
+    KCurve::loadRecords(ar, curves, "Graph frame");
     syncronizeMarkers();
 }

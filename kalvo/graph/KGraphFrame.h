@@ -26,6 +26,10 @@ class KScrollPane;
 // The read-outs left of the axis give the times of X and O and their difference; those on
 // the right the number of line-frequency cycles between the markers, the frequency whose
 // period the difference is, and the line frequency.
+//
+// Whenever the time in view, the markers or a marker being dragged change, the frame tells
+// its listeners the action "view.change" (at once, with the frame as its source), so that
+// views beside it can follow.
 class KGraphFrame : public KFrame {
     K_DECLARE_CLASS(KGraphFrame);
 
@@ -107,6 +111,7 @@ public:
     void syncronizeRanges(KGraphPanel* graph);
     void syncronizeMarkers();
     void syncronizeFlags();
+    // Refreshes the read-outs and the graphs' meters, and tells the listeners "view.change".
     void updateMarkerLabels();
     void updateOffsetControls();
     // Gives every graph the same margins and lines the axis up with their plots.
@@ -148,6 +153,8 @@ private:
     template <class T>
     T* addGraph(T* graph);
     KCurve* findCurve(const char* name) const;
+    // Moves a curve dragged out of its legend to the graph it was let go over.
+    void dropCurve(KCurve* curve);
     bool appendData(KCurve* curve, double* values, long count);
 
     bool scroll_;

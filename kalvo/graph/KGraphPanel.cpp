@@ -379,6 +379,7 @@ bool KGraphPanel::zoomTo(double xlo, double xhi, double ylo, double yhi) {
 }
 
 void KGraphPanel::recordZoom() {
+    constrainRanges();
     // The steps after the present one are dropped, as a new branch begins.
     if (historyPosition_ != NO_STEP) {
         history_.resize(static_cast<std::size_t>(historyPosition_) + 1);

@@ -216,7 +216,7 @@ public:
     KString toLabelFixed(double value, int precision, double lo, double hi, bool vertical) const;
     KString getTooltipText(CPoint point) const override;
     // The time and every curve's value at the point: "x:\t<time>" then "\ny<n>:\t<value>".
-    KString getCrossHairText(CPoint point) const;
+    virtual KString getCrossHairText(CPoint point) const;
     // Moves the cross hair to the point, showing its read-out.
     void calculateCrosshair(CPoint point);
 
@@ -281,11 +281,11 @@ protected:
     virtual void drawCurve(KGraphics& graphics, KCurve* curve, int index);
     virtual void drawSegments(KGraphics& graphics, const KCurve* curve, int first, int last);
     void drawPlotBackground(KGraphics& graphics);
-    void drawXGrid(KGraphics& graphics);
+    virtual void drawXGrid(KGraphics& graphics);
     virtual void drawYGrid(KGraphics& graphics);
-    void drawXAxis(KGraphics& graphics);
+    virtual void drawXAxis(KGraphics& graphics);
     virtual void drawYAxis(KGraphics& graphics);
-    void drawTicks(KGraphics& graphics);
+    virtual void drawTicks(KGraphics& graphics);
     void drawXIntercept(KGraphics& graphics);
     void drawYIntercept(KGraphics& graphics);
     void drawMarkers(KGraphics& graphics);
@@ -300,8 +300,11 @@ protected:
     // Narrows (quarter 0.25) or widens (-0.25) the time or the value range by a quarter of
     // its span at each end, as a step of the history; false when refused.
     bool zoomBy(bool time, double quarter);
-    // Records the present ranges as a step of the history.
+    // Records the present ranges as a step of the history, after constrainRanges.
     void recordZoom();
+    // Brings the ranges a zoom step set into the form the kind keeps (a plot keeps its two
+    // scales equal), before the step is recorded. Nothing by default.
+    virtual void constrainRanges() {}
     // The marker (0 X, 1 O) whose line is within reach of the plot column; -1 for none.
     int markerAt(int x) const;
     // Whether zooming by box and wheel changes only the time range (kinds whose values have

@@ -135,6 +135,62 @@ const Item curveItems[] = {
     {"Copy All Data to Clipboard", COPY_ALL_DATA, "CLIP.ALL", nullptr, 0},
 };
 
+// The plots' menus: the graphs' zoom and display commands where they apply, and the plot's
+// own.
+constexpr unsigned PLOT_FIRST = 33201;
+
+const Item plotItems[] = {
+    {"Zoom In\t+", GRAPH_FIRST + 0, "GRAPH.ZOOMIN", nullptr, 0},
+    {"Zoom Out\t-", GRAPH_FIRST + 1, "GRAPH.ZOOMOUT", nullptr, 0},
+    {"Previous\tP", GRAPH_FIRST + 2, "GRAPH.PREVIOUS", nullptr, 0},
+    {"Next\tN", GRAPH_FIRST + 3, "GRAPH.NEXT", nullptr, 0},
+    {"Extents\tX", GRAPH_FIRST + 4, "GRAPH.XEXTENTS", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"XY Plot\t1", PLOT_FIRST + 0, "PLOT.XY", nullptr, 0},
+    {"Polar Plot\t2", PLOT_FIRST + 1, "PLOT.POLAR", nullptr, 0},
+    {"Scatter Plot\t3", PLOT_FIRST + 2, "PLOT.SCATTER", nullptr, 0},
+    {"Equal Scaling\tE", PLOT_FIRST + 3, "PLOT.EQUAL", nullptr, 0},
+    {"Color by Time\tT", PLOT_FIRST + 4, "PLOT.TIMECOLOR", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Grid Lines\tG", GRAPH_FIRST + 7, "GRAPH.GRID", nullptr, 0},
+    {"Tick Marks\tI", GRAPH_FIRST + 8, "GRAPH.TICKS", nullptr, 0},
+    {"Show X Intercept\tQ", GRAPH_FIRST + 13, "GRAPH.XINTER", nullptr, 0},
+    {"Show Y Intercept\tW", GRAPH_FIRST + 14, "GRAPH.YINTER", nullptr, 0},
+    {"Show Cross Hair\tC", GRAPH_FIRST + 15, "GRAPH.CROSSHAIR", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Copy Visible Data to Clipboard", COPY_VISIBLE_DATA, "CURVE.COPY.VISIBLE", nullptr, 0},
+    {"Copy All Data to Clipboard", COPY_ALL_DATA, "CURVE.COPY.ALL", nullptr, 0},
+};
+
+const Item impedanceItems[] = {
+    {"Zoom In\t+", GRAPH_FIRST + 0, "GRAPH.ZOOMIN", nullptr, 0},
+    {"Zoom Out\t-", GRAPH_FIRST + 1, "GRAPH.ZOOMOUT", nullptr, 0},
+    {"Previous\tP", GRAPH_FIRST + 2, "GRAPH.PREVIOUS", nullptr, 0},
+    {"Next\tN", GRAPH_FIRST + 3, "GRAPH.NEXT", nullptr, 0},
+    {"Zones and Locus\tX", GRAPH_FIRST + 4, "GRAPH.XEXTENTS", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Show Zones\tZ", PLOT_FIRST + 5, "PLOT.ZONES", nullptr, 0},
+    {"Color by Time\tT", PLOT_FIRST + 4, "PLOT.TIMECOLOR", nullptr, 0},
+    {"Grid Lines\tG", GRAPH_FIRST + 7, "GRAPH.GRID", nullptr, 0},
+    {"Show Cross Hair\tC", GRAPH_FIRST + 15, "GRAPH.CROSSHAIR", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Copy Visible Data to Clipboard", COPY_VISIBLE_DATA, "CURVE.COPY.VISIBLE", nullptr, 0},
+    {"Copy All Data to Clipboard", COPY_ALL_DATA, "CURVE.COPY.ALL", nullptr, 0},
+};
+
+const Item plotFrameItems[] = {
+    {"Play\tSpace", PLOT_FIRST + 20, "PLOT.PLAY", nullptr, 0},
+    {"Back to the Start\tHome", PLOT_FIRST + 21, "PLOT.REWIND", nullptr, 0},
+    {"Faster\t]", PLOT_FIRST + 22, "PLOT.FASTER", nullptr, 0},
+    {"Slower\t[", PLOT_FIRST + 23, "PLOT.SLOWER", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Toggle Markers \tM", GRAPH_FIRST + 44, "FRAME.MARKERS", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Copy Frame as Bitmap", GRAPH_FIRST + 45, "FRAME.COPY.BITMAP", nullptr, 0},
+    {"Copy Frame as Picture", GRAPH_FIRST + 46, "FRAME.COPY.PICTURE", nullptr, 0},
+    {"Export Frame to Meta File...", METAFILE, "FILE.METAFILE", nullptr, 0},
+};
+
 constexpr int countOf(const Item* begin, const Item* end) { return static_cast<int>(end - begin); }
 
 #define K_MENU_BAR(bar, title, items) \
@@ -146,6 +202,9 @@ K_MENU_BAR(digitalGraphBar, "Digital Graph", digitalGraphItems);
 K_MENU_BAR(graphFrameBar, "Graph Frame", graphFrameItems);
 K_MENU_BAR(axisBar, "Graph Axis", axisItems);
 K_MENU_BAR(curveBar, "Curve", curveItems);
+K_MENU_BAR(plotBar, "Plot", plotItems);
+K_MENU_BAR(impedanceBar, "Impedance Plane", impedanceItems);
+K_MENU_BAR(plotFrameBar, "Plot Frame", plotFrameItems);
 #undef K_MENU_BAR
 
 const KMenuResource menus[] = {
@@ -159,6 +218,9 @@ const KMenuResource menus[] = {
     {"KGraphFrame", 213, graphFrameBar, 1},
     {"KGraphAxis", 214, axisBar, 1},
     {"KCurve", 215, curveBar, 1},
+    {"KPlotPanel", 230, plotBar, 1},
+    {"KImpedancePanel", 231, impedanceBar, 1},
+    {"KPlotFrame", 232, plotFrameBar, 1},
 };
 
 }  // namespace

@@ -3,7 +3,8 @@
 // fundamental with a decaying DC offset and some 5th and 7th harmonic), the trip command
 // 1.5 cycles in, the breaker opening at the current zeros after 7 cycles, and a dead line
 // to the end (16 cycles in all). Writes the record as 1999 BINARY and as 2013 ASCII into the given
-// folder and prints what it put in, for checking the analysis against.
+// folder and prints what it put in, for checking the analysis against. Then writes the line
+// faults of known impedance into its line-faults/ folder (LineFaults.cpp).
 //
 //     kalvo_sample_generator OUTPUT_FOLDER
 #include <cmath>
@@ -13,6 +14,8 @@
 #include <kalvo/foundation/KException.h>
 #include <kalvo/io/KComtradeFile.h>
 #include <kalvo/io/KComtradeWriter.h>
+
+#include "LineFaults.h"
 
 namespace {
 
@@ -198,6 +201,7 @@ int main(int argc, char** argv) {
         printf("  7th harmonic %.1f A RMS (%.1f %%) at %+.0f deg\n", FAULT_IA7.rms,
                100 * FAULT_IA7.rms / FAULT_IA.rms, FAULT_IA7.degrees);
         printf("Angles are cosine phases at the trigger (fault inception).\n");
+        writeLineFaults(folder);
     } catch (const KException& e) {
         fprintf(stderr, "%s\n", e.getText().c_str());
         return 1;

@@ -385,3 +385,134 @@ TEST(KalvoCommand, RenderWritesPicturesOrSaysWhyNot) {
     for (const auto& entry : std::filesystem::directory_iterator(temp.path)) files += entry.is_regular_file();
     EXPECT_EQ(files, 4);
 }
+
+namespace {
+
+// A generated line fault under samples/line-faults/.
+std::string lineFault(const char* name) {
+    return std::string(KALVO_SOURCE_DIR) + "/samples/line-faults/" + name + ".cfg";
+}
+
+// The numbers of a table row: every field that reads as a number.
+std::vector<double> numbersOf(const std::string& line) {
+    std::vector<double> values;
+    std::stringstream s(line);
+    for (std::string field; s >> field;) {
+        char* end = nullptr;
+        const double v = strtod(field.c_str(), &end);
+        if (end != field.c_str() && *end == '\0') values.push_back(v);
+    }
+    return values;
+}
+
+}  // namespace
+
+// impedance: every loop of the generated faults measures the line up to the fault (1.8 + j14.4
+// ohm primary, 0.36 + j2.88 secondary) from the first whole cycle of the fault on.
+TEST(KalvoCommand, ImpedancePerCycle) {
+    const char* faults[] = {"AG-60", "BG-60", "CG-60", "AB-60", "BC-60", "CA-60"};
+    const char* loops[] = {"AG", "BG", "CG", "AB", "BC", "CA"};
+    for (int k = 0; k < 6; ++k) {
+        SCOPED_TRACE(faults[k]);
+        const Ran r = EXPECT_RUN(0, "impedance", lineFault(faults[k]), "--loop", loops[k], "--k0",
+                                 "0.6686,-7.49", "--primary", "--mho", "19.35,82.87");
+        EXPECT_TRUE(contains(r.out, "primary ohms")) << r.out;
+        EXPECT_TRUE(contains(r.out, "Zone 1: mho 19.35 ohm at 82.87 deg")) << r.out;
+        EXPECT_TRUE(contains(r.out, "Zone 1: entered at 0.01")) << r.out;
+        int rows = 0;
+        for (const std::string& line : lines(r.out)) {
+            const std::vector<double> v = numbersOf(line);
+            // cycle, time, R, X, |Z| (the angle has its degree sign)
+            if (v.size() < 5 || v[0] < 1 || line.find("Zone") != std::string::npos) continue;
+            ++rows;
+            EXPECT_NEAR(v[2], 1.8, 0.036) << line;
+            EXPECT_NEAR(v[3], 14.4, 0.29) << line;
+            EXPECT_TRUE(line.substr(line.size() - 1) == "1") << "in zone 1: " << line;
+        }
+        EXPECT_EQ(rows, 6) << r.out;
+    }
+    // Secondary ohms by default; the load before the fault, far out and in no zone.
+    const Ran secondary = EXPECT_RUN(0, "impedance", lineFault("BC-60"), "--loop", "BC", "--mho", "3.87,82.87");
+    bool fault = false, load = false;
+    for (const std::string& line : lines(secondary.out)) {
+        const std::vector<double> v = numbersOf(line);
+        if (v.size() < 5) continue;
+        if (v[0] == 0) load = v[4] > 20 && line.substr(line.size() - 1) == "-";
+        if (v[0] == 3) fault = std::fabs(v[2] - 0.36) < 0.01 && std::fabs(v[3] - 2.88) < 0.06;
+    }
+    EXPECT_TRUE(load && fault) << secondary.out;
+
+    // What it cannot do, it says.
+    Ran r = EXPECT_RUN(2, "impedance", lineFault("AG-60"));
+    EXPECT_TRUE(contains(r.err, "which loop? --loop AG, BG, CG, AB, BC or CA")) << r.err;
+    r = EXPECT_RUN(2, "impedance", lineFault("AG-60"), "--loop", "AN");
+    EXPECT_TRUE(contains(r.err, "unknown loop 'AN'")) << r.err;
+    r = EXPECT_RUN(2, "impedance", lineFault("AG-60"), "--loop", "AG", "--k0", "0.6");
+    EXPECT_TRUE(contains(r.err, "--k0 needs the magnitude and angle of k0")) << r.err;
+    r = EXPECT_RUN(2, "impedance", lineFault("AG-60"), "--loop", "AG", "--channels", "IA,IB,IC,VA,VB,VC");
+    EXPECT_TRUE(contains(r.err, "IA is in 'A', not in volts")) << r.err;
+    r = EXPECT_RUN(2, "impedance", lineFault("AG-60"), "--loop", "AG", "--quad", "10,5,120");
+    EXPECT_TRUE(contains(r.err, "--quad needs a line angle from 45 to 90 degrees")) << r.err;
+    if (std::filesystem::exists(comtradeData("python-comtrade/sample_ascii.cfg"))) {
+        r = EXPECT_RUN(2, "impedance", comtradeData("python-comtrade/sample_ascii.cfg"), "--loop", "AG");
+        EXPECT_TRUE(contains(r.err, "has no three phase voltages and three phase currents")) << r.err;
+    }
+}
+
+// render --view plot and --view impedance: pictures of every kind, or why not.
+TEST(KalvoCommand, RenderPlotsAndTheImpedancePlane) {
+    const TempFolder temp;
+    const std::string plot = (temp.path / "plot.png").string();
+    EXPECT_RUN(0, "render", "--view", "plot", "--x", "VA", "--y", "IA", "-o", plot, "--size", "900x500");
+    EXPECT_EQ(slurp(plot).substr(1, 3), "PNG");
+    for (const char* mode : {"polar", "scatter"}) {
+        const std::string out = (temp.path / (std::string(mode) + ".svg")).string();
+        EXPECT_RUN(0, "render", "--view", "plot", "--mode", mode, "--x", "IA", "--y", "time", "-o", out, "--size", "900x500");
+        EXPECT_GT(std::filesystem::file_size(out), 2000u) << out;
+    }
+    const std::string plane = (temp.path / "plane.pdf").string();
+    EXPECT_RUN(0, "render", lineFault("AB-60"), "--view", "impedance", "--loop", "AB,BC", "--mho", "19.35,82.87",
+               "--quad", "29,12,82.87", "--markers", "-0.01,0.05", "--primary", "-o", plane, "--size", "900x500");
+    EXPECT_EQ(slurp(plane).substr(0, 5), "%PDF-");
+
+    const std::string picture = (temp.path / "fail.png").string();
+    Ran r = EXPECT_RUN(2, "render", "--view", "phasors", "-o", picture);
+    EXPECT_TRUE(contains(r.err, "unknown view 'phasors' (time, plot, impedance)")) << r.err;
+    r = EXPECT_RUN(2, "render", "--view", "plot", "--x", "VA", "-o", picture);
+    EXPECT_TRUE(contains(r.err, "--view plot needs --x CH and --y CH")) << r.err;
+    r = EXPECT_RUN(2, "render", "--view", "plot", "--x", "I*", "--y", "VA", "-o", picture);
+    EXPECT_TRUE(contains(r.err, "--x names 4 channels ('I*'); it takes one")) << r.err;
+    r = EXPECT_RUN(2, "render", "--view", "plot", "--x", "VA", "--y", "TRIP", "-o", picture);
+    EXPECT_TRUE(contains(r.err, "is a status channel")) << r.err;
+    r = EXPECT_RUN(2, "render", "--view", "plot", "--mode", "radar", "--x", "VA", "--y", "IA", "-o", picture);
+    EXPECT_TRUE(contains(r.err, "--mode is xy, polar or scatter, not 'radar'")) << r.err;
+    r = EXPECT_RUN(2, "render", "--view", "impedance", "-o", picture);
+    EXPECT_TRUE(contains(r.err, "which loop?")) << r.err;
+    r = EXPECT_RUN(2, "render", "--view", "impedance", "--loop", "AG", "--mho", "-4,75", "-o", picture);
+    EXPECT_TRUE(contains(r.err, "--mho needs reaches above 0 ohm")) << r.err;
+    EXPECT_FALSE(std::filesystem::exists(picture));
+}
+
+// Every shared record with three phase voltages and currents renders its impedance plane;
+// the others say what they lack.
+TEST(KalvoCommand, EverySharedRecordWithPhasesRendersItsImpedancePlane) {
+    REQUIRE_SHARED_RECORDS();
+    const TempFolder temp;
+    int rendered = 0;
+    for (const std::string& path : sharedRecordPaths()) {
+        SCOPED_TRACE(path);
+        const std::string out = (temp.path / "plane.png").string();
+        const Ran r = kalvo({"render", path, "--view", "impedance", "--loop", "AG,BC", "--size", "640x400", "-o", out});
+        if (r.status == 0) {
+            ++rendered;
+            EXPECT_EQ(slurp(out).substr(1, 3), "PNG");
+        } else {
+            EXPECT_EQ(r.status, 2) << r.err;
+            EXPECT_TRUE(contains(r.err, "has no three phase voltages and three phase currents")) << r.err;
+        }
+        std::filesystem::remove(out);
+    }
+    // Those of protection relays and recorders with a line's or a feeder's voltages and
+    // currents, named or phased as they are.
+    EXPECT_GE(rendered, 14);
+}

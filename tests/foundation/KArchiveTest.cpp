@@ -163,6 +163,33 @@ TEST(KArchive, objectsClassesAndBackReferences) {
     EXPECT_EQ(in.remaining(), 0u);
 }
 
+TEST(KArchive, sharedObjectsComeBackSharedAndOnlyAsShared) {
+    // One object stored for two owners comes back as one, shared by both.
+    TestNode node("node", 2.5), other("other");
+    KArchive out;
+    out.writeObject(&node);
+    out.writeObject(&other);
+    out.writeObject(&node);
+    KArchive in(out.getBuffer());
+    std::shared_ptr<KObject> first = in.readSharedObject(K_CLASS(TestNode));
+    std::unique_ptr<KObject> owned(in.readObject());
+    std::shared_ptr<KObject> again = in.readSharedObject(K_CLASS(TestNode));
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first, again);
+    EXPECT_EQ(static_cast<TestNode*>(first.get())->value, 2.5);
+    EXPECT_EQ(in.remaining(), 0u);
+
+    // An object one owner took met again as shared, or a shared one met as owned: raises.
+    KArchive owner(out.getBuffer());
+    std::unique_ptr<KObject> taken(owner.readObject());
+    std::unique_ptr<KObject> second(owner.readObject());
+    EXPECT_THROW(owner.readSharedObject(), KException);
+    KArchive sharer(out.getBuffer());
+    std::shared_ptr<KObject> kept = sharer.readSharedObject();
+    std::unique_ptr<KObject> next(sharer.readObject());
+    EXPECT_THROW(sharer.readObject(), KException);
+}
+
 TEST(KArchive, wrongOrUnknownClassesRaise) {
     OtherNode other;
     KArchive out;

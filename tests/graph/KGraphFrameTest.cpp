@@ -366,3 +366,38 @@ TEST(KGraphFrameTest, LegendSliderAndOffsetControlWork) {
     EXPECT_GT(curves[0]->getYOffset(), 0.0);
     EXPECT_DOUBLE_EQ(curves[0]->getYData()[0], record->getTrace(0)->getData()[0] + spin->getValue());
 }
+
+// A legend entry dragged onto another graph moves its curve there; let go where it was, it
+// stays.
+TEST(KGraphFrameTest, CurvesMoveBetweenGraphsByDraggingTheirLegendEntry) {
+    KCanvas canvas(1000, 600);
+    KGraphFrame* frame = frameOn(canvas);
+    auto record = threePhase();
+    frame->addRecord(record.get());
+    canvas.layout();
+    canvas.pumpTasks();
+    canvas.paint();
+    std::vector<KGraphPanel*> graphs;
+    frame->getGraphList(graphs);
+    std::vector<KCurve*> voltages;
+    graphs[1]->getCurveList(voltages);
+    KCurve* va = voltages[0];
+    const COLORREF color = va->getLineColor();
+    const CPoint entry = va->getLocationOnCanvas() + CPoint(8, 6);
+    canvas.mousePress(entry);
+    canvas.mouseDrag(entry + CPoint(0, 4));
+    canvas.mouseRelease(entry + CPoint(0, 4));
+    canvas.pumpTasks();
+    EXPECT_EQ(graphs[1]->getCurveCount(), 1) << "a small wobble is a click";
+    const CPoint target = graphs[0]->getLocationOnCanvas() + graphs[0]->getPlotRectangle().CenterPoint();
+    canvas.mousePress(entry);
+    canvas.mouseDrag(target);
+    EXPECT_EQ(canvas.getCursorName(), KString("HAND_CLOSE"));
+    canvas.mouseRelease(target);
+    canvas.pumpTasks();
+    EXPECT_EQ(graphs[1]->getCurveCount(), 0);
+    EXPECT_EQ(names(graphs[0]), (std::vector<std::string>{"IA", "IB", "VA"}));
+    EXPECT_EQ(va->getLineColor(), color);
+    EXPECT_GE(graphs[0]->getYRange().getMaximum(), 100.0);
+    EXPECT_TRUE(canvas.getCursorName().isEmpty());
+}

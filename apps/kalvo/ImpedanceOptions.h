@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <kalvo/record/KRecord.h>
+
+#include "CommandLine.h"
+
+class KCharacteristic;
+class KImpedanceTransform;
+class RecordSource;
+
+// What an impedance command or view is asked for: the three phase voltages and currents
+// (--channels VA,VB,VC,IA,IB,IC, or found by their names and units), the loops (--loop), the
+// residual factor (--k0) and the zones (--mho, --quad). Raises KException titled "Usage" for
+// what the record cannot give.
+class ImpedanceOptions {
+public:
+    ImpedanceOptions(const CommandLine& options, const RecordSource& source, const KRecord& record);
+
+    int channels[6];         // VA, VB, VC, IA, IB, IC
+    std::vector<int> loops;  // KImpedanceTransform::Loop, in the order given
+
+    // The transform of a loop, with the channels and k0.
+    void setUp(KImpedanceTransform& transform, int loop) const;
+    // The zones, "Zone 1", "Zone 2"... in the order given; the caller takes them.
+    std::vector<KCharacteristic*> makeZones() const;
+    // "k0 0.669 at -7.5 deg", or "no k0" without one.
+    std::string describeK0() const;
+    // "VA, VB, VC (kV); IA, IB, IC (A)".
+    std::string describeChannels(const KRecord& record) const;
+
+private:
+    const CommandLine& options_;
+};
