@@ -178,6 +178,7 @@ KCanvasView* RecordTab::makeCanvas() {
         if (on_.error) on_.error(e.getText().c_str());
     });
     canvas->setPaintObserver([this](const CRect&, double ms) {
+        ++paints_;
         if (on_.painted) on_.painted(ms);
         if (on_.changed) on_.changed();
     });

@@ -72,6 +72,8 @@ public:
     bool isSidebarVisible() const;
     // Puts marker X at a time (showing the markers and bringing it into view).
     void placeMarkerX(double time);
+    // How many times the tab's views painted.
+    int getPaintCount() const { return paints_; }
 
 private:
     static gboolean onPoll(gpointer self);
@@ -89,6 +91,7 @@ private:
     Events on_;
     std::unique_ptr<RecordLoader> loader_;
     guint poll_ = 0;
+    int paints_ = 0;
     std::shared_ptr<KRecord> record_;
     KGraphFrame* frame_ = nullptr;
     std::map<std::string, std::unique_ptr<KCanvasView>> canvases_;  // by view id

@@ -1,5 +1,6 @@
 #include "ViewerWindow.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -185,7 +186,8 @@ void ViewerWindow::installAccelerators(GtkApplication* application) {
         {"win.close-tab", "<Control>w"},     {"app.quit", "<Control>q"},
         {"win.copy-curve", "<Control>c"},    {"win.copy-visible", "<Control><Shift>c"},
         {"win.paste", "<Control>v"},         {"win.sidebar", "F4"},
-        {"win.keys", "F1"},
+        {"win.keys", "F1"},                  {"win.next-tab", "<Control>Page_Down"},
+        {"win.previous-tab", "<Control>Page_Up"},
     };
     for (const Key& key : keys) {
         const char* accels[] = {key.accel, nullptr};
@@ -206,6 +208,8 @@ void ViewerWindow::addActions() {
         {"export", onExport, "s", nullptr, nullptr, {}},
         {"print", onPrint, nullptr, nullptr, nullptr, {}},
         {"close-tab", onCloseTab, nullptr, nullptr, nullptr, {}},
+        {"next-tab", onNextTab, nullptr, nullptr, nullptr, {}},
+        {"previous-tab", onPreviousTab, nullptr, nullptr, nullptr, {}},
         {"copy-curve", onCopyCurve, nullptr, nullptr, nullptr, {}},
         {"copy-visible", onCopyVisible, nullptr, nullptr, nullptr, {}},
         {"copy-picture", onCopyPicture, "s", nullptr, nullptr, {}},
@@ -275,6 +279,10 @@ GMenuModel* ViewerWindow::buildMenu() {
     append(looks, "_Channels and Events", "win.sidebar", "F4");
     append(looks, "_Dark Colours", "win.dark");
     appendSection(view, looks);
+    GMenu* tabs = g_menu_new();
+    append(tabs, "_Next Tab", "win.next-tab", "<Control>Page_Down");
+    append(tabs, "P_revious Tab", "win.previous-tab", "<Control>Page_Up");
+    appendSection(view, tabs);
     appendSubmenu(bar, "_View", view);
 
     // The graphs' own keys, shown beside their commands; they act on the graph in front.
@@ -344,6 +352,8 @@ void ViewerWindow::updateActions() {
     enable("export", ready);
     enable("print", ready);
     enable("close-tab", tab != nullptr);
+    enable("next-tab", tabs_.size() > 1);
+    enable("previous-tab", tabs_.size() > 1);
     enable("copy-curve", time);
     enable("copy-visible", time);
     enable("copy-picture", ready);
@@ -433,6 +443,8 @@ void ViewerWindow::openWorkspace(const std::string& given) {
         updateRecentMenu();
         return;
     }
+    // A workspace saved in dark colours turns them on.
+    const bool darkPages = std::any_of(pages.begin(), pages.end(), [](const Workspace::LoadedPage& p) { return p.frame->getMode() == 1; });
     const int first = static_cast<int>(tabs_.size());
     for (Workspace::LoadedPage& page : pages) {
         auto tab = std::make_unique<RecordTab>(page.frame.release(), page.path, page.title, TabEvents::of(this));
@@ -443,6 +455,7 @@ void ViewerWindow::openWorkspace(const std::string& given) {
         if (const ViewKind* kind = ViewKind::find(page.view.c_str())) added->showView(*kind);
     }
     if (!pages.empty()) gtk_notebook_set_current_page(GTK_NOTEBOOK(notebook_), first + active);
+    if (darkPages && !dark_) g_action_group_change_action_state(G_ACTION_GROUP(actions_), "dark", g_variant_new_boolean(TRUE));
     recent_.add(path);
     updateRecentMenu();
     setStatus("Opened workspace " + path + ": " + std::to_string(pages.size()) + " tabs");
@@ -641,9 +654,12 @@ std::string ViewerWindow::describeState() const {
                std::to_string(r.bottom);
     };
     line("canvas", bounds(current->getCanvas() != nullptr ? current->getCanvas()->getWidget() : nullptr));
+    line("painted", std::to_string(current->getPaintCount()));
     if (const ChannelList* channels = current->getChannelList()) {
         for (int t = 0; t < current->getRecord()->getTraceCount(); ++t) {
+            const KCurve* curve = channels->findCurve(t);
             line("channel." + std::to_string(t), std::string(current->getRecord()->getTrace(t)->getName().c_str()) +
+                                                     " shown " + (curve != nullptr && curve->isVisible() ? "1" : "0") +
                                                      " check " + bounds(channels->getCheckButton(t)) + " graph " +
                                                      bounds(channels->getGraphChooser(t)));
         }
@@ -689,7 +705,12 @@ std::string ViewerWindow::describeState() const {
         }
     }
     if (const KComponent* focus = KComponent::getFocus()) line("focus", focus->getClassName());
-    if (const EventList* events = current->getEventList()) line("events", std::to_string(events->getEvents().size()));
+    if (const EventList* events = current->getEventList()) {
+        line("events", std::to_string(events->getEvents().size()) + " list " + bounds(events->getWidget()));
+        for (size_t i = 0; i < events->getEvents().size() && i < 3; ++i) {
+            line("event." + std::to_string(i), number(events->getEvents()[i].time));
+        }
+    }
     return s;
 }
 
@@ -744,6 +765,21 @@ void ViewerWindow::onPrint(GSimpleAction*, GVariant*, gpointer self) {
 void ViewerWindow::onCloseTab(GSimpleAction*, GVariant*, gpointer self) {
     auto* w = static_cast<ViewerWindow*>(self);
     if (RecordTab* tab = w->getCurrentTab()) w->closeTab(tab);
+}
+
+void ViewerWindow::onNextTab(GSimpleAction*, GVariant*, gpointer self) {
+    static_cast<ViewerWindow*>(self)->stepTab(1);
+}
+
+void ViewerWindow::onPreviousTab(GSimpleAction*, GVariant*, gpointer self) {
+    static_cast<ViewerWindow*>(self)->stepTab(-1);
+}
+
+void ViewerWindow::stepTab(int step) {
+    const int count = gtk_notebook_get_n_pages(GTK_NOTEBOOK(notebook_));
+    if (count < 2) return;
+    const int current = gtk_notebook_get_current_page(GTK_NOTEBOOK(notebook_));
+    gtk_notebook_set_current_page(GTK_NOTEBOOK(notebook_), (current + step + count) % count);
 }
 
 void ViewerWindow::onCopyCurve(GSimpleAction*, GVariant*, gpointer self) {
@@ -808,11 +844,7 @@ void ViewerWindow::onView(GSimpleAction* action, GVariant*, gpointer self) {
     const char* id = g_action_get_name(G_ACTION(action)) + std::strlen("view-");
     const ViewKind* kind = ViewKind::find(id);
     if (tab == nullptr || kind == nullptr) return;
-    if (!tab->showView(*kind)) {
-        w->setStatus(std::string("The ") + id + " view is not part of this build");
-        return;
-    }
-    w->updateActions();
+    if (tab->showView(*kind)) w->updateActions();
 }
 
 void ViewerWindow::onSidebar(GSimpleAction* action, GVariant* state, gpointer self) {

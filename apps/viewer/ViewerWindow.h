@@ -48,6 +48,8 @@ private:
     static void onExport(GSimpleAction*, GVariant* format, gpointer self);
     static void onPrint(GSimpleAction*, GVariant*, gpointer self);
     static void onCloseTab(GSimpleAction*, GVariant*, gpointer self);
+    static void onNextTab(GSimpleAction*, GVariant*, gpointer self);
+    static void onPreviousTab(GSimpleAction*, GVariant*, gpointer self);
     static void onCopyCurve(GSimpleAction*, GVariant*, gpointer self);
     static void onCopyVisible(GSimpleAction*, GVariant*, gpointer self);
     static void onCopyPicture(GSimpleAction*, GVariant* kind, gpointer self);
@@ -68,6 +70,8 @@ private:
     void updateRecentMenu();
     void addTab(std::unique_ptr<RecordTab> tab);
     void closeTab(RecordTab* tab);
+    // The tab after (1) or before (-1) the one in front, round the ends.
+    void stepTab(int step);
     int indexOf(const RecordTab* tab) const;
     // Actions that need a record in front are enabled only then.
     void updateActions();
