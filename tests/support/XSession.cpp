@@ -70,6 +70,11 @@ XSession::XSession() {
     // GTK draws with cairo on the virtual server, which has no GL.
     setenv("GSK_RENDERER", "cairo", 1);
     setenv("GDK_BACKEND", "x11", 1);
+    // No desktop session around: settings stay in memory, and nothing looks for the
+    // accessibility bus.
+    setenv("GSETTINGS_BACKEND", "memory", 1);
+    setenv("NO_AT_BRIDGE", "1", 1);
+    setenv("GTK_A11Y", "none", 1);
 }
 
 XSession::~XSession() {
