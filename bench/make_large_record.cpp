@@ -42,7 +42,8 @@ int main(int argc, char** argv) {
         KComtradeConfig::Analog a;
         a.index = k + 1;
         const bool current = (k / 3) % 2 == 1;
-        a.id = (std::string(current ? "I" : "V") + phases[k % 3] + std::to_string(k / 6 + 1)).c_str();
+        a.id =
+            (std::string(current ? "I" : "V") + phases[k % 3] + std::to_string(k / 6 + 1)).c_str();
         a.phase = phases[k % 3];
         a.units = current ? "A" : "kV";
         a.a = current ? 0.5 : 0.01;
@@ -57,7 +58,8 @@ int main(int argc, char** argv) {
     file.data.resize(samples, channels, 2, KComtradeData::INT16, false);
     const long long fault = samples / 3;
     unsigned noise = 12345;
-    for (long long i = 0; i < samples; ++i) file.data.timeStamps[static_cast<size_t>(i)] = static_cast<double>(i) * 100;
+    for (long long i = 0; i < samples; ++i)
+        file.data.timeStamps[static_cast<size_t>(i)] = static_cast<double>(i) * 100;
     for (int k = 0; k < channels; ++k) {
         int16_t* y = file.data.getAnalogs<int16_t>(k);
         const bool current = (k / 3) % 2 == 1;
@@ -67,7 +69,8 @@ int main(int argc, char** argv) {
             const bool faulted = i >= fault && i < fault + 2000 && k % 3 == 0;
             const double amplitude = current ? (faulted ? 16000 : 2000) : (faulted ? 4000 : 11000);
             noise = noise * 1103515245u + 12345u;
-            const double v = amplitude * std::sin(2 * M_PI * LINE * t + phase) + static_cast<double>((noise >> 16) % 200) - 100;
+            const double v = amplitude * std::sin(2 * M_PI * LINE * t + phase) +
+                             static_cast<double>((noise >> 16) % 200) - 100;
             y[i] = static_cast<int16_t>(std::lround(v));
         }
     }

@@ -37,7 +37,8 @@ int ViewCommand::run(int argc, char** argv) {
                      "It is built when GTK 4 is found (scripts/install-deps.sh installs it).\n",
                      NAME, ownFolder().c_str());
     } else {
-        std::fprintf(stderr, "kalvo view: cannot start %s: %s\n", viewer.c_str(), std::strerror(error));
+        std::fprintf(stderr, "kalvo view: cannot start %s: %s\n", viewer.c_str(),
+                     std::strerror(error));
     }
     return 1;
 }

@@ -5,7 +5,7 @@
 // this hands the arguments over to it.
 class ViewCommand {
 public:
-    static const char* const NAME;    // "kalvo-viewer"
+    static const char* const NAME;  // "kalvo-viewer"
     // Replaces this process by the viewer with the arguments after "view"; returns (with a
     // message on standard error) only when the viewer cannot be started.
     static int run(int argc, char** argv);

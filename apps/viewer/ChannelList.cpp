@@ -28,10 +28,15 @@ std::string graphName(KGraphPanel* graph, int index) {
 
 }  // namespace
 
-ChannelList::ChannelList(KGraphFrame& frame, KRecord& record, std::function<void(const std::string&)> onError)
-    : frame_(frame), record_(record), onError_(std::move(onError)), scroller_(gtk_scrolled_window_new()) {
+ChannelList::ChannelList(KGraphFrame& frame, KRecord& record,
+                         std::function<void(const std::string&)> onError)
+    : frame_(frame),
+      record_(record),
+      onError_(std::move(onError)),
+      scroller_(gtk_scrolled_window_new()) {
     g_object_ref_sink(scroller_);
-    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller_), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
+    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller_), GTK_POLICY_NEVER,
+                                   GTK_POLICY_AUTOMATIC);
     gtk_widget_set_vexpand(scroller_, TRUE);
     refresh();
 }
@@ -63,13 +68,15 @@ void ChannelList::refresh() {
         gtk_string_list_append(names, graphName(graphs[i], static_cast<int>(i)).c_str());
     }
     gtk_string_list_append(names, "new graph");
-    for (int t = 0; t < record_.getTraceCount(); ++t) gtk_list_box_append(GTK_LIST_BOX(box_), makeRow(t, graphs, names));
+    for (int t = 0; t < record_.getTraceCount(); ++t)
+        gtk_list_box_append(GTK_LIST_BOX(box_), makeRow(t, graphs, names));
     g_object_unref(names);
     gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller_), box_);
     building_ = false;
 }
 
-GtkWidget* ChannelList::makeRow(int trace, const std::vector<KGraphPanel*>& graphs, GtkStringList* names) {
+GtkWidget* ChannelList::makeRow(int trace, const std::vector<KGraphPanel*>& graphs,
+                                GtkStringList* names) {
     const KRecord::Trace* t = record_.getTrace(trace);
     KCurve* curve = findCurve(trace);
     rows_.push_back(std::make_unique<Row>(Row{this, trace, nullptr, nullptr}));
@@ -80,7 +87,8 @@ GtkWidget* ChannelList::makeRow(int trace, const std::vector<KGraphPanel*>& grap
     gtk_widget_set_margin_end(line, 4);
     GtkWidget* check = gtk_check_button_new();
     gtk_check_button_set_active(GTK_CHECK_BUTTON(check), curve != nullptr && curve->isVisible());
-    std::string tip = std::string(t->getName().c_str()) + (t->isDigital() ? ": status channel" : "");
+    std::string tip =
+        std::string(t->getName().c_str()) + (t->isDigital() ? ": status channel" : "");
     gtk_widget_set_tooltip_text(check, ("Show " + std::string(t->getName().c_str())).c_str());
     g_signal_connect(check, "toggled", G_CALLBACK(onToggled), row);
     row->check = check;
@@ -117,11 +125,15 @@ GtkWidget* ChannelList::makeRow(int trace, const std::vector<KGraphPanel*>& grap
 }
 
 GtkWidget* ChannelList::getCheckButton(int trace) const {
-    return trace >= 0 && trace < static_cast<int>(rows_.size()) ? rows_[static_cast<size_t>(trace)]->check : nullptr;
+    return trace >= 0 && trace < static_cast<int>(rows_.size())
+               ? rows_[static_cast<size_t>(trace)]->check
+               : nullptr;
 }
 
 GtkWidget* ChannelList::getGraphChooser(int trace) const {
-    return trace >= 0 && trace < static_cast<int>(rows_.size()) ? rows_[static_cast<size_t>(trace)]->chooser : nullptr;
+    return trace >= 0 && trace < static_cast<int>(rows_.size())
+               ? rows_[static_cast<size_t>(trace)]->chooser
+               : nullptr;
 }
 
 void ChannelList::drawSwatch(GtkDrawingArea*, cairo_t* cr, int width, int height, gpointer data) {
@@ -129,7 +141,8 @@ void ChannelList::drawSwatch(GtkDrawingArea*, cairo_t* cr, int width, int height
     KCurve* curve = row->list->findCurve(row->trace);
     if (curve == nullptr) return;
     const COLORREF color = curve->getLineColor();
-    cairo_set_source_rgb(cr, GetRValue(color) / 255.0, GetGValue(color) / 255.0, GetBValue(color) / 255.0);
+    cairo_set_source_rgb(cr, GetRValue(color) / 255.0, GetGValue(color) / 255.0,
+                         GetBValue(color) / 255.0);
     cairo_rectangle(cr, 1, 1, width - 2, height - 2);
     cairo_fill(cr);
 }
@@ -186,14 +199,16 @@ bool ChannelList::setShown(int trace, bool shown) {
             const bool digital = k_dynamic_cast<KGraphPanelDigital>(g) != nullptr;
             std::vector<KCurve*> curves;
             g->getCurveList(curves);
-            const bool sameUnits = curves.empty() || curves.front()->getUnits().equals(t->getUnits());
+            const bool sameUnits =
+                curves.empty() || curves.front()->getUnits().equals(t->getUnits());
             if (digital == t->isDigital() && (digital || sameUnits) && g->addCurve(curve)) {
                 added = true;
                 break;
             }
         }
         if (!added) {
-            KGraphPanel* graph = t->isDigital() ? frame_.addDigitalGraph() : frame_.addAnalogGraph();
+            KGraphPanel* graph =
+                t->isDigital() ? frame_.addDigitalGraph() : frame_.addAnalogGraph();
             if (!graph->addCurve(curve)) {
                 delete curve;
                 refresh();
@@ -213,7 +228,9 @@ bool ChannelList::moveTo(int trace, int graph) {
     std::vector<KGraphPanel*> graphs;
     frame_.getGraphList(graphs);
     if (graph < 0 || graph > static_cast<int>(graphs.size())) return false;
-    KGraphPanel* from = curve->getParent() != nullptr ? k_dynamic_cast<KGraphPanel>(curve->getParent()->getParent()) : nullptr;
+    KGraphPanel* from = curve->getParent() != nullptr
+                            ? k_dynamic_cast<KGraphPanel>(curve->getParent()->getParent())
+                            : nullptr;
     KGraphPanel* to = graph < static_cast<int>(graphs.size()) ? graphs[graph] : nullptr;
     if (to == from && to != nullptr) return true;
     const bool digital = record_.getTrace(trace)->isDigital();

@@ -19,7 +19,8 @@ class KRecord;
 class ChannelList {
 public:
     // Errors of a move (a status channel in a graph of values, say) go to onError.
-    ChannelList(KGraphFrame& frame, KRecord& record, std::function<void(const std::string&)> onError);
+    ChannelList(KGraphFrame& frame, KRecord& record,
+                std::function<void(const std::string&)> onError);
     ~ChannelList();
     ChannelList(const ChannelList&) = delete;
     ChannelList& operator=(const ChannelList&) = delete;

@@ -20,12 +20,15 @@ std::vector<EventList::Event> EventList::findEvents(const KRecord& record) {
             if (now != before) events.push_back({x[i], t, now});
         }
     }
-    std::stable_sort(events.begin(), events.end(), [](const Event& a, const Event& b) { return a.time < b.time; });
+    std::stable_sort(events.begin(), events.end(),
+                     [](const Event& a, const Event& b) { return a.time < b.time; });
     return events;
 }
 
 EventList::EventList(const KRecord& record, std::function<void(double)> onChosen)
-    : events_(findEvents(record)), onChosen_(std::move(onChosen)), box_(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0)) {
+    : events_(findEvents(record)),
+      onChosen_(std::move(onChosen)),
+      box_(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0)) {
     g_object_ref_sink(box_);
     if (events_.empty()) {
         GtkWidget* none = gtk_label_new("No status channel changes state.");
@@ -55,7 +58,8 @@ EventList::EventList(const KRecord& record, std::function<void(double)> onChosen
     gtk_list_view_set_single_click_activate(GTK_LIST_VIEW(view_), FALSE);
     g_signal_connect(view_, "activate", G_CALLBACK(onActivate), this);
     GtkWidget* scroller = gtk_scrolled_window_new();
-    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_AUTOMATIC, GTK_POLICY_AUTOMATIC);
+    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_AUTOMATIC,
+                                   GTK_POLICY_AUTOMATIC);
     gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), view_);
     gtk_widget_set_vexpand(scroller, TRUE);
     gtk_box_append(GTK_BOX(box_), scroller);
@@ -75,10 +79,12 @@ void EventList::onSetup(GtkSignalListItemFactory*, GtkListItem* item, gpointer) 
 
 void EventList::onBind(GtkSignalListItemFactory*, GtkListItem* item, gpointer) {
     auto* text = GTK_STRING_OBJECT(gtk_list_item_get_item(item));
-    gtk_label_set_text(GTK_LABEL(gtk_list_item_get_child(item)), gtk_string_object_get_string(text));
+    gtk_label_set_text(GTK_LABEL(gtk_list_item_get_child(item)),
+                       gtk_string_object_get_string(text));
 }
 
 void EventList::onActivate(GtkListView*, guint position, gpointer self) {
     auto* list = static_cast<EventList*>(self);
-    if (position < list->events_.size() && list->onChosen_) list->onChosen_(list->events_[position].time);
+    if (position < list->events_.size() && list->onChosen_)
+        list->onChosen_(list->events_[position].time);
 }

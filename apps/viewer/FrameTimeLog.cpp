@@ -6,7 +6,8 @@
 
 namespace {
 
-double millisecondsBetween(std::chrono::steady_clock::time_point a, std::chrono::steady_clock::time_point b) {
+double millisecondsBetween(std::chrono::steady_clock::time_point a,
+                           std::chrono::steady_clock::time_point b) {
     return std::chrono::duration<double, std::milli>(b - a).count();
 }
 
@@ -31,7 +32,9 @@ FrameTimeLog::~FrameTimeLog() {
     g_object_unref(window_);
 }
 
-void FrameTimeLog::onRealize(GtkWidget*, gpointer self) { static_cast<FrameTimeLog*>(self)->attach(); }
+void FrameTimeLog::onRealize(GtkWidget*, gpointer self) {
+    static_cast<FrameTimeLog*>(self)->attach();
+}
 
 void FrameTimeLog::attach() {
     if (clock_ != nullptr) return;
@@ -63,8 +66,8 @@ void FrameTimeLog::onFrameEnd(GdkFrameClock*, gpointer self) {
     // Frames that repainted no view (a menu opening, the cursor blinking) say nothing of them.
     if (!log->painted_) return;
     const auto now = std::chrono::steady_clock::now();
-    log->frames_.push_back({static_cast<double>(g_get_real_time()) / 1e6, millisecondsBetween(log->frameStart_, now),
-                            log->paint_});
+    log->frames_.push_back({static_cast<double>(g_get_real_time()) / 1e6,
+                            millisecondsBetween(log->frameStart_, now), log->paint_});
 }
 
 double FrameTimeLog::percentile(std::vector<double> values, double share) {
@@ -94,12 +97,15 @@ FrameTimeLog::Summary FrameTimeLog::summarize() const {
 bool FrameTimeLog::write() const {
     FILE* out = std::fopen(path_.c_str(), "w");
     if (out == nullptr) return false;
-    std::fprintf(out, "# frame times of the Kalvo viewer: end of the frame (seconds since 1970), whole frame ms, painting ms\n");
+    std::fprintf(out,
+                 "# frame times of the Kalvo viewer: end of the frame (seconds since 1970), whole "
+                 "frame ms, painting ms\n");
     for (const Frame& f : frames_) std::fprintf(out, "%.6f %.3f %.3f\n", f.at, f.whole, f.paint);
     const Summary s = summarize();
     std::fprintf(out, "# frames %d\n", s.frames);
-    std::fprintf(out, "# frame ms: median %.2f, 99th percentile %.2f, max %.2f\n", s.median, s.p99, s.max);
-    std::fprintf(out, "# painting ms: median %.2f, 99th percentile %.2f, max %.2f\n", s.paintMedian, s.paintP99,
-                 s.paintMax);
+    std::fprintf(out, "# frame ms: median %.2f, 99th percentile %.2f, max %.2f\n", s.median, s.p99,
+                 s.max);
+    std::fprintf(out, "# painting ms: median %.2f, 99th percentile %.2f, max %.2f\n", s.paintMedian,
+                 s.paintP99, s.paintMax);
     return std::fclose(out) == 0;
 }

@@ -5,7 +5,9 @@
 #include <kalvo/foundation/KException.h>
 #include <kalvo/io/KComtradeReader.h>
 
-RecordLoader::RecordLoader(std::string path) : path_(std::move(path)) { thread_ = std::thread([this] { run(); }); }
+RecordLoader::RecordLoader(std::string path) : path_(std::move(path)) {
+    thread_ = std::thread([this] { run(); });
+}
 
 RecordLoader::~RecordLoader() {
     cancel();

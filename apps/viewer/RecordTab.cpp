@@ -22,7 +22,8 @@ std::string baseName(const std::string& path) {
 // The frame's title: station, device and start of the record, as the file names them.
 std::string recordTitle(const KRecord& record, const std::string& path) {
     std::string title = record.getName().c_str();
-    if (!record.getDevice().isEmpty()) title += std::string(title.empty() ? "" : " - ") + record.getDevice().c_str();
+    if (!record.getDevice().isEmpty())
+        title += std::string(title.empty() ? "" : " - ") + record.getDevice().c_str();
     if (title.empty()) title = baseName(path);
     const KString start = record.getProperty("Start");
     if (!start.isEmpty()) title += std::string("   ") + start.c_str();
@@ -48,7 +49,8 @@ RecordTab::RecordTab(const std::string& path, Events events)
     poll_ = g_timeout_add(50, onPoll, this);
 }
 
-RecordTab::RecordTab(KGraphFrame* frame, const std::string& path, const std::string& title, Events events)
+RecordTab::RecordTab(KGraphFrame* frame, const std::string& path, const std::string& title,
+                     Events events)
     : path_(path), title_(title), on_(std::move(events)), view_(&ViewKind::all().front()) {
     buildPage();
     // The records read back are kept by their curves; the tab shares the first one.
@@ -122,13 +124,17 @@ void RecordTab::buildPage() {
     gtk_box_append(GTK_BOX(tabLabel_), close);
 }
 
-double RecordTab::getProgress() const { return loader_ != nullptr ? loader_->getProgress() : 1.0; }
+double RecordTab::getProgress() const {
+    return loader_ != nullptr ? loader_->getProgress() : 1.0;
+}
 
 void RecordTab::cancelLoading() {
     if (loader_ != nullptr) loader_->cancel();
 }
 
-void RecordTab::onCancel(GtkButton*, gpointer self) { static_cast<RecordTab*>(self)->cancelLoading(); }
+void RecordTab::onCancel(GtkButton*, gpointer self) {
+    static_cast<RecordTab*>(self)->cancelLoading();
+}
 
 void RecordTab::onClose(GtkButton*, gpointer self) {
     auto* tab = static_cast<RecordTab*>(self);
@@ -139,7 +145,8 @@ gboolean RecordTab::onPoll(gpointer self) {
     auto* tab = static_cast<RecordTab*>(self);
     const double share = tab->loader_->getProgress();
     gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(tab->progress_), share);
-    gtk_progress_bar_set_text(GTK_PROGRESS_BAR(tab->progress_), (std::to_string(static_cast<int>(share * 100)) + " %").c_str());
+    gtk_progress_bar_set_text(GTK_PROGRESS_BAR(tab->progress_),
+                              (std::to_string(static_cast<int>(share * 100)) + " %").c_str());
     if (tab->on_.changed) tab->on_.changed();
     if (!tab->loader_->isFinished()) return G_SOURCE_CONTINUE;
     tab->poll_ = 0;
@@ -193,9 +200,10 @@ void RecordTab::showGraphs(KGraphFrame* frame) {
     if (canvases_.count("time") == 0) makeCanvas()->setRoot(frame);
     gtk_label_set_text(GTK_LABEL(tabText_), title_.c_str());
     if (record_ != nullptr) {
-        channels_ = std::make_unique<ChannelList>(*frame, *record_, [this](const std::string& text) {
-            if (on_.error) on_.error(text);
-        });
+        channels_ =
+            std::make_unique<ChannelList>(*frame, *record_, [this](const std::string& text) {
+                if (on_.error) on_.error(text);
+            });
         gtk_box_append(GTK_BOX(sidebar_), heading("Channels"));
         gtk_box_append(GTK_BOX(sidebar_), channels_->getWidget());
         events_ = std::make_unique<EventList>(*record_, [this](double t) { placeMarkerX(t); });
@@ -244,12 +252,17 @@ void RecordTab::focusView() {
     KCanvasView* canvas = getCanvas();
     if (canvas == nullptr) return;
     gtk_widget_grab_focus(canvas->getWidget());
-    if (frame_ != nullptr && view_ == &ViewKind::all().front()) frame_->focusGraph(frame_->getActiveGraph());
+    if (frame_ != nullptr && view_ == &ViewKind::all().front())
+        frame_->focusGraph(frame_->getActiveGraph());
 }
 
-void RecordTab::setSidebarVisible(bool visible) { gtk_widget_set_visible(sidebar_, visible); }
+void RecordTab::setSidebarVisible(bool visible) {
+    gtk_widget_set_visible(sidebar_, visible);
+}
 
-bool RecordTab::isSidebarVisible() const { return gtk_widget_get_visible(sidebar_); }
+bool RecordTab::isSidebarVisible() const {
+    return gtk_widget_get_visible(sidebar_);
+}
 
 void RecordTab::placeMarkerX(double time) {
     if (frame_ == nullptr) return;

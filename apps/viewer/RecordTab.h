@@ -99,11 +99,11 @@ private:
     std::unique_ptr<ChannelList> channels_;
     std::unique_ptr<EventList> events_;
 
-    GtkWidget* page_ = nullptr;        // loading or ready
+    GtkWidget* page_ = nullptr;  // loading or ready
     GtkWidget* tabLabel_ = nullptr;
     GtkWidget* tabText_ = nullptr;
     GtkWidget* progress_ = nullptr;
-    GtkWidget* paned_ = nullptr;       // sidebar and views
+    GtkWidget* paned_ = nullptr;  // sidebar and views
     GtkWidget* sidebar_ = nullptr;
     GtkWidget* views_ = nullptr;
 };

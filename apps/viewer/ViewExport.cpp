@@ -23,10 +23,12 @@ const char* ViewExport::filterOf(const std::string& format) {
 void ViewExport::write(KComponent& component, const std::string& path) {
     const size_t dot = path.rfind('.');
     std::string extension = dot == std::string::npos ? "" : path.substr(dot + 1);
-    std::transform(extension.begin(), extension.end(), extension.begin(), [](unsigned char c) { return std::tolower(c); });
-    if (std::none_of(std::begin(FORMATS), std::end(FORMATS), [&](const char* f) { return extension == f; })) {
-        KException::raise("Export", "%s: unknown picture type '%s' (use .png, .svg, .pdf or .emf)", path.c_str(),
-                          extension.c_str());
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return std::tolower(c); });
+    if (std::none_of(std::begin(FORMATS), std::end(FORMATS),
+                     [&](const char* f) { return extension == f; })) {
+        KException::raise("Export", "%s: unknown picture type '%s' (use .png, .svg, .pdf or .emf)",
+                          path.c_str(), extension.c_str());
     }
     // Written under a temporary name of the same extension, put in place when complete.
     OutputFile output(path);
@@ -39,7 +41,8 @@ void ViewExport::write(KComponent& component, const std::string& path) {
             graphics.setOrigin(component.getLocation());
             component.paintAll(graphics);
         }
-        if (!dc->WritePNG(temporary.c_str())) KException::raise("Export", "%s: cannot be written", path.c_str());
+        if (!dc->WritePNG(temporary.c_str()))
+            KException::raise("Export", "%s: cannot be written", path.c_str());
     } else {
         try {
             component.createMetaFile(temporary.c_str());
@@ -59,10 +62,12 @@ struct PrintJob {
 void drawPage(GtkPrintOperation*, GtkPrintContext* context, int, gpointer data) {
     auto* job = static_cast<PrintJob*>(data);
     const CSize size = job->component->getSize();
-    const double width = gtk_print_context_get_width(context), height = gtk_print_context_get_height(context);
+    const double width = gtk_print_context_get_width(context),
+                 height = gtk_print_context_get_height(context);
     cairo_t* cr = gtk_print_context_get_cairo_context(context);
     // The whole view on the page, its proportions kept.
-    const double scale = std::min(width / std::max(1L, static_cast<long>(size.cx)), height / std::max(1L, static_cast<long>(size.cy)));
+    const double scale = std::min(width / std::max(1L, static_cast<long>(size.cx)),
+                                  height / std::max(1L, static_cast<long>(size.cy)));
     cairo_save(cr);
     cairo_translate(cr, (width - scale * size.cx) / 2, (height - scale * size.cy) / 2);
     cairo_scale(cr, scale, scale);
@@ -84,8 +89,9 @@ bool ViewExport::print(KComponent& component, GtkWindow* parent, const std::stri
     gtk_print_operation_set_n_pages(operation, 1);
     gtk_print_operation_set_job_name(operation, jobName.c_str());
     GtkPageSetup* setup = gtk_page_setup_new();
-    gtk_page_setup_set_orientation(setup, component.getSize().cx >= component.getSize().cy ? GTK_PAGE_ORIENTATION_LANDSCAPE
-                                                                                        : GTK_PAGE_ORIENTATION_PORTRAIT);
+    gtk_page_setup_set_orientation(setup, component.getSize().cx >= component.getSize().cy
+                                              ? GTK_PAGE_ORIENTATION_LANDSCAPE
+                                              : GTK_PAGE_ORIENTATION_PORTRAIT);
     gtk_print_operation_set_default_page_setup(operation, setup);
     g_object_unref(setup);
     g_signal_connect(operation, "draw-page", G_CALLBACK(drawPage), &job);

@@ -3,7 +3,8 @@
 #include "ViewerWindow.h"
 
 ViewerApp::ViewerApp(ViewerOptions options)
-    : options_(std::move(options)), application_(gtk_application_new("org.kalvo.Viewer", G_APPLICATION_NON_UNIQUE)) {
+    : options_(std::move(options)),
+      application_(gtk_application_new("org.kalvo.Viewer", G_APPLICATION_NON_UNIQUE)) {
     g_signal_connect(application_, "startup", G_CALLBACK(onStartup), this);
     g_signal_connect(application_, "activate", G_CALLBACK(onActivate), this);
 }

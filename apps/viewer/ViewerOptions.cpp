@@ -36,7 +36,9 @@ ViewerOptions::ViewerOptions(int argc, char** argv) {
             const long w = std::strtol(text, &end, 10);
             const long h = *end == 'x' ? std::strtol(end + 1, &end, 10) : 0;
             if (*end != '\0' || w < 320 || h < 240 || w > 16384 || h > 16384)
-                KException::raise("Usage", "--size needs WIDTHxHEIGHT in pixels (320x240 to 16384x16384), not '%s'", text);
+                KException::raise(
+                    "Usage",
+                    "--size needs WIDTHxHEIGHT in pixels (320x240 to 16384x16384), not '%s'", text);
             width = static_cast<int>(w);
             height = static_cast<int>(h);
         } else if (std::strcmp(a, "--frame-log") == 0) {

@@ -31,8 +31,9 @@
 
 namespace {
 
-const char* const RECORD_FILTER = "COMTRADE records and Kalvo workspaces (*.cfg;*.cff;*.dat;*.kvw)|"
-                                  "COMTRADE records (*.cfg;*.cff;*.dat)|Kalvo workspaces (*.kvw)";
+const char* const RECORD_FILTER =
+    "COMTRADE records and Kalvo workspaces (*.cfg;*.cff;*.dat;*.kvw)|"
+    "COMTRADE records (*.cfg;*.cff;*.dat)|Kalvo workspaces (*.kvw)";
 
 const char* const KEYS_HELP =
     "In the time graphs:\n"
@@ -109,7 +110,8 @@ void appendSubmenu(GMenu* menu, const char* label, GMenu* submenu) {
 }  // namespace
 
 ViewerWindow::ViewerWindow(GtkApplication* application, const ViewerOptions& options)
-    : window_(gtk_application_window_new(application)), recentMenu_(g_menu_new()),
+    : window_(gtk_application_window_new(application)),
+      recentMenu_(g_menu_new()),
       actions_(g_simple_action_group_new()) {
     g_object_ref(window_);
     gtk_window_set_title(GTK_WINDOW(window_), "Kalvo");
@@ -150,9 +152,11 @@ ViewerWindow::ViewerWindow(GtkApplication* application, const ViewerOptions& opt
     gtk_widget_add_controller(window_, GTK_EVENT_CONTROLLER(drop));
     g_signal_connect(window_, "close-request", G_CALLBACK(onCloseRequest), this);
 
-    if (!options.frameLog.empty()) frameLog_ = std::make_unique<FrameTimeLog>(window_, options.frameLog);
+    if (!options.frameLog.empty())
+        frameLog_ = std::make_unique<FrameTimeLog>(window_, options.frameLog);
     if (!options.stateFile.empty()) {
-        state_ = std::make_unique<StateReport>(options.stateFile, [this] { return describeState(); });
+        state_ =
+            std::make_unique<StateReport>(options.stateFile, [this] { return describeState(); });
     }
     updateRecentMenu();
     updateActions();
@@ -181,12 +185,18 @@ void ViewerWindow::installAccelerators(GtkApplication* application) {
         const char* accel;
     };
     static const Key keys[] = {
-        {"win.open", "<Control>o"},          {"win.save-workspace", "<Control>s"},
-        {"win.export('png')", "<Control>e"}, {"win.print", "<Control>p"},
-        {"win.close-tab", "<Control>w"},     {"app.quit", "<Control>q"},
-        {"win.copy-curve", "<Control>c"},    {"win.copy-visible", "<Control><Shift>c"},
-        {"win.paste", "<Control>v"},         {"win.sidebar", "F4"},
-        {"win.keys", "F1"},                  {"win.next-tab", "<Control>Page_Down"},
+        {"win.open", "<Control>o"},
+        {"win.save-workspace", "<Control>s"},
+        {"win.export('png')", "<Control>e"},
+        {"win.print", "<Control>p"},
+        {"win.close-tab", "<Control>w"},
+        {"app.quit", "<Control>q"},
+        {"win.copy-curve", "<Control>c"},
+        {"win.copy-visible", "<Control><Shift>c"},
+        {"win.paste", "<Control>v"},
+        {"win.sidebar", "F4"},
+        {"win.keys", "F1"},
+        {"win.next-tab", "<Control>Page_Down"},
         {"win.previous-tab", "<Control>Page_Up"},
     };
     for (const Key& key : keys) {
@@ -333,7 +343,8 @@ void ViewerWindow::updateRecentMenu() {
         std::string label = (i < 9 ? "_" + std::to_string(i + 1) + " " : "") + p.substr(slash + 1);
         if (slash != std::string::npos) label += "   (" + p.substr(0, slash) + ")";
         GMenuItem* entry = g_menu_item_new(label.c_str(), nullptr);
-        g_menu_item_set_action_and_target_value(entry, "win.open-recent", g_variant_new_int32(static_cast<int>(i)));
+        g_menu_item_set_action_and_target_value(entry, "win.open-recent",
+                                                g_variant_new_int32(static_cast<int>(i)));
         g_menu_append_item(recentMenu_, entry);
         g_object_unref(entry);
     }
@@ -383,10 +394,12 @@ struct ViewerWindow::TabEvents {
             w->recent_.add(tab.getPath());
             w->updateRecentMenu();
             KRecord* record = tab.getRecord();
-            std::string text = "Read " + tab.getPath() + ": " + std::to_string(record->getTraceCount()) + " channels, " +
+            std::string text = "Read " + tab.getPath() + ": " +
+                               std::to_string(record->getTraceCount()) + " channels, " +
                                std::to_string(record->getSampleCount()) + " samples";
             if (tab.getEventList() != nullptr && !tab.getEventList()->getEvents().empty()) {
-                text += ", " + std::to_string(tab.getEventList()->getEvents().size()) + " status changes";
+                text += ", " + std::to_string(tab.getEventList()->getEvents().size()) +
+                        " status changes";
             }
             const KString& comment = record->getComment();
             if (!comment.isEmpty()) text += ". Read with warnings: " + oneLine(comment.c_str());
@@ -444,10 +457,13 @@ void ViewerWindow::openWorkspace(const std::string& given) {
         return;
     }
     // A workspace saved in dark colours turns them on.
-    const bool darkPages = std::any_of(pages.begin(), pages.end(), [](const Workspace::LoadedPage& p) { return p.frame->getMode() == 1; });
+    const bool darkPages =
+        std::any_of(pages.begin(), pages.end(),
+                    [](const Workspace::LoadedPage& p) { return p.frame->getMode() == 1; });
     const int first = static_cast<int>(tabs_.size());
     for (Workspace::LoadedPage& page : pages) {
-        auto tab = std::make_unique<RecordTab>(page.frame.release(), page.path, page.title, TabEvents::of(this));
+        auto tab = std::make_unique<RecordTab>(page.frame.release(), page.path, page.title,
+                                               TabEvents::of(this));
         RecordTab* added = tab.get();
         addTab(std::move(tab));
         if (dark_) added->getTimeGraphs()->setMode(1);
@@ -455,7 +471,9 @@ void ViewerWindow::openWorkspace(const std::string& given) {
         if (const ViewKind* kind = ViewKind::find(page.view.c_str())) added->showView(*kind);
     }
     if (!pages.empty()) gtk_notebook_set_current_page(GTK_NOTEBOOK(notebook_), first + active);
-    if (darkPages && !dark_) g_action_group_change_action_state(G_ACTION_GROUP(actions_), "dark", g_variant_new_boolean(TRUE));
+    if (darkPages && !dark_)
+        g_action_group_change_action_state(G_ACTION_GROUP(actions_), "dark",
+                                           g_variant_new_boolean(TRUE));
     recent_.add(path);
     updateRecentMenu();
     setStatus("Opened workspace " + path + ": " + std::to_string(pages.size()) + " tabs");
@@ -499,7 +517,8 @@ void ViewerWindow::exportView(const std::string& path) {
 void ViewerWindow::addTab(std::unique_ptr<RecordTab> tab) {
     RecordTab* added = tab.get();
     tabs_.push_back(std::move(tab));
-    const int index = gtk_notebook_append_page(GTK_NOTEBOOK(notebook_), added->getPage(), added->getTabLabel());
+    const int index =
+        gtk_notebook_append_page(GTK_NOTEBOOK(notebook_), added->getPage(), added->getTabLabel());
     gtk_notebook_set_tab_reorderable(GTK_NOTEBOOK(notebook_), added->getPage(), TRUE);
     gtk_stack_set_visible_child_name(GTK_STACK(pages_), "tabs");
     gtk_notebook_set_current_page(GTK_NOTEBOOK(notebook_), index);
@@ -609,8 +628,8 @@ void listMenu(GMenuModel* menu, const std::string& path, std::string& out) {
             listMenu(submenu, name, out);
             g_object_unref(submenu);
         } else {
-            out += "menu " + path + (label != nullptr ? label : "") + "|" + (accel != nullptr ? accel : "") + "|" +
-                   (action != nullptr ? action : "") + "\n";
+            out += "menu " + path + (label != nullptr ? label : "") + "|" +
+                   (accel != nullptr ? accel : "") + "|" + (action != nullptr ? action : "") + "\n";
         }
         g_free(label);
         g_free(accel);
@@ -622,7 +641,9 @@ void listMenu(GMenuModel* menu, const std::string& path, std::string& out) {
 
 std::string ViewerWindow::describeState() const {
     std::string s;
-    auto line = [&s](const std::string& key, const std::string& value) { s += key + " " + value + "\n"; };
+    auto line = [&s](const std::string& key, const std::string& value) {
+        s += key + " " + value + "\n";
+    };
     listMenu(menu_, "", s);
     line("tabs", std::to_string(tabs_.size()));
     const RecordTab* current = getCurrentTab();
@@ -630,15 +651,18 @@ std::string ViewerWindow::describeState() const {
     for (const auto& tab : tabs_) {
         const int i = indexOf(tab.get());
         std::string state = tab->isLoading() ? "loading " + number(tab->getProgress()) : "ready";
-        line("tab." + std::to_string(i), state + " view " + tab->getView().id + " path " + tab->getPath());
+        line("tab." + std::to_string(i),
+             state + " view " + tab->getView().id + " path " + tab->getPath());
         line("tab." + std::to_string(i) + ".title", tab->getTitle());
     }
     line("sidebar", sidebar_ ? "1" : "0");
     line("dark", dark_ ? "1" : "0");
     line("status", oneLine(statusText_));
     line("messages", std::to_string(messages_.size()));
-    for (size_t i = 0; i < messages_.size(); ++i) line("message." + std::to_string(i), oneLine(messages_[i]));
-    for (size_t i = 0; i < recent_.getPaths().size(); ++i) line("recent." + std::to_string(i), recent_.getPaths()[i]);
+    for (size_t i = 0; i < messages_.size(); ++i)
+        line("message." + std::to_string(i), oneLine(messages_[i]));
+    for (size_t i = 0; i < recent_.getPaths().size(); ++i)
+        line("recent." + std::to_string(i), recent_.getPaths()[i]);
     KGraphFrame* frame = current != nullptr ? current->getTimeGraphs() : nullptr;
     if (frame == nullptr) return s;
     // Where things are, in the window's coordinates, for scripts that point at them.
@@ -646,22 +670,25 @@ std::string ViewerWindow::describeState() const {
         graphene_rect_t r;
         if (widget == nullptr || !gtk_widget_compute_bounds(widget, window_, &r)) return "-";
         return number(std::round(r.origin.x)) + " " + number(std::round(r.origin.y)) + " " +
-               number(std::round(r.origin.x + r.size.width)) + " " + number(std::round(r.origin.y + r.size.height));
+               number(std::round(r.origin.x + r.size.width)) + " " +
+               number(std::round(r.origin.y + r.size.height));
     };
     auto onCanvas = [](const KComponent* c, CRect r) {
         r.OffsetRect(c->getLocationOnCanvas());
-        return std::to_string(r.left) + " " + std::to_string(r.top) + " " + std::to_string(r.right) + " " +
-               std::to_string(r.bottom);
+        return std::to_string(r.left) + " " + std::to_string(r.top) + " " +
+               std::to_string(r.right) + " " + std::to_string(r.bottom);
     };
-    line("canvas", bounds(current->getCanvas() != nullptr ? current->getCanvas()->getWidget() : nullptr));
+    line("canvas",
+         bounds(current->getCanvas() != nullptr ? current->getCanvas()->getWidget() : nullptr));
     line("painted", std::to_string(current->getPaintCount()));
     if (const ChannelList* channels = current->getChannelList()) {
         for (int t = 0; t < current->getRecord()->getTraceCount(); ++t) {
             const KCurve* curve = channels->findCurve(t);
-            line("channel." + std::to_string(t), std::string(current->getRecord()->getTrace(t)->getName().c_str()) +
-                                                     " shown " + (curve != nullptr && curve->isVisible() ? "1" : "0") +
-                                                     " check " + bounds(channels->getCheckButton(t)) + " graph " +
-                                                     bounds(channels->getGraphChooser(t)));
+            line("channel." + std::to_string(t),
+                 std::string(current->getRecord()->getTrace(t)->getName().c_str()) + " shown " +
+                     (curve != nullptr && curve->isVisible() ? "1" : "0") + " check " +
+                     bounds(channels->getCheckButton(t)) + " graph " +
+                     bounds(channels->getGraphChooser(t)));
         }
     }
     KGraphAxis* axis = frame->getAxis();
@@ -669,10 +696,13 @@ std::string ViewerWindow::describeState() const {
     axis->getRange(lo, hi);
     line("range", number(lo) + " " + number(hi));
     line("axis", onCanvas(axis, axis->getClientRect()));
-    line("markers", std::string(axis->isMarkerXEnabled() ? "1 " : "0 ") + (axis->isMarkerOEnabled() ? "1 " : "0 ") +
-                        number(axis->getMarkerXPosition()) + " " + number(axis->getMarkerOPosition()));
+    line("markers", std::string(axis->isMarkerXEnabled() ? "1 " : "0 ") +
+                        (axis->isMarkerOEnabled() ? "1 " : "0 ") +
+                        number(axis->getMarkerXPosition()) + " " +
+                        number(axis->getMarkerOPosition()));
     for (int i = 0; i < 6; ++i) {
-        if (KLabel* label = frame->getReadout(i)) line("readout." + std::to_string(i), oneLine(label->getText().c_str()));
+        if (KLabel* label = frame->getReadout(i))
+            line("readout." + std::to_string(i), oneLine(label->getText().c_str()));
     }
     std::vector<KGraphPanel*> graphs;
     frame->getGraphList(graphs);
@@ -681,32 +711,38 @@ std::string ViewerWindow::describeState() const {
         std::vector<KCurve*> curves;
         graphs[g]->getCurveList(curves);
         const KRange& y = graphs[g]->getYRange();
-        line("graph." + std::to_string(g), std::string(graphs[g]->getClassName()) + " curves " + std::to_string(curves.size()) +
-                                               " active " + (graphs[g]->isActive() ? "1" : "0") + " y " +
-                                               number(y.getMinimum()) + " " + number(y.getMaximum()) + " plot " +
-                                               onCanvas(graphs[g], graphs[g]->getPlotRectangle()));
+        line("graph." + std::to_string(g),
+             std::string(graphs[g]->getClassName()) + " curves " + std::to_string(curves.size()) +
+                 " active " + (graphs[g]->isActive() ? "1" : "0") + " y " + number(y.getMinimum()) +
+                 " " + number(y.getMaximum()) + " plot " +
+                 onCanvas(graphs[g], graphs[g]->getPlotRectangle()));
         for (size_t c = 0; c < curves.size(); ++c) {
             KCurve* curve = curves[c];
             char color[8];
             const COLORREF rgb = curve->getLineColor();
-            std::snprintf(color, sizeof color, "#%02x%02x%02x", GetRValue(rgb), GetGValue(rgb), GetBValue(rgb));
+            std::snprintf(color, sizeof color, "#%02x%02x%02x", GetRValue(rgb), GetGValue(rgb),
+                          GetBValue(rgb));
             line("curve." + std::to_string(g) + "." + std::to_string(c),
-                 std::string(curve->getText().c_str()) + " visible " + (curve->isVisible() ? "1" : "0") + " samples " +
+                 std::string(curve->getText().c_str()) + " visible " +
+                     (curve->isVisible() ? "1" : "0") + " samples " +
                      std::to_string(curve->getSampleCount()) + " color " + color + " active " +
-                     (curve == graphs[g]->getActiveCurve() ? "1" : "0") + " legend " + onCanvas(curve, curve->getExtents()));
+                     (curve == graphs[g]->getActiveCurve() ? "1" : "0") + " legend " +
+                     onCanvas(curve, curve->getExtents()));
         }
         if (KGraphMeter* meter = graphs[g]->getMeter(); meter != nullptr && meter->isVisible()) {
             for (int r = 0; r < meter->getRowCount(); ++r) {
                 KString atX, atO, difference;
                 meter->getRowTexts(r, atX, atO, difference);
                 line("meter." + std::to_string(g) + "." + std::to_string(r),
-                     oneLine(std::string(atX.c_str()) + " | " + atO.c_str() + " | " + difference.c_str()));
+                     oneLine(std::string(atX.c_str()) + " | " + atO.c_str() + " | " +
+                             difference.c_str()));
             }
         }
     }
     if (const KComponent* focus = KComponent::getFocus()) line("focus", focus->getClassName());
     if (const EventList* events = current->getEventList()) {
-        line("events", std::to_string(events->getEvents().size()) + " list " + bounds(events->getWidget()));
+        line("events",
+             std::to_string(events->getEvents().size()) + " list " + bounds(events->getWidget()));
         for (size_t i = 0; i < events->getEvents().size() && i < 3; ++i) {
             line("event." + std::to_string(i), number(events->getEvents()[i].time));
         }
@@ -718,7 +754,8 @@ std::string ViewerWindow::describeState() const {
 
 void ViewerWindow::onOpen(GSimpleAction*, GVariant*, gpointer self) {
     auto* w = static_cast<ViewerWindow*>(self);
-    const std::vector<KString> paths = KGtkDialogs::getOpenFileNames(w->window_, "Open Records or a Workspace", RECORD_FILTER);
+    const std::vector<KString> paths =
+        KGtkDialogs::getOpenFileNames(w->window_, "Open Records or a Workspace", RECORD_FILTER);
     std::vector<std::string> chosen;
     for (const KString& p : paths) chosen.emplace_back(p.c_str());
     w->open(chosen);
@@ -733,8 +770,8 @@ void ViewerWindow::onOpenRecent(GSimpleAction*, GVariant* index, gpointer self) 
 
 void ViewerWindow::onSaveWorkspace(GSimpleAction*, GVariant*, gpointer self) {
     auto* w = static_cast<ViewerWindow*>(self);
-    const KString path = KGtkDialogs::getSaveFileName(w->window_, "Save Workspace", Workspace::FILTER,
-                                                      Workspace::EXTENSION, "workspace.kvw");
+    const KString path = KGtkDialogs::getSaveFileName(
+        w->window_, "Save Workspace", Workspace::FILTER, Workspace::EXTENSION, "workspace.kvw");
     if (!path.isEmpty()) w->saveWorkspace(path.c_str());
 }
 
@@ -746,8 +783,8 @@ void ViewerWindow::onExport(GSimpleAction*, GVariant* format, gpointer self) {
     std::string name = tab->getPath();
     name = name.substr(name.rfind('/') + 1);
     name = name.substr(0, name.rfind('.')) + "." + kind;
-    const KString path =
-        KGtkDialogs::getSaveFileName(w->window_, "Export View", ViewExport::filterOf(kind), ("." + kind).c_str(), name.c_str());
+    const KString path = KGtkDialogs::getSaveFileName(
+        w->window_, "Export View", ViewExport::filterOf(kind), ("." + kind).c_str(), name.c_str());
     if (!path.isEmpty()) w->exportView(path.c_str());
 }
 
@@ -756,7 +793,8 @@ void ViewerWindow::onPrint(GSimpleAction*, GVariant*, gpointer self) {
     RecordTab* tab = w->getCurrentTab();
     if (tab == nullptr || tab->getRoot() == nullptr) return;
     try {
-        if (ViewExport::print(*tab->getRoot(), GTK_WINDOW(w->window_), tab->getTitle())) w->setStatus("Printed " + tab->getTitle());
+        if (ViewExport::print(*tab->getRoot(), GTK_WINDOW(w->window_), tab->getTitle()))
+            w->setStatus("Printed " + tab->getTitle());
     } catch (const KException& e) {
         w->showError(e.getText().c_str());
     }
@@ -794,7 +832,8 @@ void ViewerWindow::onCopyCurve(GSimpleAction*, GVariant*, gpointer self) {
     }
     double lo, hi;
     curve->getXExtents(lo, hi);
-    if (curve->copyData(lo, hi)) w->setStatus(std::string("Copied the samples of ") + curve->getText().c_str());
+    if (curve->copyData(lo, hi))
+        w->setStatus(std::string("Copied the samples of ") + curve->getText().c_str());
 }
 
 void ViewerWindow::onCopyVisible(GSimpleAction*, GVariant*, gpointer self) {
@@ -802,7 +841,8 @@ void ViewerWindow::onCopyVisible(GSimpleAction*, GVariant*, gpointer self) {
     RecordTab* tab = w->getCurrentTab();
     KGraphFrame* frame = tab != nullptr ? tab->getTimeGraphs() : nullptr;
     KGraphPanel* graph = frame != nullptr ? frame->getActiveGraph() : nullptr;
-    if (graph != nullptr && graph->copyVisibleData()) w->setStatus("Copied the samples in view of the active graph");
+    if (graph != nullptr && graph->copyVisibleData())
+        w->setStatus("Copied the samples in view of the active graph");
 }
 
 void ViewerWindow::onCopyPicture(GSimpleAction*, GVariant* kind, gpointer self) {
@@ -813,8 +853,11 @@ void ViewerWindow::onCopyPicture(GSimpleAction*, GVariant* kind, gpointer self) 
     const CRect area(CPoint(0, 0), root->getSize());
     const HWND owner = tab->getCanvas()->getWindow();
     const bool bitmap = std::strcmp(g_variant_get_string(kind, nullptr), "png") == 0;
-    const int done = bitmap ? KClipboard::setBitmap(area, nullptr, root, owner) : KClipboard::setMetaFile(area, nullptr, root, owner);
-    if (done) w->setStatus(bitmap ? "Copied the view as a PNG image" : "Copied the view as an SVG picture");
+    const int done = bitmap ? KClipboard::setBitmap(area, nullptr, root, owner)
+                            : KClipboard::setMetaFile(area, nullptr, root, owner);
+    if (done)
+        w->setStatus(bitmap ? "Copied the view as a PNG image"
+                            : "Copied the view as an SVG picture");
 }
 
 void ViewerWindow::onPaste(GSimpleAction*, GVariant*, gpointer self) {
@@ -890,12 +933,14 @@ void ViewerWindow::graphCommand(const std::string& command) {
 
 void ViewerWindow::onKeys(GSimpleAction*, GVariant*, gpointer self) {
     auto* w = static_cast<ViewerWindow*>(self);
-    KGtkDialogs::messageBox(w->window_, KEYS_HELP, "Keys and Mouse", KHost::MB_OK | KHost::MB_ICONINFORMATION);
+    KGtkDialogs::messageBox(w->window_, KEYS_HELP, "Keys and Mouse",
+                            KHost::MB_OK | KHost::MB_ICONINFORMATION);
 }
 
 void ViewerWindow::onAbout(GSimpleAction*, GVariant*, gpointer self) {
     auto* w = static_cast<ViewerWindow*>(self);
     const std::string text = std::string("Kalvo ") + KALVO_VERSION +
                              "\n\nThe viewer of power-system disturbance records (COMTRADE).";
-    KGtkDialogs::messageBox(w->window_, text.c_str(), "About Kalvo", KHost::MB_OK | KHost::MB_ICONINFORMATION);
+    KGtkDialogs::messageBox(w->window_, text.c_str(), "About Kalvo",
+                            KHost::MB_OK | KHost::MB_ICONINFORMATION);
 }

@@ -86,7 +86,7 @@ private:
     GtkWidget* window_;
     GMenuModel* menu_;
     GtkWidget* notebook_;
-    GtkWidget* pages_;   // the notebook, or the hint shown while no tab is open
+    GtkWidget* pages_;  // the notebook, or the hint shown while no tab is open
     GtkWidget* status_;
     GMenu* recentMenu_;
     GSimpleActionGroup* actions_;

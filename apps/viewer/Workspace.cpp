@@ -66,7 +66,8 @@ std::vector<Workspace::LoadedPage> Workspace::load(const std::string& path, int&
             page.title = archive.readString().c_str();
             page.view = archive.readString().c_str();
             page.frame.reset(static_cast<KGraphFrame*>(archive.readObject(K_CLASS(KGraphFrame))));
-            if (page.frame == nullptr) KException::raise("Workspace", "tab %u holds no time graphs", i + 1);
+            if (page.frame == nullptr)
+                KException::raise("Workspace", "tab %u holds no time graphs", i + 1);
             std::int32_t activeGraph = -1;
             archive >> activeGraph;
             std::vector<KGraphPanel*> graphs;
@@ -79,7 +80,8 @@ std::vector<Workspace::LoadedPage> Workspace::load(const std::string& path, int&
         active = front >= 0 && front < static_cast<std::int32_t>(count) ? front : 0;
     } catch (const KException& e) {
         if (e.getText().indexOf(KString(path.c_str())) != KString::NOT_FOUND) throw;
-        KException::raise("Workspace", "%s: damaged workspace (%s)", path.c_str(), e.getText().c_str());
+        KException::raise("Workspace", "%s: damaged workspace (%s)", path.c_str(),
+                          e.getText().c_str());
     }
     return pages;
 }

@@ -5,8 +5,8 @@
 
 #include <kalvo/host/gtk/KCanvasView.h>
 #include <kalvo/host/gtk/KCanvasWnd.h>
-#include <kalvo/resources/KResources.h>
 #include <kalvo/platform/KWaitCursor.h>
+#include <kalvo/resources/KResources.h>
 #include <kalvo/toolkit/KEvent.h>
 #include <kalvo/toolkit/KPanel.h>
 
@@ -34,8 +34,8 @@ public:
             return;
         }
         if (e.getType() != KEvent::MOUSE_MOVED) {
-            seen.push_back({e.getType(), e.getPoint(), e.getModifiers(), e.getClickCount(), e.getKeyCode(),
-                            e.getWheelDelta()});
+            seen.push_back({e.getType(), e.getPoint(), e.getModifiers(), e.getClickCount(),
+                            e.getKeyCode(), e.getWheelDelta()});
         }
         e.consume();
     }
@@ -64,9 +64,11 @@ struct Window {
         probe->setBackground(RGB(40, 90, 200));
         root->add(probe);
         wnd.getView().setRoot(root);
-        wnd.getView().setPaintObserver([this](const CRect& area, double) { painted.push_back(area); });
+        wnd.getView().setPaintObserver(
+            [this](const CRect& area, double) { painted.push_back(area); });
         wnd.show();
-        EXPECT_TRUE(x.waitUntil([&] { return !painted.empty() && wnd.getView().getClientRect().Width() == 400; }));
+        EXPECT_TRUE(x.waitUntil(
+            [&] { return !painted.empty() && wnd.getView().getClientRect().Width() == 400; }));
         // The pointer over the window gives it the keyboard.
         x.xdotool("mousemove 20 20");
         x.sleep(100);
@@ -94,14 +96,17 @@ TEST(KCanvasViewTest, MouseWheelAndKeysReachTheTreeAsItsEvents) {
 
     // A drag with the right button, Shift held: the button and the key come with every step.
     probe.seen.clear();
-    x.xdotool("mousemove 120 60 keydown shift mousedown 3 mousemove 150 80 mousemove 180 90 mouseup 3 keyup shift");
+    x.xdotool(
+        "mousemove 120 60 keydown shift mousedown 3 mousemove 150 80 mousemove 180 90 mouseup 3 "
+        "keyup shift");
     ASSERT_TRUE(x.waitUntil([&] { return probe.of(KEvent::MOUSE_RELEASED).size() == 1; }));
     ASSERT_EQ(probe.of(KEvent::MOUSE_PRESSED).size(), 1u);
     EXPECT_EQ(probe.of(KEvent::MOUSE_PRESSED)[0].modifiers, KEvent::BUTTON2 | KEvent::SHIFT);
     const auto drags = probe.of(KEvent::MOUSE_DRAGGED);
     ASSERT_FALSE(drags.empty());
     EXPECT_EQ(drags.back().point, CPoint(80, 40));
-    EXPECT_EQ(drags.back().modifiers & (KEvent::BUTTON1 | KEvent::BUTTON2 | KEvent::BUTTON3), KEvent::BUTTON2);
+    EXPECT_EQ(drags.back().modifiers & (KEvent::BUTTON1 | KEvent::BUTTON2 | KEvent::BUTTON3),
+              KEvent::BUTTON2);
     EXPECT_EQ(probe.of(KEvent::MOUSE_RELEASED)[0].point, CPoint(80, 40));
 
     // The wheel: a notch away from the user is +120; sideways turns pan, as Shift does.
@@ -120,7 +125,8 @@ TEST(KCanvasViewTest, MouseWheelAndKeysReachTheTreeAsItsEvents) {
     x.xdotool("key m shift+a ctrl+c plus KP_Add F10 Menu Page_Down");
     ASSERT_TRUE(x.waitUntil([&] { return probe.of(KEvent::KEY_PRESSED).size() == 8; }));
     const auto keys = probe.of(KEvent::KEY_PRESSED);
-    const int codes[] = {'M', 'A', 'C', '+', 0x6B, KEvent::VK_F10, KEvent::VK_APPS, KEvent::VK_NEXT};
+    const int codes[] = {
+        'M', 'A', 'C', '+', 0x6B, KEvent::VK_F10, KEvent::VK_APPS, KEvent::VK_NEXT};
     for (size_t i = 0; i < keys.size(); ++i) EXPECT_EQ(keys[i].key, codes[i]) << i;
     EXPECT_EQ(keys[1].modifiers, KEvent::SHIFT);
     EXPECT_EQ(keys[2].modifiers, KEvent::CONTROL);
@@ -151,7 +157,9 @@ TEST(KCanvasViewTest, OnlyTheInvalidatedPartIsPaintedAndShown) {
     // A larger window lays the tree out again and paints it whole.
     w.painted.clear();
     gtk_window_set_default_size(w.wnd.getWindow(), 500, 320);
-    ASSERT_TRUE(x.waitUntil([&] { return w.wnd.getView().getClientRect() == CRect(0, 0, 500, 320) && !w.painted.empty(); }));
+    ASSERT_TRUE(x.waitUntil([&] {
+        return w.wnd.getView().getClientRect() == CRect(0, 0, 500, 320) && !w.painted.empty();
+    }));
     EXPECT_EQ(w.painted.back(), CRect(0, 0, 500, 320));
     EXPECT_EQ(w.root->getBounds(), CRect(0, 0, 500, 320));
 }

@@ -45,7 +45,8 @@ struct Window {
 TEST(KGtkClipboardTest, TextAndPicturesReachOtherPrograms) {
     Window w;
     KPlatformClipboard& clipboard = KPlatformClipboard::get();
-    ASSERT_NE(dynamic_cast<KGtkClipboard*>(&clipboard), nullptr) << "the view installs the desktop clipboard";
+    ASSERT_NE(dynamic_cast<KGtkClipboard*>(&clipboard), nullptr)
+        << "the view installs the desktop clipboard";
 
     const char* text = "Domain,IA\n0.000000,1.500000\n";
     ASSERT_EQ(KClipboard::setData(text, w.owner()), 1);
@@ -85,8 +86,9 @@ TEST(KGtkClipboardTest, DelimitedTextFromAnotherProgramPastesAsCurves) {
     std::ofstream(path) << "Time\tIA\tIB\n0\t1.5\t-2\n1\t2.5\t-3\n2\t3\t-4\n";
     const pid_t owner = w.x.start({"xclip", "-selection", "clipboard", "-i", path});
     KPlatformClipboard& clipboard = KPlatformClipboard::get();
-    ASSERT_TRUE(w.x.waitUntil([&] { return clipboard.isFormatAvailable(KPlatformClipboard::CF_TEXT); }))
-        << "the desktop tells of the other program's text";
+    ASSERT_TRUE(w.x.waitUntil([&] {
+        return clipboard.isFormatAvailable(KPlatformClipboard::CF_TEXT);
+    })) << "the desktop tells of the other program's text";
 
     ASSERT_TRUE(graph->pasteClipboardData());
     std::vector<KCurve*> curves;

@@ -53,9 +53,15 @@ TEST(KGtkMenuTest, TextsBecomeLabelsAndAccelerators) {
     EXPECT_STREQ(KGtkMenu::toLabel("snake_case").c_str(), "snake__case");
     EXPECT_STREQ(KGtkMenu::toLabel("Toggle Markers \tM").c_str(), "Toggle Markers");
     const char* cases[][2] = {
-        {"Cu&t\tCtrl+X", "<Control>x"}, {"Zoom In\t+", "plus"},          {"Zoom Out\t-", "minus"},
-        {"Add\tIns", "Insert"},          {"Toggle Markers \tM", "m"},     {"Big\tCtrl++", "<Control>plus"},
-        {"Menu\tShift+F10", "<Shift>F10"}, {"No key", ""},                {"Odd\tHyper+Q", ""},
+        {"Cu&t\tCtrl+X", "<Control>x"},
+        {"Zoom In\t+", "plus"},
+        {"Zoom Out\t-", "minus"},
+        {"Add\tIns", "Insert"},
+        {"Toggle Markers \tM", "m"},
+        {"Big\tCtrl++", "<Control>plus"},
+        {"Menu\tShift+F10", "<Shift>F10"},
+        {"No key", ""},
+        {"Odd\tHyper+Q", ""},
         {"Odd\tNoSuchKey", ""},
     };
     for (const auto& c : cases) EXPECT_STREQ(KGtkMenu::toAccelerator(c[0]).c_str(), c[1]) << c[0];
@@ -86,7 +92,8 @@ TEST(KGtkMenuTest, APopupIsChosenFromByKeysAndMouse) {
         KComponent::setFocus(w.target);
         const KMenuResource::Item* popup = KMenuResource::find("KComponent")->getPopup();
         KGtkMenu menu(*popup);
-        EXPECT_EQ(g_menu_model_get_n_items(menu.getModel()), 2) << "two sections between separators";
+        EXPECT_EQ(g_menu_model_get_n_items(menu.getModel()), 2)
+            << "two sections between separators";
         Later shot(Later::screenshot("host-popup-menu"), 1000);
         Later pick(Later::xdotool("mousemove --sync 100 160 sleep 0.2 click 1"), 1800);
         x.xdotool("key Menu");
@@ -100,7 +107,9 @@ TEST(KGtkDialogsTest, MessageBoxesAnswerWithTheirButtons) {
     KCanvasView& view = w.wnd.getView();
     {
         Later keys(Later::xdotool("key Return"), 400);
-        EXPECT_EQ(view.messageBox("Save the workspace?", "Kalvo", KHost::MB_YESNO | KHost::MB_ICONQUESTION), KHost::IDYES)
+        EXPECT_EQ(view.messageBox("Save the workspace?", "Kalvo",
+                                  KHost::MB_YESNO | KHost::MB_ICONQUESTION),
+                  KHost::IDYES)
             << "Yes is the default";
     }
     {
@@ -109,12 +118,15 @@ TEST(KGtkDialogsTest, MessageBoxesAnswerWithTheirButtons) {
     }
     {
         Later keys(Later::xdotool("key Escape"), 400);
-        EXPECT_EQ(view.messageBox("Keep it?", "Kalvo", KHost::MB_YESNO), KHost::IDNO) << "closing a Yes/No box says No";
+        EXPECT_EQ(view.messageBox("Keep it?", "Kalvo", KHost::MB_YESNO), KHost::IDNO)
+            << "closing a Yes/No box says No";
     }
     {
         Later keys(Later::xdotool("key Tab Tab Return"), 500);
         Later shot(Later::screenshot("host-message-box"), 300);
-        EXPECT_NE(view.messageBox("'/tmp/x.cfg' is not a COMTRADE record.", "Kalvo", KHost::MB_YESNOCANCEL | KHost::MB_ICONERROR), 0);
+        EXPECT_NE(view.messageBox("'/tmp/x.cfg' is not a COMTRADE record.", "Kalvo",
+                                  KHost::MB_YESNOCANCEL | KHost::MB_ICONERROR),
+                  0);
     }
 }
 
@@ -125,12 +137,14 @@ TEST(KGtkDialogsTest, TheSaveDialogTakesATypedNameAndAddsTheExtension) {
     {
         Later keys(Later::xdotool("key ctrl+a type " + folder + "/picture"), 700);
         Later enter(Later::xdotool("key Return"), 1600);
-        const KString path = w.wnd.getView().getSaveFileName("Portable Network Graphics (*.png)", ".png");
+        const KString path =
+            w.wnd.getView().getSaveFileName("Portable Network Graphics (*.png)", ".png");
         EXPECT_EQ(std::string(path.c_str()), folder + "/picture.png");
     }
     {
         Later keys(Later::xdotool("key Escape"), 700);
-        EXPECT_TRUE(w.wnd.getView().getSaveFileName("Portable Network Graphics (*.png)", ".png").isEmpty());
+        EXPECT_TRUE(
+            w.wnd.getView().getSaveFileName("Portable Network Graphics (*.png)", ".png").isEmpty());
     }
     rmdir(folder.c_str());
 }

@@ -50,16 +50,18 @@ XSession::XSession() {
     posix_spawn_file_actions_addclose(&actions, fds[0]);
     posix_spawn_file_actions_adddup2(&actions, fds[1], 3);
     posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-    const std::vector<std::string> argv = {KALVO_XVFB, "-displayfd", "3", "-screen", "0", screen, "-nolisten", "tcp",
-                                           "-noreset"};
+    const std::vector<std::string> argv = {KALVO_XVFB, "-displayfd", "3",   "-screen", "0",
+                                           screen,     "-nolisten",  "tcp", "-noreset"};
     std::vector<char*> args = argvOf(argv);
-    if (posix_spawn(&server_, KALVO_XVFB, &actions, nullptr, args.data(), environ) != 0) server_ = -1;
+    if (posix_spawn(&server_, KALVO_XVFB, &actions, nullptr, args.data(), environ) != 0)
+        server_ = -1;
     posix_spawn_file_actions_destroy(&actions);
     close(fds[1]);
     std::string number;
     pollfd p{fds[0], POLLIN, 0};
     char c;
-    while (server_ > 0 && poll(&p, 1, 10000) > 0 && read(fds[0], &c, 1) == 1 && c != '\n') number += c;
+    while (server_ > 0 && poll(&p, 1, 10000) > 0 && read(fds[0], &c, 1) == 1 && c != '\n')
+        number += c;
     close(fds[0]);
     if (number.empty()) {
         ADD_FAILURE() << "Xvfb did not start (" << KALVO_XVFB << ")";
@@ -125,7 +127,8 @@ int XSession::stop(pid_t pid, int graceMs) {
     int status = 0;
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(graceMs);
     while (std::chrono::steady_clock::now() < end) {
-        if (waitpid(pid, &status, WNOHANG) == pid) return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        if (waitpid(pid, &status, WNOHANG) == pid)
+            return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         if (pump_) pump_();
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
@@ -156,14 +159,16 @@ int XSession::run(const std::vector<std::string>& argv, std::string* out) {
     for (;;) {
         char buffer[4096];
         ssize_t n;
-        while ((n = read(fds[0], buffer, sizeof buffer)) > 0) text.append(buffer, static_cast<size_t>(n));
+        while ((n = read(fds[0], buffer, sizeof buffer)) > 0)
+            text.append(buffer, static_cast<size_t>(n));
         if (waitpid(pid, &status, WNOHANG) == pid) break;
         if (pump_) pump_();
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     char buffer[4096];
     ssize_t n;
-    while ((n = read(fds[0], buffer, sizeof buffer)) > 0) text.append(buffer, static_cast<size_t>(n));
+    while ((n = read(fds[0], buffer, sizeof buffer)) > 0)
+        text.append(buffer, static_cast<size_t>(n));
     close(fds[0]);
     if (out != nullptr) *out = text;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -198,7 +203,8 @@ Picture::~Picture() {
 
 long Picture::pixel(int x, int y) const {
     if (image_ == nullptr || x < 0 || y < 0 || x >= width_ || y >= height_) return -1;
-    const auto* row = cairo_image_surface_get_data(image_) + static_cast<size_t>(y) * cairo_image_surface_get_stride(image_);
+    const auto* row = cairo_image_surface_get_data(image_) +
+                      static_cast<size_t>(y) * cairo_image_surface_get_stride(image_);
     return static_cast<long>(reinterpret_cast<const uint32_t*>(row)[x] & 0xFFFFFF);
 }
 

@@ -15,7 +15,8 @@ GdkContentProvider* onPrepare(GtkDragSource*, double, double, gpointer files) {
 int main(int argc, char** argv) {
     gtk_init();
     GSList* files = nullptr;
-    for (int i = argc - 1; i >= 1; --i) files = g_slist_prepend(files, g_file_new_for_path(argv[i]));
+    for (int i = argc - 1; i >= 1; --i)
+        files = g_slist_prepend(files, g_file_new_for_path(argv[i]));
     GtkWidget* window = gtk_window_new();
     gtk_window_set_title(GTK_WINDOW(window), "Kalvo drag source");
     gtk_window_set_default_size(GTK_WINDOW(window), 220, 80);
@@ -26,7 +27,8 @@ int main(int argc, char** argv) {
     gtk_widget_add_controller(label, GTK_EVENT_CONTROLLER(source));
     gtk_window_set_child(GTK_WINDOW(window), label);
     gtk_window_present(GTK_WINDOW(window));
-    while (g_list_model_get_n_items(gtk_window_get_toplevels()) > 0) g_main_context_iteration(nullptr, TRUE);
+    while (g_list_model_get_n_items(gtk_window_get_toplevels()) > 0)
+        g_main_context_iteration(nullptr, TRUE);
     g_slist_free_full(files, g_object_unref);
     return 0;
 }

@@ -22,7 +22,9 @@ double timeAt(const ViewerState& s, const CRect& plot, int x) {
     return lo + (x - plot.left) * (hi - lo) / plot.Width();
 }
 
-double span(const ViewerState& s) { return s.number("range", 1) - s.number("range", 0); }
+double span(const ViewerState& s) {
+    return s.number("range", 1) - s.number("range", 0);
+}
 
 }  // namespace
 
@@ -41,25 +43,34 @@ TEST(ViewerTest, ZoomsByKeysAndByDraggingABox) {
     // ends snap to the grid), and back.
     x.xdotool(format("mousemove %d %d click 1", mid.x, mid.y));
     x.xdotool("key plus");
-    ASSERT_TRUE(v.waitFor([&](const ViewerState& st) { return span(st) < (hi - lo) * 0.6; }, 10000, &s)) << s.get("range");
+    ASSERT_TRUE(
+        v.waitFor([&](const ViewerState& st) { return span(st) < (hi - lo) * 0.6; }, 10000, &s))
+        << s.get("range");
     EXPECT_GT(span(s), (hi - lo) * 0.4) << s.get("range");
-    EXPECT_NEAR(s.number("range", 0) + span(s) / 2, (lo + hi) / 2, (hi - lo) * 0.1) << s.get("range");
+    EXPECT_NEAR(s.number("range", 0) + span(s) / 2, (lo + hi) / 2, (hi - lo) * 0.1)
+        << s.get("range");
     v.shot("viewer-zoom-key");
     x.xdotool("key minus");
-    ASSERT_TRUE(v.waitFor([&](const ViewerState& st) { return span(st) > (hi - lo) * 0.9; }, 10000, &s)) << s.get("range");
+    ASSERT_TRUE(
+        v.waitFor([&](const ViewerState& st) { return span(st) > (hi - lo) * 0.9; }, 10000, &s))
+        << s.get("range");
 
     // A box dragged with Shift held: the time between its sides.
     const int x1 = plot.left + plot.Width() / 4, x2 = plot.left + plot.Width() * 3 / 4;
     const double t1 = timeAt(s, plot, x1), t2 = timeAt(s, plot, x2);
-    const CPoint from = v.onScreen(s, CPoint(x1, plot.top + 20)), to = v.onScreen(s, CPoint(x2, plot.top + 60));
+    const CPoint from = v.onScreen(s, CPoint(x1, plot.top + 20)),
+                 to = v.onScreen(s, CPoint(x2, plot.top + 60));
     x.xdotool(format("mousemove %d %d keydown shift mousedown 1", from.x, from.y));
     for (int step = 1; step <= 8; ++step) {
-        x.xdotool(format("mousemove %d %d", from.x + (to.x - from.x) * step / 8, from.y + (to.y - from.y) * step / 8));
+        x.xdotool(format("mousemove %d %d", from.x + (to.x - from.x) * step / 8,
+                         from.y + (to.y - from.y) * step / 8));
     }
     v.shot("viewer-zoom-box-dragging");
     x.xdotool("mouseup 1 keyup shift");
     const double pixel = (hi - lo) / plot.Width();
-    ASSERT_TRUE(v.waitFor([&](const ViewerState& st) { return span(st) < (hi - lo) * 0.75; }, 10000, &s)) << s.get("range");
+    ASSERT_TRUE(
+        v.waitFor([&](const ViewerState& st) { return span(st) < (hi - lo) * 0.75; }, 10000, &s))
+        << s.get("range");
     EXPECT_NEAR(s.number("range", 0), t1, 3 * pixel);
     EXPECT_NEAR(s.number("range", 1), t2, 3 * pixel);
     v.shot("viewer-zoom-box");
@@ -75,8 +86,11 @@ TEST(ViewerTest, PlacesBothMarkersAndReadsTheirValues) {
     const CPoint mid = v.onScreen(s, plot.CenterPoint());
     x.xdotool(format("mousemove %d %d click 1", mid.x, mid.y));
     x.xdotool("key m");
-    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.number("markers", 0) == 1 && st.number("markers", 1) == 1; },
-                          10000, &s));
+    ASSERT_TRUE(v.waitFor(
+        [](const ViewerState& st) {
+            return st.number("markers", 0) == 1 && st.number("markers", 1) == 1;
+        },
+        10000, &s));
     // Both start at the first sample, the left end of the axis: X is taken first, then O.
     // The graphs make room for their meters, whose width follows their values: the axis is
     // read anew before each drag.
@@ -88,15 +102,22 @@ TEST(ViewerTest, PlacesBothMarkersAndReadsTheirValues) {
         ASSERT_EQ(a.size(), 4u) << s.get("axis");
         const CRect band(std::stoi(a[0]), std::stoi(a[1]), std::stoi(a[2]), std::stoi(a[3]));
         const double pixel = (hi - lo) / band.Width();
-        const int fromX = band.left + static_cast<int>(std::lround((s.number("markers", 2 + marker) - lo) / pixel));
+        const int fromX =
+            band.left +
+            static_cast<int>(std::lround((s.number("markers", 2 + marker) - lo) / pixel));
         const int toX = band.left + static_cast<int>(band.Width() * share);
-        const CPoint from = v.onScreen(s, CPoint(fromX, band.top + 4)), to = v.onScreen(s, CPoint(toX, band.top + 4));
+        const CPoint from = v.onScreen(s, CPoint(fromX, band.top + 4)),
+                     to = v.onScreen(s, CPoint(toX, band.top + 4));
         x.xdotool(format("mousemove %d %d mousedown 1", from.x, from.y));
-        for (int step = 1; step <= 10; ++step) x.xdotool(format("mousemove %d %d", from.x + (to.x - from.x) * step / 10, to.y));
+        for (int step = 1; step <= 10; ++step)
+            x.xdotool(format("mousemove %d %d", from.x + (to.x - from.x) * step / 10, to.y));
         x.xdotool("mouseup 1");
         const double expected = lo + (toX - band.left) * pixel;
-        ASSERT_TRUE(v.waitFor([&](const ViewerState& st) { return std::fabs(st.number("markers", 2 + marker) - expected) < 2 * pixel; },
-                              10000, &s))
+        ASSERT_TRUE(v.waitFor(
+            [&](const ViewerState& st) {
+                return std::fabs(st.number("markers", 2 + marker) - expected) < 2 * pixel;
+            },
+            10000, &s))
             << "marker " << marker << " at " << expected << ": " << s.get("markers");
     };
     place(0, 0.3);
@@ -117,12 +138,14 @@ TEST(ViewerTest, PlacesBothMarkersAndReadsTheirValues) {
     int checked = 0;
     for (int g = 0; g < 2; ++g) {
         // The value range of the graph: the labels' last digit is a small part of it.
-        const double ySpan = s.number("graph." + std::to_string(g), 7) - s.number("graph." + std::to_string(g), 6);
+        const double ySpan =
+            s.number("graph." + std::to_string(g), 7) - s.number("graph." + std::to_string(g), 6);
         ASSERT_GT(ySpan, 0) << s.get("graph." + std::to_string(g));
         for (int row = 0;; ++row) {
             const std::string key = "meter." + std::to_string(g) + "." + std::to_string(row);
             if (!s.has(key)) break;
-            const std::string curve = s.words("curve." + std::to_string(g) + "." + std::to_string(row))[0];
+            const std::string curve =
+                s.words("curve." + std::to_string(g) + "." + std::to_string(row))[0];
             int trace = -1;
             for (int t = 0; t < record.getTraceCount(); ++t) {
                 if (curve == record.getTrace(t)->getName().c_str()) trace = t;
@@ -131,8 +154,10 @@ TEST(ViewerTest, PlacesBothMarkersAndReadsTheirValues) {
             const std::vector<std::string> cells = s.words(key);  // atX | atO | difference
             ASSERT_GE(cells.size(), 3u) << s.get(key);
             const double atX = valueAt(record, trace, tx), atO = valueAt(record, trace, to);
-            EXPECT_NEAR(labelValue(cells[0]), atX, std::fabs(atX) * 0.005 + ySpan * 1e-4) << curve << " at X: " << s.get(key);
-            EXPECT_NEAR(labelValue(cells[2]), atO, std::fabs(atO) * 0.005 + ySpan * 1e-4) << curve << " at O: " << s.get(key);
+            EXPECT_NEAR(labelValue(cells[0]), atX, std::fabs(atX) * 0.005 + ySpan * 1e-4)
+                << curve << " at X: " << s.get(key);
+            EXPECT_NEAR(labelValue(cells[2]), atO, std::fabs(atO) * 0.005 + ySpan * 1e-4)
+                << curve << " at O: " << s.get(key);
             ++checked;
         }
     }
@@ -149,10 +174,13 @@ TEST(ViewerTest, CopiesACurveAndPastesItBack) {
     // The curve chosen in its graph's legend is the one copied.
     const CPoint ib = v.onScreen(s, s.rect("curve.0.1", "legend").CenterPoint());
     x.xdotool(format("mousemove %d %d click 1", ib.x, ib.y));
-    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.words("curve.0.1")[8] == "1"; }, 10000, &s))
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.words("curve.0.1")[8] == "1"; }, 10000, &s))
         << s.get("curve.0.1");
     x.xdotool("key ctrl+c");
-    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.get("status") == "Copied the samples of Ib"; }, 10000, &s))
+    ASSERT_TRUE(v.waitFor(
+        [](const ViewerState& st) { return st.get("status") == "Copied the samples of Ib"; }, 10000,
+        &s))
         << s.get("status");
 
     // Another program reads the samples: a header, then time and value of every sample.
@@ -176,7 +204,9 @@ TEST(ViewerTest, CopiesACurveAndPastesItBack) {
     // Pasted back into the graph: a curve per column, the samples' values in the second;
     // the header row is a row of the pasted record too (its words read as 0).
     x.xdotool("key ctrl+v");
-    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.number("graph.0", 2) == 5; }, 10000, &s)) << s.get("graph.0");
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.number("graph.0", 2) == 5; }, 10000, &s))
+        << s.get("graph.0");
     EXPECT_EQ(s.words("curve.0.4")[0] + " " + s.words("curve.0.4")[1], "Curve 2");
     EXPECT_EQ(s.number("curve.0.4", 5), record.getSampleCount() + 1) << s.get("curve.0.4");
 
@@ -186,8 +216,11 @@ TEST(ViewerTest, CopiesACurveAndPastesItBack) {
     const pid_t owner = x.start({"xclip", "-selection", "clipboard", "-i", sheet});
     x.sleep(500);
     x.xdotool("key ctrl+v");
-    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.number("graph.0", 2) == 8; }, 10000, &s)) << s.get("graph.0");
-    EXPECT_EQ(s.number("curve.0.6", 5), 4) << "the header row and three rows: " << s.get("curve.0.6");
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.number("graph.0", 2) == 8; }, 10000, &s))
+        << s.get("graph.0");
+    EXPECT_EQ(s.number("curve.0.6", 5), 4)
+        << "the header row and three rows: " << s.get("curve.0.6");
     v.shot("viewer-pasted");
     x.stop(owner, 0);
     EXPECT_EQ(v.quit(), 0);
@@ -204,23 +237,31 @@ TEST(ViewerTest, ChannelsShowHideAndMoveBetweenGraphs) {
     };
     // Ib off, and on again.
     click("channel.1", "check");
-    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.words("curve.0.1")[2] == "0"; }, 10000, &s)) << s.get("curve.0.1");
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.words("curve.0.1")[2] == "0"; }, 10000, &s))
+        << s.get("curve.0.1");
     EXPECT_EQ(s.number("channel.1", 2), 0) << s.get("channel.1");
     click("channel.1", "check");
-    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.words("curve.0.1")[2] == "1"; }, 10000, &s)) << s.get("curve.0.1");
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.words("curve.0.1")[2] == "1"; }, 10000, &s))
+        << s.get("curve.0.1");
 
     // Ic to a graph of its own (the chooser's last entry), Va into the currents' graph (its
     // first), by the keyboard in the chooser's list.
     click("channel.2", "graph");
     x.sleep(500);
     x.xdotool("key End Return");
-    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.number("graphs") == 3; }, 10000, &s)) << s.get("graphs");
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.number("graphs") == 3; }, 10000, &s))
+        << s.get("graphs");
     EXPECT_EQ(s.words("curve.2.0")[0], "Ic");
     EXPECT_EQ(s.number("graph.0", 2), 2);
     click("channel.3", "graph");
     x.sleep(500);
     x.xdotool("key Home Return");
-    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.number("graph.0", 2) == 3; }, 10000, &s)) << s.get("graph.0");
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.number("graph.0", 2) == 3; }, 10000, &s))
+        << s.get("graph.0");
     EXPECT_EQ(s.words("curve.0.2")[0], "Va");
     EXPECT_EQ(s.number("graph.1", 2), 2);
     v.shot("viewer-channels");
@@ -237,8 +278,11 @@ TEST(ViewerTest, StatusChangesListAndPutMarkerXAtTheChosenOne) {
     EXPECT_LE(s.number("event.0"), s.number("event.1"));
     // A double click on the first puts marker X at its time.
     const CRect list = s.rect("events", "list");
-    x.xdotool(format("mousemove %d %d click --repeat 2 --delay 80 1", list.left + 60, list.top + 10));
-    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.number("markers", 0) == 1; }, 10000, &s)) << s.get("markers");
+    x.xdotool(
+        format("mousemove %d %d click --repeat 2 --delay 80 1", list.left + 60, list.top + 10));
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.number("markers", 0) == 1; }, 10000, &s))
+        << s.get("markers");
     EXPECT_NEAR(s.number("markers", 2), s.number("event.0"), 1e-6);
     EXPECT_LE(s.number("range", 0), s.number("event.0"));
     EXPECT_GE(s.number("range", 1), s.number("event.0"));
@@ -266,8 +310,10 @@ TEST(ViewerTest, EveryMenuCommandIsReachedByTheKeyboard) {
         if (menu.find("Open _Recent") != std::string::npos) continue;  // numbered by the list
         const size_t mark = label.find('_');
         ASSERT_NE(mark, std::string::npos) << "no mnemonic: " << line;
-        const char key = static_cast<char>(std::tolower(static_cast<unsigned char>(label[mark + 1])));
-        EXPECT_TRUE(mnemonics[menu].insert(key).second) << "mnemonic '" << key << "' twice in " << menu;
+        const char key =
+            static_cast<char>(std::tolower(static_cast<unsigned char>(label[mark + 1])));
+        EXPECT_TRUE(mnemonics[menu].insert(key).second)
+            << "mnemonic '" << key << "' twice in " << menu;
         if (!submenu) {
             EXPECT_NE(entry.substr(entry.rfind('|') + 1), "") << "no action: " << line;
         }
@@ -281,26 +327,35 @@ TEST(ViewerTest, EveryMenuCommandIsReachedByTheKeyboard) {
     // The keys of the menu bar: F4 the channel pane. F6 asks for the harmonic view, a slot
     // that its frame fills: until then it is shown unavailable and the time graphs stay.
     x.xdotool("key F4");
-    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.get("sidebar") == "0"; }, 10000, &s));
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.get("sidebar") == "0"; }, 10000, &s));
     x.xdotool("key F6");
     x.sleep(300);
     s = v.state();
     EXPECT_EQ(s.words("tab.0")[2], "time");
-    EXPECT_NE(s.getText().find("menu _View/_Harmonics (not in this build)|F6|win.view-harmonic"), std::string::npos);
+    EXPECT_NE(s.getText().find("menu _View/_Harmonics (not in this build)|F6|win.view-harmonic"),
+              std::string::npos);
     // A graph's own menu by Shift+F10: its second item zooms out.
     x.xdotool("key F4 F5");
-    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.get("sidebar") == "1"; }, 10000, &s));
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.get("sidebar") == "1"; }, 10000, &s));
     const double lo = s.number("range", 0), hi = s.number("range", 1);
     const CPoint mid = v.onScreen(s, s.rect("graph.0", "plot").CenterPoint());
     x.xdotool(format("mousemove %d %d click 1 key plus", mid.x, mid.y));
-    ASSERT_TRUE(v.waitFor([&](const ViewerState& st) { return st.number("range", 1) - st.number("range", 0) < (hi - lo) * 0.6; },
-                          10000, &s));
+    ASSERT_TRUE(v.waitFor(
+        [&](const ViewerState& st) {
+            return st.number("range", 1) - st.number("range", 0) < (hi - lo) * 0.6;
+        },
+        10000, &s));
     x.xdotool("key shift+F10");
     x.sleep(700);
     v.shot("viewer-graph-menu");
     x.xdotool("key Down Return");
-    ASSERT_TRUE(v.waitFor([&](const ViewerState& st) { return st.number("range", 1) - st.number("range", 0) > (hi - lo) * 0.9; },
-                          10000, &s))
+    ASSERT_TRUE(v.waitFor(
+        [&](const ViewerState& st) {
+            return st.number("range", 1) - st.number("range", 0) > (hi - lo) * 0.9;
+        },
+        10000, &s))
         << s.get("range");
     v.shot("viewer-dark");
     EXPECT_EQ(v.quit(), 0);

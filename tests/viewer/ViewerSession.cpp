@@ -50,8 +50,8 @@ CRect ViewerState::rect(const std::string& key, const std::string& name) const {
     const std::vector<std::string> w = words(key);
     for (size_t i = 0; i + 4 < w.size(); ++i) {
         if (w[i] == name) {
-            return CRect(std::atoi(w[i + 1].c_str()), std::atoi(w[i + 2].c_str()), std::atoi(w[i + 3].c_str()),
-                         std::atoi(w[i + 4].c_str()));
+            return CRect(std::atoi(w[i + 1].c_str()), std::atoi(w[i + 2].c_str()),
+                         std::atoi(w[i + 3].c_str()), std::atoi(w[i + 4].c_str()));
         }
     }
     return CRect();
@@ -86,7 +86,8 @@ ViewerSession::ViewerSession(const std::vector<std::string>& arguments, const st
     // A test may run viewers one after another, each reading what the one before left: a
     // folder for each, and the test's configuration (no recent files but those it makes).
     static int sessions = 0;
-    const std::string base = ::testing::TempDir() + "kalvo-viewer-" + (test != nullptr ? test->name() : "test") + "-" +
+    const std::string base = ::testing::TempDir() + "kalvo-viewer-" +
+                             (test != nullptr ? test->name() : "test") + "-" +
                              std::to_string(getpid());
     folder_ = base + "-" + std::to_string(++sessions);
     config_ = base + "-config";
@@ -104,7 +105,8 @@ ViewerSession::ViewerSession(const std::vector<std::string>& arguments, const st
     pid_ = x_.start(argv, (folder_ + "/viewer.log").c_str());
     std::filesystem::current_path(here);
     EXPECT_GT(pid_, 0) << "cannot start " << program;
-    EXPECT_TRUE(waitFor([](const ViewerState& s) { return s.has("tabs"); })) << "the viewer did not show";
+    EXPECT_TRUE(waitFor([](const ViewerState& s) { return s.has("tabs"); }))
+        << "the viewer did not show";
     // The pointer over the window gives it the keyboard.
     x_.xdotool("mousemove 640 30");
 }
@@ -116,7 +118,8 @@ ViewerSession::~ViewerSession() {
         std::ifstream log(folder_ + "/viewer.log");
         std::stringstream text;
         text << log.rdbuf();
-        std::fprintf(stderr, "viewer output:\n%s\nstate:\n%s\n", text.str().c_str(), state().getText().c_str());
+        std::fprintf(stderr, "viewer output:\n%s\nstate:\n%s\n", text.str().c_str(),
+                     state().getText().c_str());
     } else {
         std::filesystem::remove_all(folder_);
         std::filesystem::remove_all(config_);
@@ -144,7 +147,8 @@ bool ViewerSession::waitFor(const std::function<bool(const ViewerState&)>& condi
 }
 
 CPoint ViewerSession::onScreen(const ViewerState& state, CPoint canvas) const {
-    return CPoint(static_cast<int>(state.number("canvas", 0)) + canvas.x, static_cast<int>(state.number("canvas", 1)) + canvas.y);
+    return CPoint(static_cast<int>(state.number("canvas", 0)) + canvas.x,
+                  static_cast<int>(state.number("canvas", 1)) + canvas.y);
 }
 
 std::string ViewerSession::shot(const std::string& name) const {

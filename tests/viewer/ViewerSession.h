@@ -41,7 +41,8 @@ private:
 // its own, its configuration in the test's (both removed unless the test failed).
 class ViewerSession {
 public:
-    explicit ViewerSession(const std::vector<std::string>& arguments, const std::string& program = KALVO_VIEWER);
+    explicit ViewerSession(const std::vector<std::string>& arguments,
+                           const std::string& program = KALVO_VIEWER);
     ~ViewerSession();
     ViewerSession(const ViewerSession&) = delete;
     ViewerSession& operator=(const ViewerSession&) = delete;

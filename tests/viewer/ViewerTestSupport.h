@@ -16,7 +16,8 @@ namespace ktest {
 // line fault with its protection's status channels. Named as the viewer names them: with
 // the folders' links and dots resolved.
 inline std::string sharedRecord(const char* path) {
-    return std::filesystem::weakly_canonical(std::string(KALVO_SHARED_DATA) + "/comtrade/" + path).string();
+    return std::filesystem::weakly_canonical(std::string(KALVO_SHARED_DATA) + "/comtrade/" + path)
+        .string();
 }
 inline const std::string PQ = sharedRecord("COMTRADE.jl/1999-ascii-pq.cfg");
 inline const std::string LINE_FAULT = sharedRecord("go-comtrade/test1.cfg");
@@ -56,16 +57,26 @@ inline double labelValue(const std::string& text) {
     double v = std::strtod(text.c_str(), &end);
     if (end == text.c_str()) return NAN;
     switch (*end) {
-        case 'P': return v * 1e15;
-        case 'T': return v * 1e12;
-        case 'G': return v * 1e9;
-        case 'M': return v * 1e6;
-        case 'K': return v * 1e3;
-        case 'm': return v * 1e-3;
-        case 'u': return v * 1e-6;
-        case 'n': return v * 1e-9;
-        case 'p': return v * 1e-12;
-        default: return v;
+        case 'P':
+            return v * 1e15;
+        case 'T':
+            return v * 1e12;
+        case 'G':
+            return v * 1e9;
+        case 'M':
+            return v * 1e6;
+        case 'K':
+            return v * 1e3;
+        case 'm':
+            return v * 1e-3;
+        case 'u':
+            return v * 1e-6;
+        case 'n':
+            return v * 1e-9;
+        case 'p':
+            return v * 1e-12;
+        default:
+            return v;
     }
 }
 

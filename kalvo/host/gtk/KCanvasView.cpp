@@ -37,7 +37,8 @@ KGtkCursorService* sharedCursors = nullptr;
 // A device context on the kept picture; the window shows what was drawn once it is done.
 class ClientDC : public CCairoDC {
 public:
-    ClientDC(cairo_t* cr, GtkWidget* widget) : CCairoDC(cr), widget_(GTK_WIDGET(g_object_ref(widget))) {}
+    ClientDC(cairo_t* cr, GtkWidget* widget)
+        : CCairoDC(cr), widget_(GTK_WIDGET(g_object_ref(widget))) {}
     ~ClientDC() override {
         gtk_widget_queue_draw(widget_);
         g_object_unref(widget_);
@@ -56,13 +57,16 @@ GdkCursor* resourceCursor(const char* name) {
     if (const KImageResource* image = KResources::findCursor(name)) {
         // GDK's default memory format is the native 0xAARRGGBB word, premultiplied: the
         // resource's pixels are opaque or clear, so they are that already.
-        std::vector<guint32> pixels(static_cast<size_t>(image->width) * static_cast<size_t>(image->height));
+        std::vector<guint32> pixels(static_cast<size_t>(image->width) *
+                                    static_cast<size_t>(image->height));
         for (int y = 0; y < image->height; ++y) {
-            for (int x = 0; x < image->width; ++x) pixels[static_cast<size_t>(y) * image->width + x] = image->pixel(x, y);
+            for (int x = 0; x < image->width; ++x)
+                pixels[static_cast<size_t>(y) * image->width + x] = image->pixel(x, y);
         }
         GBytes* bytes = g_bytes_new(pixels.data(), pixels.size() * sizeof(guint32));
-        GdkTexture* texture = gdk_memory_texture_new(image->width, image->height, GDK_MEMORY_DEFAULT, bytes,
-                                                     static_cast<gsize>(image->width) * sizeof(guint32));
+        GdkTexture* texture =
+            gdk_memory_texture_new(image->width, image->height, GDK_MEMORY_DEFAULT, bytes,
+                                   static_cast<gsize>(image->width) * sizeof(guint32));
         g_bytes_unref(bytes);
         cursor = gdk_cursor_new_from_texture(texture, image->hotX, image->hotY, nullptr);
         g_object_unref(texture);
@@ -72,7 +76,8 @@ GdkCursor* resourceCursor(const char* name) {
 }
 
 double millisecondsSince(std::chrono::steady_clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+        .count();
 }
 
 }  // namespace
@@ -99,9 +104,9 @@ KCanvasView::KCanvasView() : area_(gtk_drawing_area_new()) {
     GtkEventController* motion = gtk_event_controller_motion_new();
     g_signal_connect(motion, "motion", G_CALLBACK(onMotion), this);
     add(motion);
-    GtkEventController* scroll = gtk_event_controller_scroll_new(
-        static_cast<GtkEventControllerScrollFlags>(GTK_EVENT_CONTROLLER_SCROLL_BOTH_AXES |
-                                                   GTK_EVENT_CONTROLLER_SCROLL_DISCRETE));
+    GtkEventController* scroll =
+        gtk_event_controller_scroll_new(static_cast<GtkEventControllerScrollFlags>(
+            GTK_EVENT_CONTROLLER_SCROLL_BOTH_AXES | GTK_EVENT_CONTROLLER_SCROLL_DISCRETE));
     g_signal_connect(scroll, "scroll", G_CALLBACK(onScroll), this);
     add(scroll);
     GtkEventController* key = gtk_event_controller_key_new();
@@ -174,7 +179,9 @@ void KCanvasView::layout() {
     invalidateRect(getClientRect(), true);
 }
 
-CRect KCanvasView::getClientRect() const { return CRect(0, 0, width_, height_); }
+CRect KCanvasView::getClientRect() const {
+    return CRect(0, 0, width_, height_);
+}
 
 // Painting.
 
@@ -275,7 +282,8 @@ bool KCanvasView::deliver(KEvent& event) {
 void KCanvasView::mouse(int type, CPoint point, unsigned modifiers, int clicks) {
     pointer_ = point;
     if (root_ == nullptr) return;
-    KEvent event = KEvent::mouse(static_cast<KEvent::Type>(type), point - root_->getLocation(), modifiers, clicks);
+    KEvent event = KEvent::mouse(static_cast<KEvent::Type>(type), point - root_->getLocation(),
+                                 modifiers, clicks);
     const bool delivered = deliver(event);
     if (type == KEvent::MOUSE_MOVED && delivered && !event.isConsumed()) hideTooltip();
 }
@@ -289,30 +297,37 @@ void KCanvasView::onPress(GtkGestureDrag* gesture, double x, double y, gpointer 
     auto* view = static_cast<KCanvasView*>(self);
     const unsigned button = gtk_gesture_single_get_current_button(GTK_GESTURE_SINGLE(gesture));
     const guint32 time = gtk_event_controller_get_current_event_time(GTK_EVENT_CONTROLLER(gesture));
-    const GdkModifierType state = gtk_event_controller_get_current_event_state(GTK_EVENT_CONTROLLER(gesture));
+    const GdkModifierType state =
+        gtk_event_controller_get_current_event_state(GTK_EVENT_CONTROLLER(gesture));
     gtk_widget_grab_focus(view->area_);
     const CPoint at(static_cast<int>(x), static_cast<int>(y));
     // A press soon after and near the last one of the same button counts on.
     int doubleTime = 400, distance = 5;
     g_object_get(gtk_widget_get_settings(view->area_), "gtk-double-click-time", &doubleTime,
                  "gtk-double-click-distance", &distance, nullptr);
-    const bool again = button == view->lastButton_ && time - view->lastPressTime_ <= static_cast<guint32>(doubleTime) &&
-                       std::abs(at.x - view->lastPressAt_.x) <= distance && std::abs(at.y - view->lastPressAt_.y) <= distance;
+    const bool again = button == view->lastButton_ &&
+                       time - view->lastPressTime_ <= static_cast<guint32>(doubleTime) &&
+                       std::abs(at.x - view->lastPressAt_.x) <= distance &&
+                       std::abs(at.y - view->lastPressAt_.y) <= distance;
     view->clicks_ = again ? view->clicks_ + 1 : 1;
     view->lastButton_ = button;
     view->lastPressTime_ = time;
     view->lastPressAt_ = at;
     view->button_ = button;
     view->pressedAt_ = at;
-    view->mouse(KEvent::MOUSE_PRESSED, at, KGtkKeys::toModifiers(state) | KGtkKeys::toButton(button), view->clicks_);
+    view->mouse(KEvent::MOUSE_PRESSED, at,
+                KGtkKeys::toModifiers(state) | KGtkKeys::toButton(button), view->clicks_);
 }
 
 void KCanvasView::onDrag(GtkGestureDrag* gesture, double dx, double dy, gpointer self) {
     auto* view = static_cast<KCanvasView*>(self);
     if (view->button_ == 0) return;
-    const GdkModifierType state = gtk_event_controller_get_current_event_state(GTK_EVENT_CONTROLLER(gesture));
-    const CPoint at(view->pressedAt_.x + static_cast<int>(dx), view->pressedAt_.y + static_cast<int>(dy));
-    view->mouse(KEvent::MOUSE_DRAGGED, at, KGtkKeys::toModifiers(state) | KGtkKeys::toButton(view->button_), 0);
+    const GdkModifierType state =
+        gtk_event_controller_get_current_event_state(GTK_EVENT_CONTROLLER(gesture));
+    const CPoint at(view->pressedAt_.x + static_cast<int>(dx),
+                    view->pressedAt_.y + static_cast<int>(dy));
+    view->mouse(KEvent::MOUSE_DRAGGED, at,
+                KGtkKeys::toModifiers(state) | KGtkKeys::toButton(view->button_), 0);
 }
 
 void KCanvasView::onRelease(GtkGestureDrag* gesture, double dx, double dy, gpointer self) {
@@ -320,15 +335,19 @@ void KCanvasView::onRelease(GtkGestureDrag* gesture, double dx, double dy, gpoin
     if (view->button_ == 0) return;
     const unsigned button = view->button_;
     view->button_ = 0;
-    const GdkModifierType state = gtk_event_controller_get_current_event_state(GTK_EVENT_CONTROLLER(gesture));
-    const CPoint at(view->pressedAt_.x + static_cast<int>(dx), view->pressedAt_.y + static_cast<int>(dy));
+    const GdkModifierType state =
+        gtk_event_controller_get_current_event_state(GTK_EVENT_CONTROLLER(gesture));
+    const CPoint at(view->pressedAt_.x + static_cast<int>(dx),
+                    view->pressedAt_.y + static_cast<int>(dy));
     // The button is let go, whatever the tree does with it.
-    const unsigned modifiers = (KGtkKeys::toModifiers(state) & ~(KEvent::BUTTON1 | KEvent::BUTTON2 | KEvent::BUTTON3)) |
-                               KGtkKeys::toButton(button);
+    const unsigned modifiers =
+        (KGtkKeys::toModifiers(state) & ~(KEvent::BUTTON1 | KEvent::BUTTON2 | KEvent::BUTTON3)) |
+        KGtkKeys::toButton(button);
     const bool held = KGtkModalLoop::getDepth() > 0;
     view->mouse(KEvent::MOUSE_RELEASED, at, modifiers, 0);
     // A release held back while a question is asked leaves no component holding the mouse.
-    if (KComponent* capture = KComponent::getCapture(); held && capture != nullptr) KComponent::releaseCapture(capture);
+    if (KComponent* capture = KComponent::getCapture(); held && capture != nullptr)
+        KComponent::releaseCapture(capture);
 }
 
 void KCanvasView::onMotion(GtkEventControllerMotion*, double x, double y, gpointer self) {
@@ -341,11 +360,12 @@ void KCanvasView::onMotion(GtkEventControllerMotion*, double x, double y, gpoint
     view->mouse(KEvent::MOUSE_MOVED, at, view->buttonState(), 0);
 }
 
-gboolean KCanvasView::onScroll(GtkEventControllerScroll* scroll, double dx, double dy, gpointer self) {
+gboolean KCanvasView::onScroll(GtkEventControllerScroll* scroll, double dx, double dy,
+                               gpointer self) {
     auto* view = static_cast<KCanvasView*>(self);
     if (view->root_ == nullptr) return FALSE;
-    const unsigned modifiers =
-        KGtkKeys::toModifiers(gtk_event_controller_get_current_event_state(GTK_EVENT_CONTROLLER(scroll)));
+    const unsigned modifiers = KGtkKeys::toModifiers(
+        gtk_event_controller_get_current_event_state(GTK_EVENT_CONTROLLER(scroll)));
     const CPoint at = view->pointer_ - view->root_->getLocation();
     bool consumed = false;
     // A notch is 120 and positive away from the user; a sideways turn pans, as Shift does.
@@ -362,7 +382,8 @@ gboolean KCanvasView::onScroll(GtkEventControllerScroll* scroll, double dx, doub
     return consumed;
 }
 
-gboolean KCanvasView::onKeyPressed(GtkEventControllerKey*, guint keyval, guint, GdkModifierType state, gpointer self) {
+gboolean KCanvasView::onKeyPressed(GtkEventControllerKey*, guint keyval, guint,
+                                   GdkModifierType state, gpointer self) {
     auto* view = static_cast<KCanvasView*>(self);
     const int code = KGtkKeys::toKeyCode(keyval);
     if (code == 0 || view->root_ == nullptr) return FALSE;
@@ -371,7 +392,8 @@ gboolean KCanvasView::onKeyPressed(GtkEventControllerKey*, guint keyval, guint, 
     return event.isConsumed();
 }
 
-void KCanvasView::onKeyReleased(GtkEventControllerKey*, guint keyval, guint, GdkModifierType state, gpointer self) {
+void KCanvasView::onKeyReleased(GtkEventControllerKey*, guint keyval, guint, GdkModifierType state,
+                                gpointer self) {
     auto* view = static_cast<KCanvasView*>(self);
     const int code = KGtkKeys::toKeyCode(keyval);
     if (code == 0 || view->root_ == nullptr) return;
@@ -413,7 +435,8 @@ void KCanvasView::hideTooltip() {
     gtk_widget_trigger_tooltip_query(area_);
 }
 
-gboolean KCanvasView::onQueryTooltip(GtkWidget*, int, int, gboolean, GtkTooltip* tooltip, gpointer self) {
+gboolean KCanvasView::onQueryTooltip(GtkWidget*, int, int, gboolean, GtkTooltip* tooltip,
+                                     gpointer self) {
     auto* view = static_cast<KCanvasView*>(self);
     if (view->tooltip_.isEmpty()) return FALSE;
     gtk_tooltip_set_text(tooltip, view->tooltip_.c_str());

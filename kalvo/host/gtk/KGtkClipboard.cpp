@@ -61,8 +61,10 @@ void onText(GObject* source, GAsyncResult* result, gpointer data) {
 void onSpliced(GObject* source, GAsyncResult* result, gpointer data) {
     auto* transfer = static_cast<Transfer*>(data);
     auto* memory = G_MEMORY_OUTPUT_STREAM(source);
-    if (g_output_stream_splice_finish(G_OUTPUT_STREAM(memory), result, nullptr) >= 0 && !transfer->abandoned) {
-        const auto* start = static_cast<const std::uint8_t*>(g_memory_output_stream_get_data(memory));
+    if (g_output_stream_splice_finish(G_OUTPUT_STREAM(memory), result, nullptr) >= 0 &&
+        !transfer->abandoned) {
+        const auto* start =
+            static_cast<const std::uint8_t*>(g_memory_output_stream_get_data(memory));
         transfer->bytes.assign(start, start + g_memory_output_stream_get_data_size(memory));
         transfer->ok = true;
     }
@@ -72,7 +74,8 @@ void onSpliced(GObject* source, GAsyncResult* result, gpointer data) {
 
 void onStream(GObject* source, GAsyncResult* result, gpointer data) {
     auto* transfer = static_cast<Transfer*>(data);
-    GInputStream* stream = gdk_clipboard_read_finish(GDK_CLIPBOARD(source), result, nullptr, nullptr);
+    GInputStream* stream =
+        gdk_clipboard_read_finish(GDK_CLIPBOARD(source), result, nullptr, nullptr);
     if (stream == nullptr || transfer->abandoned) {
         if (stream != nullptr) g_object_unref(stream);
         transfer->deliver();
@@ -92,7 +95,9 @@ void onStream(GObject* source, GAsyncResult* result, gpointer data) {
 KGtkClipboard::KGtkClipboard(GdkClipboard* clipboard)
     : clipboard_(GDK_CLIPBOARD(g_object_ref(clipboard))) {}
 
-KGtkClipboard::~KGtkClipboard() { g_object_unref(clipboard_); }
+KGtkClipboard::~KGtkClipboard() {
+    g_object_unref(clipboard_);
+}
 
 bool KGtkClipboard::open(HWND) {
     if (open_) return false;
@@ -188,7 +193,8 @@ const KGtkClipboard::Bytes* KGtkClipboard::fetch(unsigned format) const {
     if (const auto it = read_.find(format); it != read_.end()) return &it->second;
     if (missing_.count(format) != 0 || !isFormatAvailable(format)) return nullptr;
     Bytes bytes;
-    const bool ok = format == CF_TEXT ? readText(bytes) : readBytes(getMimeType(format).c_str(), bytes);
+    const bool ok =
+        format == CF_TEXT ? readText(bytes) : readBytes(getMimeType(format).c_str(), bytes);
     if (!ok) {
         missing_[format] = true;
         return nullptr;
@@ -205,7 +211,8 @@ bool KGtkClipboard::readText(Bytes& out) const {
 bool KGtkClipboard::readBytes(const char* mimeType, Bytes& out) const {
     auto* transfer = new Transfer;
     const char* types[] = {mimeType, nullptr};
-    gdk_clipboard_read_async(clipboard_, types, G_PRIORITY_DEFAULT, transfer->cancellable, onStream, transfer);
+    gdk_clipboard_read_async(clipboard_, types, G_PRIORITY_DEFAULT, transfer->cancellable, onStream,
+                             transfer);
     return Transfer::wait(transfer, out);
 }
 

@@ -52,19 +52,31 @@ int KGtkDialogs::runDialog(GtkDialog* dialog) {
     return answer.response;
 }
 
-int KGtkDialogs::messageBox(GtkWidget* parent, const char* text, const char* caption, unsigned style) {
+int KGtkDialogs::messageBox(GtkWidget* parent, const char* text, const char* caption,
+                            unsigned style) {
     GtkMessageType type = GTK_MESSAGE_OTHER;
     switch (style & 0xF0) {
-        case KHost::MB_ICONERROR: type = GTK_MESSAGE_ERROR; break;
-        case KHost::MB_ICONQUESTION: type = GTK_MESSAGE_QUESTION; break;
-        case KHost::MB_ICONWARNING: type = GTK_MESSAGE_WARNING; break;
-        case KHost::MB_ICONINFORMATION: type = GTK_MESSAGE_INFO; break;
-        default: break;
+        case KHost::MB_ICONERROR:
+            type = GTK_MESSAGE_ERROR;
+            break;
+        case KHost::MB_ICONQUESTION:
+            type = GTK_MESSAGE_QUESTION;
+            break;
+        case KHost::MB_ICONWARNING:
+            type = GTK_MESSAGE_WARNING;
+            break;
+        case KHost::MB_ICONINFORMATION:
+            type = GTK_MESSAGE_INFO;
+            break;
+        default:
+            break;
     }
-    GtkWidget* box = gtk_message_dialog_new(windowOf(parent), GTK_DIALOG_MODAL, type, GTK_BUTTONS_NONE,
-                                            "%s", text != nullptr ? text : "");
+    GtkWidget* box = gtk_message_dialog_new(windowOf(parent), GTK_DIALOG_MODAL, type,
+                                            GTK_BUTTONS_NONE, "%s", text != nullptr ? text : "");
     if (caption != nullptr) gtk_window_set_title(GTK_WINDOW(box), caption);
-    auto add = [&](const char* label, int id) { gtk_dialog_add_button(GTK_DIALOG(box), label, id); };
+    auto add = [&](const char* label, int id) {
+        gtk_dialog_add_button(GTK_DIALOG(box), label, id);
+    };
     const unsigned buttons = style & 0xF;
     int closed = KHost::IDCANCEL;
     switch (buttons) {
@@ -108,7 +120,8 @@ void KGtkDialogs::addFilters(GtkFileChooser* chooser, const char* filter) {
         patternsOf(all.substr(start, end - start), name, patterns);
         GtkFileFilter* f = gtk_file_filter_new();
         gtk_file_filter_set_name(f, name.c_str());
-        for (const std::string& p : patterns) gtk_file_filter_add_suffix(f, p.substr(p.find('.') + 1).c_str());
+        for (const std::string& p : patterns)
+            gtk_file_filter_add_suffix(f, p.substr(p.find('.') + 1).c_str());
         if (patterns.empty()) gtk_file_filter_add_pattern(f, "*");
         gtk_file_chooser_add_filter(chooser, f);
         g_object_unref(f);
@@ -123,12 +136,13 @@ void KGtkDialogs::addFilters(GtkFileChooser* chooser, const char* filter) {
 
 KString KGtkDialogs::getSaveFileName(GtkWidget* parent, const char* title, const char* filter,
                                      const char* extension, const char* suggested) {
-    GtkWidget* dialog = gtk_file_chooser_dialog_new(title != nullptr ? title : "Save As", windowOf(parent),
-                                                    GTK_FILE_CHOOSER_ACTION_SAVE, "_Cancel",
-                                                    GTK_RESPONSE_CANCEL, "_Save", GTK_RESPONSE_ACCEPT, nullptr);
+    GtkWidget* dialog = gtk_file_chooser_dialog_new(
+        title != nullptr ? title : "Save As", windowOf(parent), GTK_FILE_CHOOSER_ACTION_SAVE,
+        "_Cancel", GTK_RESPONSE_CANCEL, "_Save", GTK_RESPONSE_ACCEPT, nullptr);
     gtk_dialog_set_default_response(GTK_DIALOG(dialog), GTK_RESPONSE_ACCEPT);
     addFilters(GTK_FILE_CHOOSER(dialog), filter);
-    if (suggested != nullptr && *suggested != '\0') gtk_file_chooser_set_current_name(GTK_FILE_CHOOSER(dialog), suggested);
+    if (suggested != nullptr && *suggested != '\0')
+        gtk_file_chooser_set_current_name(GTK_FILE_CHOOSER(dialog), suggested);
     KString path;
     if (runDialog(GTK_DIALOG(dialog)) == GTK_RESPONSE_ACCEPT) {
         GFile* file = gtk_file_chooser_get_file(GTK_FILE_CHOOSER(dialog));
@@ -148,10 +162,11 @@ KString KGtkDialogs::getSaveFileName(GtkWidget* parent, const char* title, const
     return path;
 }
 
-std::vector<KString> KGtkDialogs::getOpenFileNames(GtkWidget* parent, const char* title, const char* filter) {
-    GtkWidget* dialog = gtk_file_chooser_dialog_new(title != nullptr ? title : "Open", windowOf(parent),
-                                                    GTK_FILE_CHOOSER_ACTION_OPEN, "_Cancel",
-                                                    GTK_RESPONSE_CANCEL, "_Open", GTK_RESPONSE_ACCEPT, nullptr);
+std::vector<KString> KGtkDialogs::getOpenFileNames(GtkWidget* parent, const char* title,
+                                                   const char* filter) {
+    GtkWidget* dialog = gtk_file_chooser_dialog_new(
+        title != nullptr ? title : "Open", windowOf(parent), GTK_FILE_CHOOSER_ACTION_OPEN,
+        "_Cancel", GTK_RESPONSE_CANCEL, "_Open", GTK_RESPONSE_ACCEPT, nullptr);
     gtk_dialog_set_default_response(GTK_DIALOG(dialog), GTK_RESPONSE_ACCEPT);
     gtk_file_chooser_set_select_multiple(GTK_FILE_CHOOSER(dialog), TRUE);
     addFilters(GTK_FILE_CHOOSER(dialog), filter);

@@ -22,7 +22,8 @@ public:
     static KString getSaveFileName(GtkWidget* parent, const char* title, const char* filter,
                                    const char* extension, const char* suggested = nullptr);
     // Names of files to read; empty when the user cancels.
-    static std::vector<KString> getOpenFileNames(GtkWidget* parent, const char* title, const char* filter);
+    static std::vector<KString> getOpenFileNames(GtkWidget* parent, const char* title,
+                                                 const char* filter);
 
 private:
     static GtkWindow* windowOf(GtkWidget* widget);

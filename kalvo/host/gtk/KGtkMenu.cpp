@@ -17,8 +17,8 @@ struct KeyName {
     const char* gtk;
 };
 const KeyName KEY_NAMES[] = {
-    {"+", "plus"},       {"-", "minus"},       {"=", "equal"},      {"Ins", "Insert"},
-    {"Del", "Delete"},   {"Esc", "Escape"},    {"Enter", "Return"}, {"PgUp", "Page_Up"},
+    {"+", "plus"},         {"-", "minus"},     {"=", "equal"},        {"Ins", "Insert"},
+    {"Del", "Delete"},     {"Esc", "Escape"},  {"Enter", "Return"},   {"PgUp", "Page_Up"},
     {"PgDn", "Page_Down"}, {"Space", "space"}, {"Bksp", "BackSpace"},
 };
 
@@ -26,9 +26,13 @@ const char* const ACTION_GROUP = "kmenu";
 
 }  // namespace
 
-KGtkMenu::KGtkMenu(const KMenuResource::Item& popup) : model_(g_menu_new()) { build(model_, popup); }
+KGtkMenu::KGtkMenu(const KMenuResource::Item& popup) : model_(g_menu_new()) {
+    build(model_, popup);
+}
 
-KGtkMenu::~KGtkMenu() { g_object_unref(model_); }
+KGtkMenu::~KGtkMenu() {
+    g_object_unref(model_);
+}
 
 KString KGtkMenu::toLabel(const char* text) {
     std::string label;
@@ -61,7 +65,8 @@ KString KGtkMenu::toAccelerator(const char* text) {
     std::vector<std::string> parts;
     for (size_t start = 0;;) {
         const size_t plus = keys.find('+', start + 1);
-        parts.push_back(keys.substr(start, plus == std::string::npos ? std::string::npos : plus - start));
+        parts.push_back(
+            keys.substr(start, plus == std::string::npos ? std::string::npos : plus - start));
         if (plus == std::string::npos) break;
         start = plus + 1;
     }
@@ -81,7 +86,8 @@ KString KGtkMenu::toAccelerator(const char* text) {
     for (const KeyName& name : KEY_NAMES) {
         if (strcasecmp(key.c_str(), name.text) == 0) key = name.gtk;
     }
-    if (key.size() == 1) key[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(key[0])));
+    if (key.size() == 1)
+        key[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(key[0])));
     accel += key;
     guint keyval = 0;
     GdkModifierType modifiers;
@@ -111,8 +117,8 @@ void KGtkMenu::build(GMenu* menu, const KMenuResource::Item& popup) {
         }
         GMenuItem* entry = g_menu_item_new(label.c_str(), nullptr);
         std::string action = std::string(ACTION_GROUP) + ".choose";
-        g_menu_item_set_action_and_target_value(entry, action.c_str(),
-                                                g_variant_new_uint32(static_cast<guint32>(items_.size())));
+        g_menu_item_set_action_and_target_value(
+            entry, action.c_str(), g_variant_new_uint32(static_cast<guint32>(items_.size())));
         const KString accel = toAccelerator(item.text);
         if (!accel.isEmpty()) g_menu_item_set_attribute(entry, "accel", "s", accel.c_str());
         g_menu_append_item(section, entry);
