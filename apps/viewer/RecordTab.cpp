@@ -11,6 +11,7 @@
 #include "ChannelList.h"
 #include "EventList.h"
 #include "RecordLoader.h"
+#include "RecordViews.h"
 
 namespace {
 
@@ -72,6 +73,7 @@ RecordTab::~RecordTab() {
     // The views go before the record they show.
     channels_.reset();
     events_.reset();
+    viewGraphs_.clear();
     canvases_.clear();
     frame_ = nullptr;
     record_.reset();
@@ -218,24 +220,33 @@ void RecordTab::showGraphs(KGraphFrame* frame) {
 
 bool RecordTab::showView(const ViewKind& kind) {
     if (frame_ == nullptr || !kind.isAvailable()) return false;
-    if (canvases_.count(kind.id) == 0) {
+    const bool time = &kind == &ViewKind::all().front();
+    if (!time && viewGraphs_.count(kind.id) == 0) {
         const ViewKind* shown = view_;
         view_ = &kind;
-        KContainer* root = nullptr;
+        KCanvasView* canvas = makeCanvas();
         try {
-            root = kind.build(*frame_, *record_);
+            viewGraphs_[kind.id] = kind.build(*canvas, *frame_, *record_);
         } catch (const KException& e) {
             view_ = shown;
+            gtk_stack_remove(GTK_STACK(views_), canvas->getWidget());
+            canvases_.erase(kind.id);
             if (on_.error) on_.error(e.getText().c_str());
             return false;
         }
-        makeCanvas()->setRoot(root);
+    } else if (!time) {
+        RecordViews::follow(*frame_, *viewGraphs_[kind.id], kind.needsMarkers);
     }
     view_ = &kind;
     gtk_stack_set_visible_child_name(GTK_STACK(views_), kind.id);
     focusView();
     if (on_.changed) on_.changed();
     return true;
+}
+
+KGraphFrame* RecordTab::getViewGraphs() const {
+    const auto it = viewGraphs_.find(view_->id);
+    return it != viewGraphs_.end() ? it->second : frame_;
 }
 
 KCanvasView* RecordTab::getCanvas() const {

@@ -63,6 +63,8 @@ public:
     // Switches to the view; false when it is not available (or the record still loads).
     bool showView(const ViewKind& kind);
     const ViewKind& getView() const { return *view_; }
+    // The time graphs of the view shown: the tab's, or the view's own.
+    KGraphFrame* getViewGraphs() const;
     // The canvas and the root of the view shown.
     KCanvasView* getCanvas() const;
     KContainer* getRoot() const;
@@ -95,6 +97,7 @@ private:
     std::shared_ptr<KRecord> record_;
     KGraphFrame* frame_ = nullptr;
     std::map<std::string, std::unique_ptr<KCanvasView>> canvases_;  // by view id
+    std::map<std::string, KGraphFrame*> viewGraphs_;  // the other views' own, by view id
     const ViewKind* view_;
     std::unique_ptr<ChannelList> channels_;
     std::unique_ptr<EventList> events_;

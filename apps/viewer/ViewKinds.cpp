@@ -2,17 +2,21 @@
 
 #include <cstring>
 
+#include "RecordViews.h"
+
 bool ViewKind::isAvailable() const {
     return std::strcmp(id, "time") == 0 || build != nullptr;
 }
 
 const std::vector<ViewKind>& ViewKind::all() {
-    // The harmonic, phasor, XY and impedance views get their builders once their frames
-    // (KHarmonicFrame, KPhasorFrame, KPlotFrame) are in the library.
+    // The harmonic and phasor views get their builders once their frames (KHarmonicFrame,
+    // KPhasorFrame) are in the library.
     static const std::vector<ViewKind> kinds = {
-        {"time", "_Time Graphs", "F5", nullptr},    {"harmonic", "_Harmonics", "F6", nullptr},
-        {"phasor", "_Phasors", "F7", nullptr},      {"xy", "_XY Plot", "F8", nullptr},
-        {"impedance", "_Impedance", "F9", nullptr},
+        {"time", "_Time Graphs", "F5", nullptr, false},
+        {"harmonic", "_Harmonics", "F6", nullptr, true},
+        {"phasor", "_Phasors", "F7", nullptr, true},
+        {"xy", "_XY Plot", "F8", RecordViews::buildXY, false},
+        {"impedance", "_Impedance", "F9", RecordViews::buildImpedance, false},
     };
     return kinds;
 }

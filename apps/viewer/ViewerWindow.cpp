@@ -14,6 +14,9 @@
 #include <kalvo/host/gtk/KCanvasView.h>
 #include <kalvo/host/gtk/KGtkDialogs.h>
 #include <kalvo/platform/KHost.h>
+#include <kalvo/plot/KPlotCurve.h>
+#include <kalvo/plot/KPlotFrame.h>
+#include <kalvo/plot/KPlotPanel.h>
 #include <kalvo/record/KRecord.h>
 #include <kalvo/toolkit/KClipboard.h>
 #include <kalvo/toolkit/KContainer.h>
@@ -681,6 +684,23 @@ std::string ViewerWindow::describeState() const {
     line("canvas",
          bounds(current->getCanvas() != nullptr ? current->getCanvas()->getWidget() : nullptr));
     line("painted", std::to_string(current->getPaintCount()));
+    if (KGraphFrame* own = current->getViewGraphs(); own != frame) {
+        const KGraphAxis* a = own->getAxis();
+        line("view.root", current->getRoot()->getClassName());
+        line("view.markers", std::string(a->isMarkerXEnabled() ? "1 " : "0 ") +
+                                 (a->isMarkerOEnabled() ? "1 " : "0 ") +
+                                 number(a->getMarkerXPosition()) + " " +
+                                 number(a->getMarkerOPosition()));
+        if (auto* plot = k_dynamic_cast<KPlotFrame>(current->getRoot())) {
+            std::vector<KPlotCurve*> pairs;
+            plot->getPlotPanel()->getPairList(pairs);
+            double t0, t1;
+            plot->getPlotPanel()->getTimeAperture(t0, t1);
+            line("view.title", plot->getTitle().c_str());
+            line("view.pairs",
+                 std::to_string(pairs.size()) + " aperture " + number(t0) + " " + number(t1));
+        }
+    }
     if (const ChannelList* channels = current->getChannelList()) {
         for (int t = 0; t < current->getRecord()->getTraceCount(); ++t) {
             const KCurve* curve = channels->findCurve(t);

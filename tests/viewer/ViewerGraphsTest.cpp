@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <set>
@@ -24,6 +27,52 @@ double timeAt(const ViewerState& s, const CRect& plot, int x) {
 
 double span(const ViewerState& s) {
     return s.number("range", 1) - s.number("range", 0);
+}
+
+// Drags marker X (0) or O (1) along the time axis to a share of its width. The graphs make
+// room for their meters, whose width follows their values: the axis is read anew first.
+void placeMarker(ViewerSession& v, int marker, double share) {
+    XSession& x = v.x();
+    x.sleep(300);
+    const ViewerState s = v.state();
+    const double lo = s.number("range", 0), hi = s.number("range", 1);
+    const std::vector<std::string> a = s.words("axis");
+    ASSERT_EQ(a.size(), 4u) << s.get("axis");
+    const CRect band(std::stoi(a[0]), std::stoi(a[1]), std::stoi(a[2]), std::stoi(a[3]));
+    const double pixel = (hi - lo) / band.Width();
+    const int fromX =
+        band.left + static_cast<int>(std::lround((s.number("markers", 2 + marker) - lo) / pixel));
+    const int toX = band.left + static_cast<int>(band.Width() * share);
+    const CPoint from = v.onScreen(s, CPoint(fromX, band.top + 4)),
+                 to = v.onScreen(s, CPoint(toX, band.top + 4));
+    x.xdotool(format("mousemove %d %d mousedown 1", from.x, from.y));
+    for (int step = 1; step <= 10; ++step)
+        x.xdotool(format("mousemove %d %d", from.x + (to.x - from.x) * step / 10, to.y));
+    x.xdotool("mouseup 1");
+    const double expected = lo + (toX - band.left) * pixel;
+    ViewerState last;
+    ASSERT_TRUE(v.waitFor(
+        [&](const ViewerState& st) {
+            return std::fabs(st.number("markers", 2 + marker) - expected) < 2 * pixel;
+        },
+        10000, &last))
+        << "marker " << marker << " at " << expected << ": " << last.get("markers");
+}
+
+// Markers X and O shown (both start at the first sample, the left end of the axis) and
+// dragged to shares of the axis.
+void showMarkers(ViewerSession& v, double shareX, double shareO) {
+    ViewerState s = v.state();
+    const CPoint mid = v.onScreen(s, s.rect("graph.0", "plot").CenterPoint());
+    v.x().xdotool(format("mousemove %d %d click 1", mid.x, mid.y));
+    v.x().xdotool("key m");
+    ASSERT_TRUE(v.waitFor(
+        [](const ViewerState& st) {
+            return st.number("markers", 0) == 1 && st.number("markers", 1) == 1;
+        },
+        10000, &s));
+    placeMarker(v, 0, shareX);
+    placeMarker(v, 1, shareO);
 }
 
 }  // namespace
@@ -82,46 +131,7 @@ TEST(ViewerTest, PlacesBothMarkersAndReadsTheirValues) {
     XSession& x = v.x();
     ViewerState s;
     ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return isReady(st); }, 20000, &s));
-    const CRect plot = s.rect("graph.0", "plot");
-    const CPoint mid = v.onScreen(s, plot.CenterPoint());
-    x.xdotool(format("mousemove %d %d click 1", mid.x, mid.y));
-    x.xdotool("key m");
-    ASSERT_TRUE(v.waitFor(
-        [](const ViewerState& st) {
-            return st.number("markers", 0) == 1 && st.number("markers", 1) == 1;
-        },
-        10000, &s));
-    // Both start at the first sample, the left end of the axis: X is taken first, then O.
-    // The graphs make room for their meters, whose width follows their values: the axis is
-    // read anew before each drag.
-    const double lo = s.number("range", 0), hi = s.number("range", 1);
-    auto place = [&](int marker, double share) {
-        x.sleep(300);
-        s = v.state();
-        const std::vector<std::string> a = s.words("axis");
-        ASSERT_EQ(a.size(), 4u) << s.get("axis");
-        const CRect band(std::stoi(a[0]), std::stoi(a[1]), std::stoi(a[2]), std::stoi(a[3]));
-        const double pixel = (hi - lo) / band.Width();
-        const int fromX =
-            band.left +
-            static_cast<int>(std::lround((s.number("markers", 2 + marker) - lo) / pixel));
-        const int toX = band.left + static_cast<int>(band.Width() * share);
-        const CPoint from = v.onScreen(s, CPoint(fromX, band.top + 4)),
-                     to = v.onScreen(s, CPoint(toX, band.top + 4));
-        x.xdotool(format("mousemove %d %d mousedown 1", from.x, from.y));
-        for (int step = 1; step <= 10; ++step)
-            x.xdotool(format("mousemove %d %d", from.x + (to.x - from.x) * step / 10, to.y));
-        x.xdotool("mouseup 1");
-        const double expected = lo + (toX - band.left) * pixel;
-        ASSERT_TRUE(v.waitFor(
-            [&](const ViewerState& st) {
-                return std::fabs(st.number("markers", 2 + marker) - expected) < 2 * pixel;
-            },
-            10000, &s))
-            << "marker " << marker << " at " << expected << ": " << s.get("markers");
-    };
-    place(0, 0.3);
-    place(1, 0.6);
+    showMarkers(v, 0.3, 0.6);
     x.sleep(300);
     s = v.state();
     v.shot("viewer-markers");
@@ -359,4 +369,96 @@ TEST(ViewerTest, EveryMenuCommandIsReachedByTheKeyboard) {
         << s.get("range");
     v.shot("viewer-dark");
     EXPECT_EQ(v.quit(), 0);
+}
+
+TEST(ViewerTest, TheXYAndImpedanceViewsShowTheStretchBetweenTheMarkers) {
+    ViewerSession v({PQ});
+    XSession& x = v.x();
+    ViewerState s;
+    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return isReady(st); }, 20000, &s));
+    showMarkers(v, 0.2, 0.5);
+    s = v.state();
+    const std::string markers = s.get("markers");
+    const double tx = s.number("markers", 2), to = s.number("markers", 3);
+
+    // F8: phase A's voltage against its current, over X to O, with the same markers.
+    x.xdotool("key F8");
+    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.has("view.pairs"); }, 10000, &s))
+        << s.get("tab.0");
+    EXPECT_EQ(s.words("tab.0")[2], "xy");
+    EXPECT_EQ(s.get("view.root"), "KPlotFrame");
+    EXPECT_EQ(s.get("view.title"), "Va against Ia");
+    EXPECT_EQ(s.get("view.markers"), markers);
+    EXPECT_EQ(s.number("view.pairs", 0), 1);
+    EXPECT_DOUBLE_EQ(s.number("view.pairs", 2), tx);
+    EXPECT_DOUBLE_EQ(s.number("view.pairs", 3), to);
+    v.shot("viewer-xy");
+
+    // F9: the six fault loops on the impedance plane.
+    x.xdotool("key F9");
+    ASSERT_TRUE(v.waitFor(
+        [](const ViewerState& st) {
+            return st.words("tab.0")[2] == "impedance" && st.has("view.pairs");
+        },
+        10000, &s));
+    EXPECT_EQ(s.number("view.pairs", 0), 6);
+    EXPECT_EQ(s.get("view.title").rfind("Apparent impedance of the fault loops", 0), 0)
+        << s.get("view.title");
+    EXPECT_DOUBLE_EQ(s.number("view.pairs", 2), tx);
+    v.shot("viewer-impedance");
+
+    // Back in the time graphs marker O moves; the XY plot follows it when shown again.
+    x.xdotool("key F5");
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.words("tab.0")[2] == "time"; }, 10000, &s));
+    placeMarker(v, 1, 0.7);
+    s = v.state();
+    const double moved = s.number("markers", 3);
+    ASSERT_NE(moved, to);
+    x.xdotool("key F8");
+    ASSERT_TRUE(v.waitFor(
+        [&](const ViewerState& st) {
+            return st.words("tab.0")[2] == "xy" && st.number("view.pairs", 3) == moved;
+        },
+        10000, &s))
+        << s.get("view.pairs");
+    EXPECT_EQ(s.get("view.markers"), s.get("markers"));
+    EXPECT_EQ(v.quit(), 0);
+}
+
+TEST(ViewerTest, AViewTheRecordCannotGiveIsToldAndTheGraphsStay) {
+    // A single channel: no pair for an XY plot, no phases for the impedance.
+    const std::string folder =
+        ::testing::TempDir() + "kalvo-one-channel-" + std::to_string(getpid());
+    std::filesystem::create_directories(folder);
+    const std::string one = folder + "/one.cfg";
+    std::ofstream(one) << "one,REC,1999\n1,1A,0D\n1,Ia,A,,A,1,0,0,-100,100,1,1,S\n60\n1\n1000,3\n"
+                          "01/01/2024,00:00:00.000000\n01/01/2024,00:00:00.001000\nASCII\n1\n";
+    std::ofstream(folder + "/one.dat") << "1,0,5\n2,1000,7\n3,2000,6\n";
+    ViewerSession v({one});
+    XSession& x = v.x();
+    ViewerState s;
+    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return isReady(st); }, 20000, &s))
+        << s.get("messages") << s.get("message.0");
+    x.xdotool("key F8");
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.number("messages") == 1; }, 10000, &s));
+    EXPECT_NE(s.get("message.0").find("The XY plot needs two analog channels"), std::string::npos)
+        << s.get("message.0");
+    x.sleep(400);
+    x.xdotool("key Return");
+    x.xdotool("key F9");
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.number("messages") == 2; }, 10000, &s));
+    EXPECT_NE(s.get("message.1").find("three phase voltages and three phase currents"),
+              std::string::npos)
+        << s.get("message.1");
+    x.sleep(400);
+    x.xdotool("key Return");
+    x.sleep(300);
+    s = v.state();
+    EXPECT_EQ(s.words("tab.0")[2], "time");
+    EXPECT_EQ(s.number("graphs"), 1);
+    EXPECT_EQ(v.quit(), 0);
+    std::filesystem::remove_all(folder);
 }
