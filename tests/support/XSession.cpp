@@ -72,6 +72,9 @@ XSession::XSession() {
     // GTK draws with cairo on the virtual server, which has no GL.
     setenv("GSK_RENDERER", "cairo", 1);
     setenv("GDK_BACKEND", "x11", 1);
+    // No GL on the virtual server: GTK would load the software driver only to leave it
+    // unused (and what the driver allocates outlives its unloading).
+    setenv("GDK_DEBUG", "gl-disable", 1);
     // No desktop session around: settings stay in memory, and nothing looks for the
     // accessibility bus.
     setenv("GSETTINGS_BACKEND", "memory", 1);
