@@ -1,5 +1,7 @@
 #include "kalvo/analysis/Fft.h"
 
+#include <algorithm>
+#include <array>
 #include <climits>
 #include <cmath>
 #include <cstdint>
@@ -7,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 // The transform is decimation in frequency: each factor p of the length, in the order of the
 // factor list, splits every sub-sequence of the current span into p interleaved ones with a
@@ -28,13 +31,15 @@ const char kRadixArgumentError[] = "Error: fftradix() - dimension error\n";
 const char kFactorError[] = "Error: fftradix() - exceeded number of factors\n";
 const char kMemoryError[] = "Error: fftradix() - insufficient memory.\n";
 
-// Module-wide scratch and the length its tables describe.
-struct Scratch {
-    // Per-stage rotation tables, followed by the p rotations of each general odd factor.
+// The tables of one transform length, and the length they describe.
+struct Plan {
+    // Per-stage rotation tables, followed by the p rotations of each general odd factor, then
+    // for each large prime factor p its p chirp values and the spectrum of its chirp filter.
     double* rotRe = nullptr;
     double* rotIm = nullptr;
     size_t rotCapacity = 0;
-    // Sums and differences of the general odd-radix butterfly.
+    // Sums and differences of the general odd-radix butterfly, or the rows that the
+    // convolutions of a large prime factor transform.
     double* tmpRe = nullptr;
     double* tmpIm = nullptr;
     size_t tmpCapacity = 0;
@@ -47,8 +52,16 @@ struct Scratch {
     int sign = 0;
     int factors[kMaxFactors + 1] = {};
     int factorCount = 0;
+    // The passes over the data: pass t runs factor stageFirst[t], or with stageSize[t] = 2
+    // that one and the next at once (see Radix), with its rotations at stageBase[t].
+    int stageFirst[kMaxFactors] = {};
+    int stageSize[kMaxFactors] = {};
+    int stageCount = 0;
     size_t stageBase[kMaxFactors] = {};
+    size_t stageSpan[kMaxFactors] = {};  // length / the radices up to and including stage t
     size_t oddBase[kMaxFactors] = {};
+    size_t chirpBase[kMaxFactors] = {};
+    size_t chirpBatch = 0;  // butterflies of a large prime factor convolved at once
     size_t rotUsed = 0;
     size_t swapCount = 0;
     size_t permCount = 0;
@@ -58,8 +71,6 @@ struct Scratch {
     size_t tileBase = 0;  // where in perm the tile tables begin
     size_t tileListEnd = 0;
 };
-
-Scratch scratch;
 
 // Splits n into its factor list: 4 for every 16, then the square roots of odd square
 // factors, a 2 for a remaining 4, then the rest (the central factors: one factor of 4 or
@@ -108,8 +119,38 @@ int factorize(size_t n, int factors[]) {
     return overflow ? -1 : count;
 }
 
+// Odd prime factors up to this go through the general odd-radix butterfly; larger ones,
+// whose butterflies would cost the square of the factor, through a chirp convolution.
+constexpr int kLargestOddRadix = 50;
+
 bool isGeneralOdd(int p) {
-    return p > 5;
+    return p > 5 && p <= kLargestOddRadix;
+}
+
+bool isLargePrime(int p) {
+    return p > kLargestOddRadix;
+}
+
+// The length of the convolutions for large prime factors up to p: the smallest one of at
+// least 2p - 1 made of factors 2, 3 and 5 that the factor list can hold; 0 if none fits an int.
+size_t convolutionLength(size_t p) {
+    int factors[kMaxFactors + 1];
+    for (size_t m = 2 * p - 1; m <= static_cast<size_t>(INT_MAX); ++m) {
+        size_t k = m;
+        for (size_t f : {2, 3, 5})
+            while (k % f == 0) k /= f;
+        if (k == 1 && factorize(m, factors) > 0) return m;
+    }
+    return 0;
+}
+
+// Butterflies of a large prime factor convolved together: as many as keep the rows of one
+// batch within about this many complex values.
+constexpr size_t kBatchPoints = 8192;
+constexpr size_t kMaxBatch = 8;
+
+size_t batchSize(size_t m) {
+    return std::clamp<size_t>(kBatchPoints / m, 1, kMaxBatch);
 }
 
 template <class T>
@@ -125,12 +166,12 @@ bool grow(T*& a, T*& b, size_t& capacity, size_t need) {
     return true;
 }
 
-bool growPerm(size_t need) {
-    if (need <= scratch.permCapacity) return true;
-    int* p = static_cast<int*>(std::realloc(scratch.perm, need * sizeof(int)));
+bool growPerm(Plan& plan, size_t need) {
+    if (need <= plan.permCapacity) return true;
+    int* p = static_cast<int*>(std::realloc(plan.perm, need * sizeof(int)));
     if (p == nullptr) return false;
-    scratch.perm = p;
-    scratch.permCapacity = need;
+    plan.perm = p;
+    plan.permCapacity = need;
     return true;
 }
 
@@ -176,12 +217,12 @@ inline void markVisited(uint32_t* visited, uint32_t k) {
 // The square factors make most of it swaps. They are listed tile by tile: the lowest digits
 // of k and its highest digits vary fastest, and since reversal turns one into the other,
 // both ends of the swaps walk through whole cache lines.
-void buildPermutation(size_t n) {
-    int* list = scratch.perm;
-    uint32_t* visited = reinterpret_cast<uint32_t*>(scratch.perm + n);
+void buildPermutation(Plan& plan, size_t n) {
+    int* list = plan.perm;
+    uint32_t* visited = reinterpret_cast<uint32_t*>(plan.perm + n);
     for (size_t w = 0; w < (n + 31) / 32; ++w) visited[w] = 0;
-    const int* factors = scratch.factors;
-    const int count = scratch.factorCount;
+    const int* factors = plan.factors;
+    const int count = plan.factorCount;
     const uint32_t len = static_cast<uint32_t>(n);
     auto position = [&](uint32_t k) { return reversedPosition(k, len, factors, count); };
 
@@ -205,7 +246,7 @@ void buildPermutation(size_t n) {
             }
         }
     }
-    scratch.swapCount = used / 2;
+    plan.swapCount = used / 2;
 
     // Longer cycles, the first index stored as its one's complement.
     for (uint32_t k = 0; k < len; ++k) {
@@ -220,7 +261,7 @@ void buildPermutation(size_t n) {
             next = position(next);
         }
     }
-    scratch.permCount = used;
+    plan.permCount = used;
 }
 
 // The permutation by tiles, for long one-dimensional transforms. With L the product of the
@@ -236,10 +277,10 @@ void buildPermutation(size_t n) {
 //
 // Stored after the bit set: ql (times L, the offset of its row in a tile buffer), qh, then
 // the cycles of qm, each led by the one's complement of its first tile.
-void buildTiles(size_t n) {
-    scratch.tileSide = 0;
-    const int* factors = scratch.factors;
-    const int count = scratch.factorCount;
+void buildTiles(Plan& plan, size_t n) {
+    plan.tileSide = 0;
+    const int* factors = plan.factors;
+    const int count = plan.factorCount;
     size_t side = 1;
     int t = 0;
     while (side < kMinTileSide && 2 * (t + 1) <= count && factors[t] == factors[count - 1 - t])
@@ -252,8 +293,8 @@ void buildTiles(size_t n) {
     };
     const size_t rows = n / (side * side);
     const size_t bitWords = (n + 31) / 32;
-    uint32_t* visited = reinterpret_cast<uint32_t*>(scratch.perm + n);
-    int* ql = scratch.perm + n + bitWords;
+    uint32_t* visited = reinterpret_cast<uint32_t*>(plan.perm + n);
+    int* ql = plan.perm + n + bitWords;
     int* qh = ql + side;
     for (size_t i = 0; i < side; ++i) {
         ql[i] = static_cast<int>(position(i) / (side * rows) * side);
@@ -272,286 +313,472 @@ void buildTiles(size_t n) {
             markVisited(visited, static_cast<uint32_t>(next));
         }
     }
-    scratch.tileSide = side;
-    scratch.tileRows = rows;
-    scratch.tileBase = n + bitWords;
-    scratch.tileListEnd = scratch.tileBase + 2 * side + used;
+    plan.tileSide = side;
+    plan.tileRows = rows;
+    plan.tileBase = n + bitWords;
+    plan.tileListEnd = plan.tileBase + 2 * side + used;
 }
 
 // Where the rotations of butterfly k of a stage with p - 1 rotations per butterfly begin.
-// Two neighbouring butterflies interleave theirs, so that a pass reads one stream of
-// rotations in each table, and rotation j of butterfly k lies at rotationIndex(k) + 2 * (j - 1).
+// Every kInterleave neighbouring butterflies interleave theirs, so that a pass reads one
+// stream of rotations in each table, a vector of them at a time, and rotation j of butterfly
+// k lies at rotationIndex(k) + kInterleave * (j - 1).
+constexpr size_t kInterleave = 4;
+
 inline size_t rotationIndex(size_t k, size_t perButterfly) {
-    return (k & ~size_t{1}) * perButterfly + (k & 1);
+    return (k & ~(kInterleave - 1)) * perButterfly + (k & (kInterleave - 1));
 }
 
 // Table entries of a stage of radix p with mp butterflies per sub-sequence.
 size_t stageTableSize(size_t p, size_t mp) {
-    return (p - 1) * (mp + (mp & 1));
+    return (p - 1) * ((mp + kInterleave - 1) & ~(kInterleave - 1));
 }
 
-void fillRotations(size_t n, int sign) {
+Plan mainPlan;
+// Transforms of the convolution length for the large prime factors of mainPlan's length.
+Plan convolutionPlan;
+
+void runPlan(const Plan& plan, double* re, double* im, size_t nt, size_t ks, size_t jc,
+             size_t inc);
+
+// The convolution transforms of runLargePrime run with the kernel of the given sign; the plan
+// holds the positive one, and swapping the real and imaginary parts turns it round.
+void convolve(double* re, double* im, size_t batch, int sign) {
+    const size_t nt = convolutionPlan.length * batch;
+    if (sign > 0)
+        runPlan(convolutionPlan, re, im, nt, nt, batch, 1);
+    else
+        runPlan(convolutionPlan, im, re, nt, nt, batch, 1);
+}
+
+// The tables of a large prime factor p (see runLargePrime): the chirp c_t = e^(i*pi*s*t^2/p)
+// for t < p, then the transform of the filter conj(c_t), laid out for a cyclic convolution of
+// the convolution length m (t at t and at m - t), divided by m so that the inverse transform
+// needs no scaling. Negating every imaginary part gives the tables of the other sign.
+// Returns the number of entries written.
+size_t fillChirp(double* re, double* im, size_t p, int sign) {
+    const size_t m = convolutionPlan.length;
+    for (size_t t = 0; t < p; ++t) {
+        // t^2 mod 2p keeps the angle small, and so accurate, for every t.
+        const double angle = sign * kTwoPi / 2.0 * static_cast<double>(t * t % (2 * p)) /
+                             static_cast<double>(p);
+        re[t] = std::cos(angle);
+        im[t] = std::sin(angle);
+    }
+    double* fr = re + p;
+    double* fi = im + p;
+    std::fill(fr, fr + m, 0.0);
+    std::fill(fi, fi + m, 0.0);
+    for (size_t t = 0; t < p; ++t) {
+        fr[t] = re[t] / static_cast<double>(m);
+        fi[t] = -im[t] / static_cast<double>(m);
+        if (t > 0) {
+            fr[m - t] = fr[t];
+            fi[m - t] = fi[t];
+        }
+    }
+    convolve(fr, fi, 1, sign);
+    return p + m;
+}
+
+// Groups the factor list into passes: a 2 runs together with a neighbouring factor of 5 or
+// less.
+void groupStages(Plan& plan) {
+    int t = 0;
+    for (int f = 0; f < plan.factorCount; ++t) {
+        const int a = plan.factors[f];
+        const int b = plan.factors[f + 1];  // 0 after the last
+        const bool fuse = b != 0 && a <= 5 && b <= 5 && (a == 2 || b == 2);
+        plan.stageFirst[t] = f;
+        plan.stageSize[t] = fuse ? 2 : 1;
+        f += plan.stageSize[t];
+    }
+    plan.stageCount = t;
+}
+
+size_t stageRadix(const Plan& plan, int t) {
+    const int f = plan.stageFirst[t];
+    return static_cast<size_t>(plan.factors[f]) *
+           static_cast<size_t>(plan.stageSize[t] == 2 ? plan.factors[f + 1] : 1);
+}
+
+// A large prime's chirp tables serve every place it has in the factor list.
+bool isFirstOf(const Plan& plan, int f) {
+    for (int e = 0; e < f; ++e)
+        if (plan.factors[e] == plan.factors[f]) return false;
+    return true;
+}
+
+void fillRotations(Plan& plan, size_t n, int sign) {
     size_t m = n;
     size_t base = 0;
-    for (int s = 0; s < scratch.factorCount; ++s) {
-        const size_t p = static_cast<size_t>(scratch.factors[s]);
+    for (int t = 0; t < plan.stageCount; ++t) {
+        const size_t p = stageRadix(plan, t);
         const size_t mp = m / p;
-        scratch.stageBase[s] = base;
-        if (s + 1 < scratch.factorCount) {
+        plan.stageBase[t] = base;
+        plan.stageSpan[t] = mp;
+        if (t + 1 < plan.stageCount) {
             const double step = sign * kTwoPi / static_cast<double>(m);
             for (size_t k = 0; k < mp; ++k) {
                 const size_t at = base + rotationIndex(k, p - 1);
                 for (size_t j = 1; j < p; ++j) {
                     const double angle = step * static_cast<double>(j * k);
-                    scratch.rotRe[at + 2 * (j - 1)] = std::cos(angle);
-                    scratch.rotIm[at + 2 * (j - 1)] = std::sin(angle);
+                    plan.rotRe[at + kInterleave * (j - 1)] = std::cos(angle);
+                    plan.rotIm[at + kInterleave * (j - 1)] = std::sin(angle);
                 }
             }
             base += stageTableSize(p, mp);
         }
         m = mp;
     }
-    for (int s = 0; s < scratch.factorCount; ++s) {
-        const int p = scratch.factors[s];
+    for (int f = 0; f < plan.factorCount; ++f) {
+        const int p = plan.factors[f];
         if (!isGeneralOdd(p)) continue;
-        scratch.oddBase[s] = base;
+        plan.oddBase[f] = base;
         const double step = sign * kTwoPi / p;
         for (int t = 0; t < p; ++t) {
-            scratch.rotRe[base + t] = std::cos(step * t);
-            scratch.rotIm[base + t] = std::sin(step * t);
+            plan.rotRe[base + t] = std::cos(step * t);
+            plan.rotIm[base + t] = std::sin(step * t);
         }
         base += static_cast<size_t>(p);
     }
-    scratch.rotUsed = base;
+    for (int f = 0; f < plan.factorCount; ++f) {
+        const int p = plan.factors[f];
+        if (!isLargePrime(p)) continue;
+        if (isFirstOf(plan, f)) {
+            plan.chirpBase[f] = base;
+            base += fillChirp(plan.rotRe + base, plan.rotIm + base, static_cast<size_t>(p), sign);
+        } else {
+            for (int e = 0; e < f; ++e)
+                if (plan.factors[e] == p) plan.chirpBase[f] = plan.chirpBase[e];
+        }
+    }
+    plan.rotUsed = base;
 }
 
 // Makes the scratch tables describe an n-point transform of the given sign.
-bool preparePlan(size_t n, int sign, size_t rotHint, size_t permHint) {
-    if (scratch.length == n) {
-        if (scratch.sign != sign) {
-            for (size_t i = 0; i < scratch.rotUsed; ++i) scratch.rotIm[i] = -scratch.rotIm[i];
-            scratch.sign = sign;
+bool preparePlan(Plan& plan, size_t n, int sign, size_t rotHint, size_t permHint) {
+    if (plan.length == n) {
+        if (plan.sign != sign) {
+            for (size_t i = 0; i < plan.rotUsed; ++i) plan.rotIm[i] = -plan.rotIm[i];
+            plan.sign = sign;
         }
         return true;
     }
-    scratch.length = 0;
-    int factors[kMaxFactors + 1];
-    const int count = factorize(n, factors);
+    plan.length = 0;
+    const int count = factorize(n, plan.factors);
     bool ok = count > 0;
     if (!ok) std::fputs(kFactorError, stderr);
 
     size_t rotNeed = 0;
     size_t tmpNeed = 0;
+    size_t batch = 0;
     if (ok) {
+        plan.factors[count] = 0;
+        plan.factorCount = count;
+        groupStages(plan);
         size_t m = n;
-        for (int s = 0; s < count; ++s) {
-            const size_t p = static_cast<size_t>(factors[s]);
-            if (s + 1 < count) rotNeed += stageTableSize(p, m / p);
-            if (isGeneralOdd(factors[s])) {
-                rotNeed += p;
-                if (p > tmpNeed) tmpNeed = p;
-            }
+        for (int t = 0; t + 1 < plan.stageCount; ++t) {
+            const size_t p = stageRadix(plan, t);
+            rotNeed += stageTableSize(p, m / p);
             m /= p;
+        }
+        size_t largest = 0;
+        for (int f = 0; f < count; ++f) {
+            const size_t p = static_cast<size_t>(plan.factors[f]);
+            if (isGeneralOdd(plan.factors[f])) {
+                rotNeed += p;
+                tmpNeed = std::max(tmpNeed, p);
+            }
+            if (isLargePrime(plan.factors[f])) largest = std::max(largest, p);
+        }
+        if (largest > 0) {
+            // The convolutions' own plan comes first: the chirp tables are made with it.
+            const size_t length = convolutionLength(largest);
+            if (length == 0) {
+                ok = false;
+            } else {
+                if (!preparePlan(convolutionPlan, length, 1, 0, 0)) return false;
+                batch = batchSize(length);
+                tmpNeed = std::max(tmpNeed, length * batch);
+                for (int f = 0; f < count; ++f)
+                    if (isLargePrime(plan.factors[f]) && isFirstOf(plan, f))
+                        rotNeed += static_cast<size_t>(plan.factors[f]) + length;
+            }
         }
         if (rotHint > rotNeed) rotNeed = rotHint;
         const size_t permSize = permNeed(n > permHint ? n : permHint);
-        ok = grow(scratch.rotRe, scratch.rotIm, scratch.rotCapacity, rotNeed) &&
-             grow(scratch.tmpRe, scratch.tmpIm, scratch.tmpCapacity, tmpNeed) && growPerm(permSize);
+        ok = ok && grow(plan.rotRe, plan.rotIm, plan.rotCapacity, rotNeed) &&
+             grow(plan.tmpRe, plan.tmpIm, plan.tmpCapacity, tmpNeed) && growPerm(plan, permSize);
     }
     if (!ok) {
         fftFreeScratch();
         std::fputs(kMemoryError, stderr);
         return false;
     }
-    for (int s = 0; s < count; ++s) scratch.factors[s] = factors[s];
-    scratch.factors[count] = 0;
-    scratch.factorCount = count;
-    fillRotations(n, sign);
-    buildPermutation(n);
-    buildTiles(n);
-    scratch.length = n;
-    scratch.sign = sign;
+    plan.chirpBatch = batch;
+    fillRotations(plan, n, sign);
+    buildPermutation(plan, n);
+    buildTiles(plan, n);
+    plan.length = n;
+    plan.sign = sign;
     return true;
 }
 
 // ---------------------------------------------------------------------------------------
-// Butterflies. A kernel's butterfly() computes one butterfly with V = double, or two
-// neighbouring ones at once with V = Pair (two doubles in one vector register). Its p points
-// start at data index k0 and lie `span` apart. With rotations (Rotate), output j > 0 is
-// multiplied by the rotation at wr/wi[w + 2 * (j - 1)]; for a pair that is two neighbouring
-// rotations, or one shared by both butterflies (Shared).
+// Butterflies. A kernel's butterfly() computes one butterfly with V = double, or two or four
+// neighbouring ones at once with V = Pair or Quad (doubles side by side in one vector
+// register). Its p points start at data index k0 and lie `span` apart. With rotations
+// (Rotate), output j > 0 is multiplied by the rotation at wr/wi[w + kInterleave * (j - 1)];
+// for a vector that is as many neighbouring rotations, or one shared by all its butterflies
+// (Shared).
 
 typedef double Pair __attribute__((vector_size(16)));
-
-using Unit = std::integral_constant<size_t, 1>;
-using Zero = std::integral_constant<size_t, 0>;
+// Only used in functions compiled for processors with AVX2 (see runSmallRadix).
+typedef double Quad __attribute__((vector_size(32)));
 
 template <class V>
-inline V load(const double* p) {
+constexpr size_t kLanes = sizeof(V) / sizeof(double);
+
+// Distance between the lanes of a vector: Unit where neighbouring butterflies sit side by
+// side, or a size_t where they lie further apart (the last pass, strided data), when a vector
+// is gathered from its lanes.
+using Unit = std::integral_constant<size_t, 1>;
+
+// Vectors go in and out by reference: a Quad passed by value would change the calling
+// convention between the code compiled with and without AVX.
+template <class V, class Lane>
+[[gnu::always_inline]] inline void load(V& v, const double* p, Lane lane) {
     if constexpr (std::is_same_v<V, double>) {
-        return *p;
-    } else {
-        V v;
+        v = *p;
+    } else if constexpr (std::is_same_v<Lane, Unit>) {
         std::memcpy(&v, p, sizeof v);
-        return v;
+    } else if constexpr (kLanes<V> == 2) {
+        v = V{p[0], p[lane]};
+    } else {
+        v = V{p[0], p[lane], p[2 * lane], p[3 * lane]};
     }
 }
 
-template <class V>
-inline void store(double* p, V v) {
-    if constexpr (std::is_same_v<V, double>)
+template <class V, class Lane>
+[[gnu::always_inline]] inline void store(double* p, const V& v, Lane lane) {
+    if constexpr (std::is_same_v<V, double>) {
         *p = v;
-    else
+    } else if constexpr (std::is_same_v<Lane, Unit>) {
         std::memcpy(p, &v, sizeof v);
+    } else {
+        for (size_t l = 0; l < kLanes<V>; ++l) p[l * lane] = v[l];
+    }
 }
 
-template <class V, bool Shared>
-inline V loadRotation(const double* p) {
+template <bool Shared, class V>
+[[gnu::always_inline]] inline void loadRotation(V& v, const double* p) {
     if constexpr (std::is_same_v<V, double> || !Shared)
-        return load<V>(p);
+        load(v, p, Unit());
     else
-        return V{*p, *p};
+        v = *p - V{};  // every lane; subtracting zero keeps a negative zero
 }
 
-template <class V, bool Shared>
-inline void rotateStore(double* __restrict re, double* __restrict im, size_t k, V xr, V xi,
-                        const double* __restrict wr, const double* __restrict wi, size_t w) {
-    const V c = loadRotation<V, Shared>(wr + w);
-    const V s = loadRotation<V, Shared>(wi + w);
-    store(re + k, xr * c - xi * s);
-    store(im + k, xr * s + xi * c);
+template <bool Shared, class V, class Lane>
+[[gnu::always_inline]] inline void rotateStore(double* __restrict re, double* __restrict im,
+                                               size_t k, const V& xr, const V& xi,
+                                               const double* __restrict wr,
+                                               const double* __restrict wi, size_t w, Lane lane) {
+    V c, s;
+    loadRotation<Shared>(c, wr + w);
+    loadRotation<Shared>(s, wi + w);
+    const V yr = xr * c - xi * s;
+    const V yi = xr * s + xi * c;
+    store(re + k, yr, lane);
+    store(im + k, yi, lane);
 }
 
 #define FFT_BUTTERFLY_ARGS                                                \
     double *__restrict re, double *__restrict im, size_t k0, size_t span, \
-        const double *__restrict wr, const double *__restrict wi, size_t w
+        const double *__restrict wr, const double *__restrict wi, size_t w, Lane lane
 
-struct Radix2 {
-    static constexpr bool kPairs = true;
-    static constexpr size_t rotationCount() { return 1; }
+// Calls f(integral_constant<size_t, i>) for i = 0 .. N - 1, so that the indices are constants
+// and the small arrays of a butterfly stay in registers.
+template <size_t N, class F>
+inline void forEach(F&& f) {
+    [&]<size_t... I>(std::index_sequence<I...>) {
+        (f(std::integral_constant<size_t, I>()), ...);
+    }(std::make_index_sequence<N>());
+}
 
-    template <class V, bool Rotate, bool Shared>
-    void butterfly(FFT_BUTTERFLY_ARGS) const {
-        const size_t k1 = k0 + span;
-        const V ar = load<V>(re + k0), ai = load<V>(im + k0);
-        const V br = load<V>(re + k1), bi = load<V>(im + k1);
-        store(re + k0, ar + br);
-        store(im + k0, ai + bi);
-        if constexpr (Rotate) {
-            rotateStore<V, Shared>(re, im, k1, ar - br, ai - bi, wr, wi, w);
-        } else {
-            store(re + k1, ar - br);
-            store(im + k1, ai - bi);
-        }
-    }
-};
-
-struct Radix3 {
-    static constexpr bool kPairs = true;
-    static constexpr size_t rotationCount() { return 2; }
-    double s120;  // sin 120 degrees, signed with the direction
-
-    template <class V, bool Rotate, bool Shared>
-    void butterfly(FFT_BUTTERFLY_ARGS) const {
-        const size_t k1 = k0 + span;
-        const size_t k2 = k1 + span;
-        const V r1 = load<V>(re + k1), i1 = load<V>(im + k1);
-        const V r2 = load<V>(re + k2), i2 = load<V>(im + k2);
-        const V sr = r1 + r2, si = i1 + i2;
-        const V dr = s120 * (r1 - r2), di = s120 * (i1 - i2);
-        const V ar = load<V>(re + k0), ai = load<V>(im + k0);
-        store(re + k0, ar + sr);
-        store(im + k0, ai + si);
-        const V tr = ar - 0.5 * sr, ti = ai - 0.5 * si;
-        if constexpr (Rotate) {
-            rotateStore<V, Shared>(re, im, k1, tr - di, ti + dr, wr, wi, w);
-            rotateStore<V, Shared>(re, im, k2, tr + di, ti - dr, wr + 2, wi + 2, w);
-        } else {
-            store(re + k1, tr - di);
-            store(im + k1, ti + dr);
-            store(re + k2, tr + di);
-            store(im + k2, ti - dr);
-        }
-    }
-};
-
-struct Radix4 {
-    static constexpr bool kPairs = true;
-    static constexpr size_t rotationCount() { return 3; }
+// Constants of the small transforms, signed with the direction.
+struct SmallDft {
+    static constexpr size_t kMaxFused = 10;
     double sign;  // +1 or -1: multiplying by sign * i is the quarter turn
+    double s120;  // sin 120 degrees
+    double c72, s72, c144, s144;
+    // e^(i * sign * 2 * pi * t / P) for the rotations inside a fused pass of P points.
+    double cosP[kMaxFused], sinP[kMaxFused];
 
-    template <class V, bool Rotate, bool Shared>
-    void butterfly(FFT_BUTTERFLY_ARGS) const {
-        const size_t k1 = k0 + span;
-        const size_t k2 = k1 + span;
-        const size_t k3 = k2 + span;
-        const V r0 = load<V>(re + k0), i0 = load<V>(im + k0);
-        const V r1 = load<V>(re + k1), i1 = load<V>(im + k1);
-        const V r2 = load<V>(re + k2), i2 = load<V>(im + k2);
-        const V r3 = load<V>(re + k3), i3 = load<V>(im + k3);
-        const V s02r = r0 + r2, s02i = i0 + i2, d02r = r0 - r2, d02i = i0 - i2;
-        const V s13r = r1 + r3, s13i = i1 + i3;
-        const V d13r = sign * (r1 - r3), d13i = sign * (i1 - i3);
-        store(re + k0, s02r + s13r);
-        store(im + k0, s02i + s13i);
-        if constexpr (Rotate) {
-            rotateStore<V, Shared>(re, im, k1, d02r - d13i, d02i + d13r, wr, wi, w);
-            rotateStore<V, Shared>(re, im, k2, s02r - s13r, s02i - s13i, wr + 2, wi + 2, w);
-            rotateStore<V, Shared>(re, im, k3, d02r + d13i, d02i - d13r, wr + 4, wi + 4, w);
-        } else {
-            store(re + k1, d02r - d13i);
-            store(im + k1, d02i + d13r);
-            store(re + k2, s02r - s13r);
-            store(im + k2, s02i - s13i);
-            store(re + k3, d02r + d13i);
-            store(im + k3, d02i - d13r);
+    // Computed once for each direction and P.
+    static const SmallDft& of(int direction, size_t fused) {
+        static const auto tables = [] {
+            std::array<std::array<SmallDft, kMaxFused + 1>, 2> t{};
+            for (int d = 0; d < 2; ++d)
+                for (size_t p = 1; p <= kMaxFused; ++p) t[d][p] = SmallDft(d ? 1 : -1, p);
+            return t;
+        }();
+        return tables[direction > 0][fused];
+    }
+
+    SmallDft() = default;
+
+    SmallDft(int direction, size_t fused) : sign(direction) {
+        const double angle72 = kTwoPi / 5.0;
+        s120 = sign * std::sqrt(0.75);
+        c72 = std::cos(angle72);
+        s72 = sign * std::sin(angle72);
+        c144 = std::cos(2 * angle72);
+        s144 = sign * std::sin(2 * angle72);
+        for (size_t t = 0; t < fused; ++t) {
+            const double angle = kTwoPi * static_cast<double>(t) / static_cast<double>(fused);
+            cosP[t] = std::cos(angle);
+            sinP[t] = sign * std::sin(angle);
         }
     }
 };
 
-struct Radix5 {
-    static constexpr bool kPairs = true;
-    static constexpr size_t rotationCount() { return 4; }
-    double c72, s72, c144, s144;  // sines signed with the direction
+// The P-point transform of x in place, outputs in natural order.
+template <size_t P, class V>
+[[gnu::always_inline]] inline void dft(const SmallDft& c, V* xr, V* xi) {
+    if constexpr (P == 2) {
+        const V r = xr[0] - xr[1], i = xi[0] - xi[1];
+        xr[0] += xr[1];
+        xi[0] += xi[1];
+        xr[1] = r;
+        xi[1] = i;
+    } else if constexpr (P == 3) {
+        const V sr = xr[1] + xr[2], si = xi[1] + xi[2];
+        const V dr = c.s120 * (xr[1] - xr[2]), di = c.s120 * (xi[1] - xi[2]);
+        const V tr = xr[0] - 0.5 * sr, ti = xi[0] - 0.5 * si;
+        xr[0] += sr;
+        xi[0] += si;
+        xr[1] = tr - di;
+        xi[1] = ti + dr;
+        xr[2] = tr + di;
+        xi[2] = ti - dr;
+    } else if constexpr (P == 4) {
+        const V s02r = xr[0] + xr[2], s02i = xi[0] + xi[2];
+        const V d02r = xr[0] - xr[2], d02i = xi[0] - xi[2];
+        const V s13r = xr[1] + xr[3], s13i = xi[1] + xi[3];
+        const V d13r = c.sign * (xr[1] - xr[3]), d13i = c.sign * (xi[1] - xi[3]);
+        xr[0] = s02r + s13r;
+        xi[0] = s02i + s13i;
+        xr[1] = d02r - d13i;
+        xi[1] = d02i + d13r;
+        xr[2] = s02r - s13r;
+        xi[2] = s02i - s13i;
+        xr[3] = d02r + d13i;
+        xi[3] = d02i - d13r;
+    } else {
+        static_assert(P == 5);
+        const V ar = xr[0], ai = xi[0];
+        const V s14r = xr[1] + xr[4], s14i = xi[1] + xi[4];
+        const V d14r = xr[1] - xr[4], d14i = xi[1] - xi[4];
+        const V s23r = xr[2] + xr[3], s23i = xi[2] + xi[3];
+        const V d23r = xr[2] - xr[3], d23i = xi[2] - xi[3];
+        const V a1r = ar + c.c72 * s14r + c.c144 * s23r;
+        const V a1i = ai + c.c72 * s14i + c.c144 * s23i;
+        const V a2r = ar + c.c144 * s14r + c.c72 * s23r;
+        const V a2i = ai + c.c144 * s14i + c.c72 * s23i;
+        const V b1r = c.s72 * d14r + c.s144 * d23r;
+        const V b1i = c.s72 * d14i + c.s144 * d23i;
+        const V b2r = c.s144 * d14r - c.s72 * d23r;
+        const V b2i = c.s144 * d14i - c.s72 * d23i;
+        xr[0] = ar + s14r + s23r;
+        xi[0] = ai + s14i + s23i;
+        xr[1] = a1r - b1i;
+        xi[1] = a1i + b1r;
+        xr[2] = a2r - b2i;
+        xi[2] = a2i + b2r;
+        xr[3] = a2r + b2i;
+        xi[3] = a2i - b2r;
+        xr[4] = a1r + b1i;
+        xi[4] = a1i - b1r;
+    }
+}
 
-    template <class V, bool Rotate, bool Shared>
-    void butterfly(FFT_BUTTERFLY_ARGS) const {
-        const size_t k1 = k0 + span;
-        const size_t k2 = k1 + span;
-        const size_t k3 = k2 + span;
-        const size_t k4 = k3 + span;
-        const V ar = load<V>(re + k0), ai = load<V>(im + k0);
-        const V r1 = load<V>(re + k1), i1 = load<V>(im + k1);
-        const V r2 = load<V>(re + k2), i2 = load<V>(im + k2);
-        const V r3 = load<V>(re + k3), i3 = load<V>(im + k3);
-        const V r4 = load<V>(re + k4), i4 = load<V>(im + k4);
-        const V s14r = r1 + r4, s14i = i1 + i4, d14r = r1 - r4, d14i = i1 - i4;
-        const V s23r = r2 + r3, s23i = i2 + i3, d23r = r2 - r3, d23i = i2 - i3;
-        store(re + k0, ar + s14r + s23r);
-        store(im + k0, ai + s14i + s23i);
-        const V a1r = ar + c72 * s14r + c144 * s23r;
-        const V a1i = ai + c72 * s14i + c144 * s23i;
-        const V a2r = ar + c144 * s14r + c72 * s23r;
-        const V a2i = ai + c144 * s14i + c72 * s23i;
-        const V b1r = s72 * d14r + s144 * d23r;
-        const V b1i = s72 * d14i + s144 * d23i;
-        const V b2r = s144 * d14r - s72 * d23r;
-        const V b2i = s144 * d14i - s72 * d23i;
-        if constexpr (Rotate) {
-            rotateStore<V, Shared>(re, im, k1, a1r - b1i, a1i + b1r, wr, wi, w);
-            rotateStore<V, Shared>(re, im, k2, a2r - b2i, a2i + b2r, wr + 2, wi + 2, w);
-            rotateStore<V, Shared>(re, im, k3, a2r + b2i, a2i - b2r, wr + 4, wi + 4, w);
-            rotateStore<V, Shared>(re, im, k4, a1r + b1i, a1i - b1r, wr + 6, wi + 6, w);
+// The pass of factor A of the factor list, or with B > 1 the passes of the neighbouring
+// factors A and then B at once: an A*B-point butterfly that leaves every value where the
+// two passes would. With x_q at q = q2 + B*q1, output r = j1 + A*j2 is
+//     sum_q x_q e^(2*pi*i*s*q*r/(A*B)),
+// taken as A-point transforms over q1, rotations by e^(2*pi*i*s*j1*q2/(A*B)) and B-point
+// transforms over q2; it goes to slot B*j1 + j2 with the rotation of output r of a stage of
+// radix A*B. Fusing spares a pass over the data, which matters most for the radix-2 passes.
+//
+// With Natural, the last pass runs after the permutation (see runPlan), which has put x_q at
+// point q1 + A*q2 and wants output r at point r.
+template <size_t A, size_t B, bool Natural = false>
+struct Radix {
+    static constexpr bool kPairs = true;
+    static constexpr size_t P = A * B;
+    static constexpr size_t rotationCount() { return P - 1; }
+    const SmallDft& c;
+
+    explicit Radix(int sign) : c(SmallDft::of(sign, P)) {}
+
+    // Flattened, so that the small arrays live in registers rather than memory.
+    template <class V, bool Rotate, bool Shared, class Lane>
+    [[gnu::always_inline, gnu::flatten]] inline void butterfly(FFT_BUTTERFLY_ARGS) const {
+        V xr[P], xi[P];
+        forEach<P>([&](auto q) {
+            constexpr size_t point = Natural ? q / B + A * (q % B) : q;
+            load(xr[q], re + k0 + point * span, lane);
+            load(xi[q], im + k0 + point * span, lane);
+        });
+        if constexpr (B == 1) {
+            dft<A>(c, xr, xi);
         } else {
-            store(re + k1, a1r - b1i);
-            store(im + k1, a1i + b1r);
-            store(re + k2, a2r - b2i);
-            store(im + k2, a2i + b2r);
-            store(re + k3, a2r + b2i);
-            store(im + k3, a2i - b2r);
-            store(re + k4, a1r + b1i);
-            store(im + k4, a1i - b1r);
+            V yr[P], yi[P];  // slot j1 * B + q2
+            forEach<B>([&](auto q2) {
+                V ur[A], ui[A];
+                forEach<A>([&](auto q1) {
+                    ur[q1] = xr[q2 + B * q1];
+                    ui[q1] = xi[q2 + B * q1];
+                });
+                dft<A>(c, ur, ui);
+                forEach<A>([&](auto j1) {
+                    constexpr size_t t = j1 * q2 % P;
+                    V vr = ur[j1], vi = ui[j1];
+                    if constexpr (4 * t == P) {
+                        vr = -c.sign * ui[j1];
+                        vi = c.sign * ur[j1];
+                    } else if constexpr (2 * t == P) {
+                        vr = -vr;
+                        vi = -vi;
+                    } else if constexpr (4 * t == 3 * P) {
+                        vr = c.sign * ui[j1];
+                        vi = -c.sign * ur[j1];
+                    } else if constexpr (t != 0) {
+                        vr = ur[j1] * c.cosP[t] - ui[j1] * c.sinP[t];
+                        vi = ur[j1] * c.sinP[t] + ui[j1] * c.cosP[t];
+                    }
+                    yr[j1 * B + q2] = vr;
+                    yi[j1 * B + q2] = vi;
+                });
+            });
+            forEach<A>([&](auto j1) { dft<B>(c, yr + j1 * B, yi + j1 * B); });
+            forEach<P>([&](auto s) {
+                xr[s] = yr[s];
+                xi[s] = yi[s];
+            });
         }
+        forEach<P>([&](auto s) {
+            constexpr size_t r = s / B + A * (s % B);
+            const size_t k = k0 + (Natural ? r : s) * span;
+            if constexpr (Rotate && r > 0) {
+                rotateStore<Shared>(re, im, k, xr[s], xi[s], wr + kInterleave * (r - 1),
+                                       wi + kInterleave * (r - 1), w, lane);
+            } else {
+                store(re + k, xr[s], lane);
+                store(im + k, xi[s], lane);
+            }
+        });
     }
 };
 
@@ -566,7 +793,7 @@ struct OddRadix {
     double* sumRe;  // pair sums at [q], differences at [p - q], q = 1 .. (p-1)/2
     double* sumIm;
 
-    template <class V, bool Rotate, bool Shared>
+    template <class V, bool Rotate, bool Shared, class Lane>
     void butterfly(FFT_BUTTERFLY_ARGS) const {
         static_assert(std::is_same_v<V, double>);
         const size_t half = (p - 1) / 2;
@@ -598,10 +825,12 @@ struct OddRadix {
             const size_t kj = k0 + j * span;
             const size_t kr = k0 + (p - j) * span;
             if constexpr (Rotate) {
-                rotateStore<double, Shared>(re, im, kj, xr - zi, xi + zr, wr + 2 * (j - 1),
-                                            wi + 2 * (j - 1), w);
-                rotateStore<double, Shared>(re, im, kr, xr + zi, xi - zr, wr + 2 * (p - j - 1),
-                                            wi + 2 * (p - j - 1), w);
+                rotateStore<Shared>(re, im, kj, xr - zi, xi + zr,
+                                            wr + kInterleave * (j - 1), wi + kInterleave * (j - 1),
+                                            w, lane);
+                rotateStore<Shared>(re, im, kr, xr + zi, xi - zr,
+                                            wr + kInterleave * (p - j - 1),
+                                            wi + kInterleave * (p - j - 1), w, lane);
             } else {
                 re[kj] = xr - zi;
                 im[kj] = xi + zr;
@@ -614,22 +843,28 @@ struct OddRadix {
 
 #undef FFT_BUTTERFLY_ARGS
 
-// Runs `count` butterflies, butterfly i starting at data index i * step; two at a time where
-// neighbouring butterflies sit side by side. Each butterfly has its own rotations (see
-// rotationIndex), or with Shared all of them use those at wr/wi[0].
-template <bool Rotate, bool Shared, class Kernel, class Step>
+// Runs `count` butterflies, butterfly i starting at data index i * step; where the kernel
+// allows it, as many at a time as a Wide vector holds, then two at a time. Each butterfly
+// has its own rotations (see rotationIndex), or with Shared all of them use those at wr/wi[0].
+template <class Wide, bool Rotate, bool Shared, class Kernel, class Step>
 void runButterflies(const Kernel& kernel, double* re, double* im, size_t count, Step step,
                     size_t span, const double* wr, const double* wi) {
     const size_t perButterfly = kernel.rotationCount();
+    auto rotations = [&](size_t i) { return Shared ? 0 : rotationIndex(i, perButterfly); };
     size_t i = 0;
-    if constexpr (Kernel::kPairs && std::is_same_v<Step, Unit>) {
+    if constexpr (Kernel::kPairs) {
+        if constexpr (kLanes<Wide> > 2) {
+            for (; i + kLanes<Wide> <= count; i += kLanes<Wide>)
+                kernel.template butterfly<Wide, Rotate, Shared>(re, im, i * step, span, wr, wi,
+                                                                rotations(i), step);
+        }
         for (; i + 2 <= count; i += 2)
-            kernel.template butterfly<Pair, Rotate, Shared>(re, im, i, span, wr, wi,
-                                                            Shared ? 0 : i * perButterfly);
+            kernel.template butterfly<Pair, Rotate, Shared>(re, im, i * step, span, wr, wi,
+                                                            rotations(i), step);
     }
     for (; i < count; ++i)
-        kernel.template butterfly<double, Rotate, Shared>(
-            re, im, i * step, span, wr, wi, Shared ? 0 : rotationIndex(i, perButterfly));
+        kernel.template butterfly<double, Rotate, Shared>(re, im, i * step, span, wr, wi,
+                                                          rotations(i), step);
 }
 
 // Geometry of one pass, in array indices (strides already multiplied by |iSign|).
@@ -642,46 +877,115 @@ struct Pass {
     size_t jc;     // distance between neighbouring elements of the dimension
     size_t inc;    // distance between neighbouring elements of the array
     size_t mp;     // butterflies per sub-sequence
+    size_t groups;  // sub-sequences: nt / kspan
+    size_t lines;   // jc / inc: elements of the earlier dimensions at each point
     const double* wr;
     const double* wi;
 };
 
-template <class Kernel, class Step>
+template <class Wide, class Kernel, class Step>
 void runPass(const Kernel& kernel, const Pass& a, Step step) {
-    if (a.mp == 1) {
-        // Last pass: no rotations.
-        if (a.jc == a.inc) {
-            runButterflies<false, true>(kernel, a.re, a.im, a.nt / a.kspan, a.kspan, a.span,
-                                        nullptr, nullptr);
+    if (a.wr == nullptr) {
+        // The last pass: no rotations.
+        if (a.span == a.inc) {
+            // One butterfly in each sub-sequence: run across them.
+            runButterflies<Wide, false, true>(kernel, a.re, a.im, a.groups, a.kspan,
+                                              a.span, nullptr, nullptr);
         } else {
             for (size_t g = 0; g < a.nt; g += a.kspan)
-                runButterflies<false, true>(kernel, a.re + g, a.im + g, a.jc / a.inc, step, a.span,
-                                            nullptr, nullptr);
+                runButterflies<Wide, false, true>(kernel, a.re + g, a.im + g, a.mp * a.lines, step,
+                                                  a.span, nullptr, nullptr);
         }
     } else if (a.jc == a.inc) {
         // Elements of the dimension are neighbours: run along the butterflies of each
         // sub-sequence, rotations in step.
         for (size_t g = 0; g < a.nt; g += a.kspan)
-            runButterflies<true, false>(kernel, a.re + g, a.im + g, a.mp, step, a.span, a.wr, a.wi);
+            runButterflies<Wide, true, false>(kernel, a.re + g, a.im + g, a.mp, step, a.span, a.wr, a.wi);
     } else {
         // A later dimension: run along the earlier dimensions, which share each rotation.
         for (size_t g = 0; g < a.nt; g += a.kspan) {
             for (size_t k = 0; k < a.mp; ++k) {
                 const size_t w = rotationIndex(k, kernel.rotationCount());
-                runButterflies<true, true>(kernel, a.re + g + k * a.jc, a.im + g + k * a.jc,
-                                           a.jc / a.inc, step, a.span, a.wr + w, a.wi + w);
+                runButterflies<Wide, true, true>(kernel, a.re + g + k * a.jc, a.im + g + k * a.jc,
+                                           a.lines, step, a.span, a.wr + w, a.wi + w);
             }
         }
     }
 }
 
-template <class Kernel>
+template <class Wide, class Kernel>
 void runPass(const Kernel& kernel, const Pass& a) {
     if (a.inc == 1)
-        runPass(kernel, a, Unit());
+        runPass<Wide>(kernel, a, Unit());
     else
-        runPass(kernel, a, a.inc);
+        runPass<Wide>(kernel, a, a.inc);
 }
+
+// Runs the pass of a stage of the factors a and b (b = 1: a alone) when both are 5 or less;
+// returns false for any other stage. Natural: the last pass, after the permutation.
+template <class Wide>
+bool runSmallRadix(int a, int b, int sign, const Pass& pass, bool natural) {
+    switch (16 * a + b) {
+        // clang-format off
+        case 16 * 2 + 1: runPass<Wide>(Radix<2, 1>(sign), pass); return true;
+        case 16 * 3 + 1: runPass<Wide>(Radix<3, 1>(sign), pass); return true;
+        case 16 * 4 + 1: runPass<Wide>(Radix<4, 1>(sign), pass); return true;
+        case 16 * 5 + 1: runPass<Wide>(Radix<5, 1>(sign), pass); return true;
+        // clang-format on
+        default: break;
+    }
+    if (natural) {
+        switch (16 * a + b) {
+            // clang-format off
+            case 16 * 2 + 2: runPass<Wide>(Radix<2, 2, true>(sign), pass); return true;
+            case 16 * 2 + 3: runPass<Wide>(Radix<2, 3, true>(sign), pass); return true;
+            case 16 * 3 + 2: runPass<Wide>(Radix<3, 2, true>(sign), pass); return true;
+            case 16 * 2 + 4: runPass<Wide>(Radix<2, 4, true>(sign), pass); return true;
+            case 16 * 4 + 2: runPass<Wide>(Radix<4, 2, true>(sign), pass); return true;
+            case 16 * 2 + 5: runPass<Wide>(Radix<2, 5, true>(sign), pass); return true;
+            case 16 * 5 + 2: runPass<Wide>(Radix<5, 2, true>(sign), pass); return true;
+            // clang-format on
+            default: return false;
+        }
+    }
+    switch (16 * a + b) {
+        // clang-format off
+        case 16 * 2 + 2: runPass<Wide>(Radix<2, 2>(sign), pass); return true;
+        case 16 * 2 + 3: runPass<Wide>(Radix<2, 3>(sign), pass); return true;
+        case 16 * 3 + 2: runPass<Wide>(Radix<3, 2>(sign), pass); return true;
+        case 16 * 2 + 4: runPass<Wide>(Radix<2, 4>(sign), pass); return true;
+        case 16 * 4 + 2: runPass<Wide>(Radix<4, 2>(sign), pass); return true;
+        case 16 * 2 + 5: runPass<Wide>(Radix<2, 5>(sign), pass); return true;
+        case 16 * 5 + 2: runPass<Wide>(Radix<5, 2>(sign), pass); return true;
+        // clang-format on
+        default: return false;
+    }
+}
+
+// fftUseWideVectors(false) keeps to the passes every processor runs.
+bool wideVectorsAllowed = true;
+
+#if defined(__x86_64__) || defined(__i386__)
+// The same passes compiled for processors with AVX2 and FMA, four butterflies at a time;
+// everything they call is compiled into them.
+[[gnu::target("avx2,fma"), gnu::flatten]] bool runSmallRadixWide(int a, int b, int sign,
+                                                                 const Pass& pass, bool natural) {
+    return runSmallRadix<Quad>(a, b, sign, pass, natural);
+}
+
+bool hasWideVectors() {
+    static const bool has = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    return has && wideVectorsAllowed;
+}
+#else
+bool runSmallRadixWide(int a, int b, int sign, const Pass& pass, bool natural) {
+    return runSmallRadix<Pair>(a, b, sign, pass, natural);
+}
+
+bool hasWideVectors() {
+    return false;
+}
+#endif
 
 // Data of one tile, row by row, at `stride` between neighbouring elements.
 void copyTile(double* tile, const double* x, size_t side, size_t rowDistance, size_t stride) {
@@ -695,14 +999,14 @@ void copyTile(double* tile, const double* x, size_t side, size_t rowDistance, si
 }
 
 // One array in one-dimensional order, by the tiles of buildTiles.
-void permuteTiles(double* x, size_t inc) {
-    const size_t side = scratch.tileSide;
-    const size_t rowDistance = side * scratch.tileRows * inc;
+void permuteTiles(const Plan& plan, double* x, size_t inc) {
+    const size_t side = plan.tileSide;
+    const size_t rowDistance = side * plan.tileRows * inc;
     const size_t tileDistance = side * inc;
-    const int* ql = scratch.perm + scratch.tileBase;
+    const int* ql = plan.perm + plan.tileBase;
     const int* qh = ql + side;
     const int* list = qh + side;
-    const size_t count = static_cast<size_t>(scratch.perm + scratch.tileListEnd - list);
+    const size_t count = static_cast<size_t>(plan.perm + plan.tileListEnd - list);
     double first[kMaxTileSide * kMaxTileSide];
     double other[kMaxTileSide * kMaxTileSide];
     size_t c = 0;
@@ -731,15 +1035,16 @@ void permuteTiles(double* x, size_t inc) {
 }
 
 // Moves the value at reversedPosition(k) to k along every line of the dimension.
-void permute(double* re, double* im, size_t nt, size_t ks, size_t jc, size_t inc) {
-    if (jc == inc && nt == ks && scratch.tileSide != 0 &&
-        scratch.tileSide * scratch.tileRows * sizeof(double) % kCacheSetSpan == 0) {
-        permuteTiles(re, inc);
-        permuteTiles(im, inc);
+void permute(const Plan& plan, double* re, double* im, size_t nt, size_t ks, size_t jc,
+             size_t inc) {
+    if (jc == inc && nt == ks && plan.tileSide != 0 &&
+        plan.tileSide * plan.tileRows * sizeof(double) % kCacheSetSpan == 0) {
+        permuteTiles(plan, re, inc);
+        permuteTiles(plan, im, inc);
         return;
     }
-    const int* list = scratch.perm;
-    const size_t swapEnd = 2 * scratch.swapCount;
+    const int* list = plan.perm;
+    const size_t swapEnd = 2 * plan.swapCount;
     if (jc == inc && nt == ks) {
         // One line of neighbouring elements: the common one-dimensional case.
         for (size_t c = 0; c < swapEnd; c += 2) {
@@ -766,7 +1071,7 @@ void permute(double* re, double* im, size_t nt, size_t ks, size_t jc, size_t inc
             }
         }
     }
-    const size_t count = scratch.permCount;
+    const size_t count = plan.permCount;
     size_t c = swapEnd;
     while (c < count) {
         size_t end = c + 1;
@@ -790,6 +1095,130 @@ void permute(double* re, double* im, size_t nt, size_t ks, size_t jc, size_t inc
     }
 }
 
+// A stage of a large prime factor p. Since 2jq = j^2 + q^2 - (j - q)^2, each butterfly
+//     X_j = sum_q x_q e^(2*pi*i*s*j*q/p) = c_j * sum_q (x_q c_q) conj(c_(j-q))
+// with c_t = e^(i*pi*s*t^2/p): a cyclic convolution, of any length m >= 2p - 1, carried out
+// by transforms of length m. Butterflies that neighbour each other in memory are convolved
+// together, as the rows of a two-dimensional transform.
+void runLargePrime(const Plan& plan, int f, const Pass& a) {
+    const size_t p = static_cast<size_t>(plan.factors[f]);
+    const size_t m = convolutionPlan.length;
+    const double* cr = plan.rotRe + plan.chirpBase[f];
+    const double* ci = plan.rotIm + plan.chirpBase[f];
+    const double* filterRe = cr + p;
+    const double* filterIm = ci + p;
+    const size_t perSequence = a.mp * a.lines;
+    for (size_t g = 0; g < a.nt; g += a.kspan) {
+        for (size_t e = 0; e < perSequence; e += plan.chirpBatch) {
+            const size_t batch = std::min(plan.chirpBatch, perSequence - e);
+            double* re = a.re + g + e * a.inc;
+            double* im = a.im + g + e * a.inc;
+            double* rowRe = plan.tmpRe;
+            double* rowIm = plan.tmpIm;
+            for (size_t q = 0; q < p; ++q, rowRe += batch, rowIm += batch) {
+                const double* xr = re + q * a.span;
+                const double* xi = im + q * a.span;
+                for (size_t b = 0; b < batch; ++b) {
+                    const double x = xr[b * a.inc], y = xi[b * a.inc];
+                    rowRe[b] = x * cr[q] - y * ci[q];
+                    rowIm[b] = x * ci[q] + y * cr[q];
+                }
+            }
+            std::fill(rowRe, plan.tmpRe + m * batch, 0.0);
+            std::fill(rowIm, plan.tmpIm + m * batch, 0.0);
+            convolve(plan.tmpRe, plan.tmpIm, batch, plan.sign);
+            rowRe = plan.tmpRe;
+            rowIm = plan.tmpIm;
+            for (size_t k = 0; k < m; ++k, rowRe += batch, rowIm += batch) {
+                for (size_t b = 0; b < batch; ++b) {
+                    const double x = rowRe[b], y = rowIm[b];
+                    rowRe[b] = x * filterRe[k] - y * filterIm[k];
+                    rowIm[b] = x * filterIm[k] + y * filterRe[k];
+                }
+            }
+            convolve(plan.tmpRe, plan.tmpIm, batch, -plan.sign);
+            rowRe = plan.tmpRe;
+            rowIm = plan.tmpIm;
+            for (size_t j = 0; j < p; ++j, rowRe += batch, rowIm += batch) {
+                double* xr = re + j * a.span;
+                double* xi = im + j * a.span;
+                for (size_t b = 0; b < batch; ++b) {
+                    double x = rowRe[b] * cr[j] - rowIm[b] * ci[j];
+                    double y = rowRe[b] * ci[j] + rowIm[b] * cr[j];
+                    if (a.mp > 1 && j > 0) {
+                        // Rotated by w^(j*k) for butterfly k, as the other radices do.
+                        const size_t k = a.lines == 1 ? e + b : (e + b) / a.lines;
+                        const size_t w = rotationIndex(k, p - 1) + kInterleave * (j - 1);
+                        const double t = x * a.wr[w] - y * a.wi[w];
+                        y = x * a.wi[w] + y * a.wr[w];
+                        x = t;
+                    }
+                    xr[b * a.inc] = x;
+                    xi[b * a.inc] = y;
+                }
+            }
+        }
+    }
+}
+
+// Runs the passes of every factor over one dimension, then the permutation. nt: end of the
+// data, ks: span of the dimension's sequences, jc: distance between their neighbouring
+// elements, inc: distance between neighbouring elements of the array.
+void runPlan(const Plan& plan, double* re, double* im, size_t nt, size_t ks, size_t jc,
+             size_t inc) {
+    const int s = plan.sign;
+    // Geometry by multiplication where it can be: divisions cost more than a short transform.
+    const size_t blocks = nt == ks ? 1 : nt / ks;
+    Pass pass{re, im, nt, ks, 0, jc, inc, 0, blocks, jc == inc ? 1 : jc / inc, nullptr, nullptr};
+    // The last pass transforms groups of neighbouring points without rotations, and the
+    // permutation takes each group to points spaced as those of a first pass. Done after the
+    // permutation, a small radix's last pass therefore runs along neighbouring butterflies,
+    // whole vectors at a time, instead of gathering each vector from separate butterflies.
+    const int last = plan.stageCount - 1;
+    const bool lastAfterPermutation = plan.factors[plan.stageFirst[last]] <= 5;
+    for (int t = 0; t <= last; ++t) {
+        const bool natural = t == last && lastAfterPermutation;
+        if (natural) {
+            permute(plan, re, im, nt, ks, jc, inc);
+            pass.kspan = ks;
+            pass.groups = blocks;
+        }
+        const int f = plan.stageFirst[t];
+        const int a = plan.factors[f];
+        const int b = plan.stageSize[t] == 2 ? plan.factors[f + 1] : 1;
+        pass.mp = natural ? plan.length / stageRadix(plan, t) : plan.stageSpan[t];
+        pass.span = pass.mp * jc;
+        pass.wr = t == last ? nullptr : plan.rotRe + plan.stageBase[t];
+        pass.wi = t == last ? nullptr : plan.rotIm + plan.stageBase[t];
+        const bool small = hasWideVectors() ? runSmallRadixWide(a, b, s, pass, natural)
+                                            : runSmallRadix<Pair>(a, b, s, pass, natural);
+        if (!small && isLargePrime(a)) {
+            runLargePrime(plan, f, pass);
+        } else if (!small) {
+            runPass<Pair>(OddRadix{static_cast<size_t>(a), plan.rotRe + plan.oddBase[f],
+                                   plan.rotIm + plan.oddBase[f], plan.tmpRe, plan.tmpIm},
+                          pass);
+        }
+        pass.kspan = pass.span;
+        pass.groups *= stageRadix(plan, t);
+    }
+    if (!lastAfterPermutation) permute(plan, re, im, nt, ks, jc, inc);
+}
+
+void releasePlan(Plan& plan) {
+    std::free(plan.rotRe);
+    std::free(plan.rotIm);
+    std::free(plan.tmpRe);
+    std::free(plan.tmpIm);
+    std::free(plan.perm);
+    plan = Plan();
+}
+
+size_t planBytes(const Plan& plan) {
+    return 2 * (plan.rotCapacity + plan.tmpCapacity) * sizeof(double) +
+           plan.permCapacity * sizeof(int);
+}
+
 }  // namespace
 
 int fftradix(double Re[], double Im[], size_t nTotal, size_t nPass, size_t nSpan, int iSign,
@@ -802,46 +1231,11 @@ int fftradix(double Re[], double Im[], size_t nTotal, size_t nPass, size_t nSpan
     }
     const int sign = iSign < 0 ? -1 : 1;
     const size_t inc = static_cast<size_t>(iSign < 0 ? -static_cast<long>(iSign) : iSign);
-    if (!preparePlan(nPass, sign, maxFactors > 0 ? static_cast<size_t>(maxFactors) : 0,
+    if (!preparePlan(mainPlan, nPass, sign, maxFactors > 0 ? static_cast<size_t>(maxFactors) : 0,
                      maxPerm > 0 ? static_cast<size_t>(maxPerm) : 0))
         return -1;
 
-    const size_t nt = nTotal * inc;
-    const size_t ks = nSpan * inc;
-    const size_t jc = ks / nPass;
-    const double s = sign;
-    const double angle72 = kTwoPi / 5.0;
-    Pass pass{Re, Im, nt, ks, 0, jc, inc, 0, nullptr, nullptr};
-    for (int f = 0; f < scratch.factorCount; ++f) {
-        const int p = scratch.factors[f];
-        pass.span = pass.kspan / static_cast<size_t>(p);
-        pass.mp = pass.span / jc;
-        pass.wr = scratch.rotRe + scratch.stageBase[f];
-        pass.wi = scratch.rotIm + scratch.stageBase[f];
-        switch (p) {
-            case 2:
-                runPass(Radix2{}, pass);
-                break;
-            case 3:
-                runPass(Radix3{s * std::sqrt(0.75)}, pass);
-                break;
-            case 4:
-                runPass(Radix4{s}, pass);
-                break;
-            case 5:
-                runPass(Radix5{std::cos(angle72), s * std::sin(angle72), std::cos(2 * angle72),
-                               s * std::sin(2 * angle72)},
-                        pass);
-                break;
-            default:
-                runPass(OddRadix{static_cast<size_t>(p), scratch.rotRe + scratch.oddBase[f],
-                                 scratch.rotIm + scratch.oddBase[f], scratch.tmpRe, scratch.tmpIm},
-                        pass);
-                break;
-        }
-        pass.kspan = pass.span;
-    }
-    permute(Re, Im, nt, ks, jc, inc);
+    runPlan(mainPlan, Re, Im, nTotal * inc, nSpan * inc, nSpan * inc / nPass, inc);
     return 0;
 }
 
@@ -898,16 +1292,15 @@ double fftFrequency(int n, int i) {
     return static_cast<double>(i) / n;
 }
 
+void fftUseWideVectors(bool use) {
+    wideVectorsAllowed = use;
+}
+
 void fftFreeScratch() {
-    std::free(scratch.rotRe);
-    std::free(scratch.rotIm);
-    std::free(scratch.tmpRe);
-    std::free(scratch.tmpIm);
-    std::free(scratch.perm);
-    scratch = Scratch();
+    releasePlan(mainPlan);
+    releasePlan(convolutionPlan);
 }
 
 size_t fftScratchSize() {
-    return 2 * (scratch.rotCapacity + scratch.tmpCapacity) * sizeof(double) +
-           scratch.permCapacity * sizeof(int);
+    return planBytes(mainPlan) + planBytes(convolutionPlan);
 }

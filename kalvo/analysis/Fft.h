@@ -6,11 +6,12 @@
 // data held as separate real and imaginary arrays and transformed in place.
 //
 // Lengths are factored into 4s, square roots of square factors and the remaining primes;
-// radix 2, 3, 4 and 5 have butterflies of their own and any other odd prime goes through a
-// general odd-radix butterfly (slower, quadratic in that factor). A length may have at most
-// 11 factors. Rotation tables, the digit-reversal permutation and the odd-radix temporaries
-// live in module-wide scratch memory that only grows, so repeating a transform of the same
-// length allocates nothing. Not thread-safe: one transform at a time.
+// radix 2, 3, 4 and 5 have butterflies of their own, small odd primes go through a general
+// odd-radix butterfly, and large primes through a chirp convolution carried out by transforms
+// of a length of factors 2, 3 and 5, so that every length costs O(n log n). A length may have
+// at most 11 factors. Rotation and chirp tables, the digit-reversal permutation and the
+// temporaries live in module-wide scratch memory that only grows, so repeating a transform of
+// the same length allocates nothing. Not thread-safe: one transform at a time.
 //
 // Failures are written to the standard error stream and reported by a return of -1.
 
@@ -46,6 +47,11 @@ int fftradix(double Re[], double Im[], size_t nTotal, size_t nPass, size_t nSpan
 // Frequency of bin i of an n-point transform as a fraction of the sample rate: i / n up to
 // n / 2, negative -(n - i) / n above it, 0.0 for i >= n (or n < 1).
 double fftFrequency(int n, int i);
+
+// On processors with AVX2 and FMA the passes of radix 2 to 5 run four butterflies at a time;
+// false keeps them to the two-at-a-time passes every processor runs (results equal to
+// rounding). On by default.
+void fftUseWideVectors(bool use);
 
 // Releases all scratch memory; the next transform allocates it again.
 void fftFreeScratch();

@@ -121,15 +121,66 @@ TEST(Fft, matchesDirectDftForEveryLengthUpTo300) {
             expectMatchesDirectDft({n}, iSign, kScalingModes[(n + (iSign > 0)) % 5], 1e-13, n);
 }
 
-TEST(Fft, lengthsWithLargePrimeFactors) {
-    for (int n : {1009, 2 * 1013, 3 * 3 * 3 * 7 * 11 * 13, 10007, 4 * 4 * 17 * 17 * 3})
+// Primes and lengths with large prime factors, which go through chirp convolutions: alone,
+// beside small factors, twice (a square), two different ones, and beside the general odd
+// radix. The direction alternates, and with it the sign of the chirp tables.
+TEST(Fft, primesAndLengthsWithLargePrimeFactors) {
+    for (int n : {53, 97, 1009, 10007, 2 * 1013, 16 * 1009, 2 * 3 * 5 * 211, 3 * 5 * 7 * 53,
+                  59 * 59, 53 * 59, 4 * 4 * 17 * 17 * 3, 3 * 3 * 3 * 7 * 11 * 13})
         for (int iSign : {1, -1}) expectMatchesDirectDft({n}, iSign, -1.0, 1e-12, n);
+    // A stretch of 100,003 samples, one direction: the direct reference is the slow part.
+    expectMatchesDirectDft({100003}, -1, 0.0, 1e-12, 5);
+}
+
+// Forward then back is the identity for every kind of factor, including a large prime
+// convolved in batches of neighbouring butterflies.
+TEST(Fft, inverseTransformRestoresTheSignal) {
+    for (int n : {1, 2, 60, 7 * 16, 101 * 64, 1009 * 3, 4 * 4 * 4 * 3 * 5 * 5}) {
+        SCOPED_TRACE("n " + std::to_string(n));
+        const Signal x = randomSignal(static_cast<size_t>(n), 3);
+        Signal y = x;
+        const int dims[] = {n};
+        ASSERT_EQ(0, fftns(1, dims, y.re.data(), y.im.data(), 1, 0.0));
+        ASSERT_EQ(0, fftns(1, dims, y.re.data(), y.im.data(), -1, -1.0));
+        double worst = 0.0;
+        for (int i = 0; i < n; ++i)
+            worst = std::max(worst, std::hypot(y.re[i] - x.re[i], y.im[i] - x.im[i]));
+        EXPECT_LT(worst, 1e-13);
+    }
+}
+
+// With |iSign| = 2 the real and imaginary parts sit side by side in one array; the result is
+// the same as with separate arrays.
+TEST(Fft, interleavedComplexData) {
+    for (const std::vector<int>& dims :
+         std::vector<std::vector<int>>{{360}, {1009}, {3 * 1013}, {61, 6}, {4, 53}}) {
+        size_t total = 1;
+        for (int d : dims) total *= static_cast<size_t>(d);
+        SCOPED_TRACE("dims " + std::to_string(dims[0]) + ", total " + std::to_string(total));
+        const Signal x = randomSignal(total, 17);
+        for (int iSign : {2, -2}) {
+            Signal y = x;
+            std::vector<double> data(2 * total);
+            for (size_t i = 0; i < total; ++i) {
+                data[2 * i] = x.re[i];
+                data[2 * i + 1] = x.im[i];
+            }
+            const int ndim = static_cast<int>(dims.size());
+            ASSERT_EQ(0, fftns(ndim, dims.data(), y.re.data(), y.im.data(), iSign / 2, 0.0));
+            ASSERT_EQ(0, fftns(ndim, dims.data(), data.data(), data.data() + 1, iSign, 0.0));
+            double worst = 0.0;
+            for (size_t i = 0; i < total; ++i)
+                worst = std::max(worst, std::hypot(data[2 * i] - y.re[i], data[2 * i + 1] - y.im[i]));
+            EXPECT_LT(worst, 1e-10) << "iSign " << iSign;
+        }
+    }
 }
 
 TEST(Fft, twoAndThreeDimensions) {
     const std::vector<std::vector<int>> shapes = {{8, 8},   {6, 10},    {16, 9},   {1, 13},
                                                   {13, 1},  {7, 12, 5}, {4, 1, 9}, {2, 3, 2},
-                                                  {11, 11}, {6, 7, 5}};
+                                                  {11, 11}, {6, 7, 5}, {53, 6},
+                                                  {3, 61},  {41, 43},   {2, 59, 3}};
     for (const auto& dims : shapes)
         for (int iSign : {1, -1})
             for (double scaling : kScalingModes)
@@ -151,6 +202,26 @@ TEST(Fft, longLengthsPermutedByTiles) {
             EXPECT_LT(worstRootError(re, im, iSign, 1), 1e-12);
             expectMatchesDirectDft({n}, iSign, -1.0, 1e-12, static_cast<unsigned>(n));
         }
+    }
+}
+
+// The two-at-a-time passes that processors without AVX2 run give the same transforms: every
+// small radix and their pairs, interleaved data, two dimensions and a long tiled length.
+TEST(Fft, passesWithoutWideVectors) {
+    fftUseWideVectors(false);
+    for (int n = 1; n <= 130; ++n) expectMatchesDirectDft({n}, n % 2 ? 1 : -1, -1.0, 1e-13, n);
+    for (int n : {1000, 2048, 3840, 1009 * 4}) expectMatchesDirectDft({n}, -1, 0.0, 1e-12, n);
+    expectMatchesDirectDft({12, 20}, 1, 0.0, 1e-13, 3);
+    expectMatchesDirectDft({40960}, -1, 0.0, 1e-12, 4);
+    const int dims[] = {60};
+    std::vector<double> data(2 * 60, 0.0);
+    data[2] = 1.0;
+    EXPECT_EQ(0, fftns(1, dims, data.data(), data.data() + 1, -2, 0.0));
+    fftUseWideVectors(true);
+    for (int k = 0; k < 60; ++k) {
+        const double angle = -2.0 * std::numbers::pi * k / 60;
+        EXPECT_NEAR(data[2 * k], std::cos(angle), 1e-14);
+        EXPECT_NEAR(data[2 * k + 1], std::sin(angle), 1e-14);
     }
 }
 
@@ -209,20 +280,36 @@ TEST(Fft, frequencyOfEachBin) {
         EXPECT_DOUBLE_EQ(frequency, fftFrequency(n, bin)) << n << " bin " << bin;
 }
 
-TEST(Fft, scratchOnlyGrowsAndIsReleased) {
-    fftFreeScratch();
-    Signal x = randomSignal(3 * 7 * 11 * 16, 9);
-    const int dims[] = {3 * 7 * 11 * 16};
-    ASSERT_EQ(0, fftns(1, dims, x.re.data(), x.im.data(), -1, 0.0));
-    const size_t grown = fftScratchSize();
-    EXPECT_GT(grown, 0u);
-    ASSERT_EQ(0, fftns(1, dims, x.re.data(), x.im.data(), 1, -1.0));
-    EXPECT_EQ(grown, fftScratchSize()) << "repeated length reallocated";
-    const int smaller[] = {100};
-    ASSERT_EQ(0, fftns(1, smaller, x.re.data(), x.im.data(), 1, 0.0));
-    EXPECT_EQ(grown, fftScratchSize()) << "scratch shrank";
+// Scratch only grows through its capacities, so an unchanged size means that nothing was
+// allocated.
+TEST(Fft, scratchIsKeptForRepeatedLengthsAndReleased) {
+    const std::vector<std::vector<int>> shapes = {
+        {3 * 7 * 11 * 16}, {10007}, {16 * 1009}, {1009, 3}, {59, 61}};
+    for (const std::vector<int>& dims : shapes) {
+        SCOPED_TRACE("dims " + std::to_string(dims[0]) + " x " + std::to_string(dims.size()));
+        size_t total = 1;
+        for (int d : dims) total *= static_cast<size_t>(d);
+        Signal x = randomSignal(total, 9);
+        const int ndim = static_cast<int>(dims.size());
+        fftFreeScratch();
+        EXPECT_EQ(0u, fftScratchSize());
+        ASSERT_EQ(0, fftns(ndim, dims.data(), x.re.data(), x.im.data(), -1, 0.0));
+        const size_t grown = fftScratchSize();
+        EXPECT_GT(grown, 0u);
+        for (int iSign : {1, -1, 1}) {
+            ASSERT_EQ(0, fftns(ndim, dims.data(), x.re.data(), x.im.data(), iSign, -1.0));
+            EXPECT_EQ(grown, fftScratchSize()) << "repeated length reallocated";
+        }
+        const int smaller[] = {100};
+        ASSERT_EQ(0, fftns(1, smaller, x.re.data(), x.im.data(), 1, 0.0));
+        EXPECT_LE(grown, fftScratchSize()) << "scratch shrank";
+    }
     fftFreeScratch();
     EXPECT_EQ(0u, fftScratchSize());
-    // Released scratch is rebuilt on demand and still gives the right answer.
+    // Released scratch is rebuilt on demand and still gives the right answer, as do tables
+    // rebuilt for one length after another.
     expectMatchesDirectDft({3 * 7 * 11 * 16}, 1, 0.0, 1e-13, 9);
+    expectMatchesDirectDft({1009}, 1, 0.0, 1e-12, 9);
+    expectMatchesDirectDft({10007}, -1, 0.0, 1e-12, 9);
+    expectMatchesDirectDft({1009}, 1, 0.0, 1e-12, 10);
 }
