@@ -1,4 +1,6 @@
 // The Kalvo viewer: disturbance records in a window. `kalvo view` hands over to it.
+#include <malloc.h>
+
 #include <cstdio>
 #include <cstring>
 
@@ -8,6 +10,13 @@
 #include "ViewerOptions.h"
 
 int main(int argc, char** argv) {
+    // Every frame the window's renderer takes picture buffers of some megabytes and gives
+    // them back. Left to the defaults those come fresh from the system each time, and
+    // touching their new pages costs a fifth of the viewer's time while a view pans; kept in
+    // the heap they are used again. Records' sample arrays are far larger than this and
+    // still go back to the system when their tab closes.
+    mallopt(M_MMAP_THRESHOLD, 32 << 20);
+    mallopt(M_TRIM_THRESHOLD, 128 << 20);
     try {
         ViewerOptions options(argc, argv);
         if (options.help) {
