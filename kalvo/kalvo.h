@@ -116,6 +116,7 @@
 #include <kalvo/toolkit/widgets/KScrollPane.h>
 #include <kalvo/toolkit/widgets/KSlider.h>
 #include <kalvo/toolkit/widgets/KSpinControl.h>
+#include <kalvo/toolkit/widgets/KTableExt.h>
 #include <kalvo/toolkit/widgets/KViewport.h>
 
 // resources
@@ -127,6 +128,7 @@
 #include <kalvo/host/headless/KCanvas.h>
 
 // graph
+#include <kalvo/graph/KBarGraphPanel.h>
 #include <kalvo/graph/KCurve.h>
 #include <kalvo/graph/KCurveClient.h>
 #include <kalvo/graph/KGraphAxis.h>
@@ -150,4 +152,10 @@
 
 // analysis
 #include <kalvo/analysis/Fft.h>
+#include <kalvo/analysis/KAnalysisText.h>
 #include <kalvo/analysis/KFftTransform.h>
+#include <kalvo/analysis/KFreqGraph.h>
+#include <kalvo/analysis/KHarmonicFrame.h>
+#include <kalvo/analysis/KPhasorFrame.h>
+#include <kalvo/analysis/KPhasorPanel.h>
+#include <kalvo/analysis/KSymmetricalComponents.h>

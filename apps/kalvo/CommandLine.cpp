@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -99,6 +100,11 @@ CommandLine::CommandLine(int argc, char** argv, int first, int accepted) {
             height = static_cast<int>(h);
         } else if ((accepted & PICTURE) && is(a, "--dark")) {
             dark = true;
+        } else if ((accepted & SEQUENCE) && is(a, "--rotation")) {
+            rotation = value(i);
+            for (char& c : rotation) c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
+            if (rotation != "ABC" && rotation != "ACB")
+                KException::raise("Usage", "--rotation needs ABC or ACB, not '%s'", argv[i]);
         } else if ((accepted & PLOT) && is(a, "--view")) {
             view = value(i);
         } else if ((accepted & PLOT) && is(a, "--x")) {

@@ -20,6 +20,7 @@ public:
         CONVERT = 32,   // --format F, --revision Y
         PICTURE = 64,   // --markers T1,T2, --size WxH, --dark
         PLOT = 128,     // --view V, --x CH, --y CH, --mode M, --loop L, --k0 M,A, --mho, --quad
+        SEQUENCE = 256, // --rotation ABC|ACB
     };
 
     // A relay zone of --mho REACH,ANGLE[,OFFSET] or --quad X,R,ANGLE.
@@ -56,6 +57,7 @@ public:
     bool hasK0 = false;
     double k0Magnitude = 0.0, k0Degrees = 0.0;  // --k0 MAG,ANGLE
     std::vector<Zone> zones;           // --mho and --quad, in order
+    std::string rotation = "ABC";      // --rotation: the phase rotation, upper case
     KTextEncoding::Encoding encoding = KTextEncoding::AUTO;
 
 private:

@@ -10,6 +10,7 @@
 #include <kalvo/foundation/KVector.h>
 #include <kalvo/io/KComtradeReader.h>
 
+#include "AnalysisStretch.h"
 #include "ChannelSelection.h"
 #include "DisplayText.h"
 #include "RecordSource.h"
@@ -96,67 +97,15 @@ int HarmonicsCommand::run(const CommandLine& options, FILE* out) {
                                         .select(options.channels, ChannelSelection::ANALOG);
     if (traces.empty())
         KException::raise("Harmonics", "%s has no analog channels", source.getName().c_str());
-    const double lineFrequency = atof(r.getProperty(KComtradeReader::LINE_FREQUENCY).c_str());
-    const double cycle = lineFrequency > 0 ? 1.0 / lineFrequency : 0.0;
-    const int count = r.getSampleCount();
-    if (count == 0) KException::raise("Harmonics", "%s holds no samples", source.getName().c_str());
-    const double* all = r.getXData();
-    const bool chosen = options.hasFrom || options.hasTo;
-    double from = options.hasFrom ? options.from : r.getTriggerValue();
-    double to = options.hasTo ? options.to : from + cycle;
-    if (!options.hasFrom && options.hasTo) from = to - cycle;
-    if (!chosen) {
-        // The cycle at the trigger, moved inside the record when it does not fit there; the
-        // whole record when it is shorter than a cycle or has no line frequency.
-        const double step = count > 1 ? all[1] - all[0] : 0.0;
-        const double last = all[count - 1] + step;
-        if (to > last) to = last, from = to - cycle;
-        if (from < all[0] || cycle == 0.0) from = all[0], to = std::min(from + cycle, last);
-        if (cycle == 0.0) to = last;
-    }
-    if (!(to > from))
-        KException::raise("Usage", "the record has no line frequency: give --from and --to");
-    // Samples from from up to to, a nanosecond of slack for computed times.
-    constexpr double SLACK = 1e-9;
-    int first = 0;
-    while (first < count && all[first] < from - SLACK) ++first;
-    int end = first;
-    while (end < count && all[end] < to - SLACK) ++end;
-    if (!chosen && first < count) {
-        // A stretch of one sampling rate: cut where the rate changes, or, with too few samples
-        // in a cycle, as many as keep one rate from the start of the stretch.
-        auto sameStep = [&](int i) {
-            const double step = all[first + 1] - all[first];
-            return std::fabs((all[i] - all[i - 1]) - step) <= 1e-3 * step;
-        };
-        if (end - first < 2) end = std::min(count, first + 2) + (first + 2 <= count ? 1024 : 0);
-        end = std::min(end, count);
-        int k = first + 2;
-        while (k < end && sameStep(k)) ++k;
-        end = std::min(end, k);
-    }
-    const int n = end - first;
-    if (n < 2)
-        KException::raise("Usage",
-                          "%s has %s from %s s to %s s; at least 2 are needed (the record spans "
-                          "%s s to %s s from the trigger)",
-                          source.getName().c_str(), RecordSource::count(n, "sample").c_str(),
-                          RecordSource::seconds(from).c_str(), RecordSource::seconds(to).c_str(),
-                          RecordSource::seconds(all[0]).c_str(),
-                          RecordSource::seconds(all[count - 1]).c_str());
-    const double* x = all + first;
-    const double step = x[1] - x[0];
-    for (int i = 1; i < n; ++i)
-        if (std::fabs((x[i] - x[i - 1]) - step) > 1e-3 * step)
-            KException::raise("Usage",
-                              "the sampling rate changes at %s s, inside the stretch; choose "
-                              "a stretch of one rate",
-                              RecordSource::seconds(x[i - 1]).c_str());
+    const AnalysisStretch window = AnalysisStretch::choose(r, options, source.getName(), "Harmonics");
+    const int first = window.first;
+    const int n = window.end - first;
+    const double* x = r.getXData() + first;
+    const double lineFrequency = window.lineFrequency;
+    const double length = window.to - window.from;
     // Harmonic h sits in bin h * cycles when the stretch is whole cycles of the line.
-    const double length = n * step;
-    int cycles = lineFrequency > 0 ? static_cast<int>(std::lround(length * lineFrequency)) : 0;
-    const bool whole = cycles >= 1 && std::fabs(length * lineFrequency - cycles) < 0.01;
-    if (!whole) cycles = 1;
+    const bool whole = window.cycles >= 1;
+    const int cycles = whole ? window.cycles : 1;
     const int top = std::min(options.maxHarmonic, n / 2 / cycles);
     const double base = whole ? lineFrequency : 1.0 / length;
 

@@ -12,6 +12,7 @@
 #include <kalvo/graph/KGraphFrame.h>
 #include <kalvo/host/headless/KCanvas.h>
 
+#include "AnalysisViews.h"
 #include "ChannelSelection.h"
 #include "OutputFile.h"
 #include "PlotViews.h"
@@ -21,6 +22,8 @@ const char* const RenderCommand::HELP =
     "usage: kalvo render [FILE] -o OUT.png|svg|pdf|emf [--view VIEW] [--channels LIST]\n"
     "                    [--from T] [--to T] [--markers T1,T2] [--size WxH] [--dark]\n"
     "                    [--primary] [--encoding NAME]\n"
+    "       kalvo render [FILE] -o OUT --view harmonic|phasor [--markers T1,T2]\n"
+    "                    [--rotation ABC|ACB]\n"
     "       kalvo render [FILE] -o OUT --view plot --x CH --y CH [--mode xy|polar|scatter]\n"
     "       kalvo render [FILE] -o OUT --view impedance --loop AG|BG|CG|AB|BC|CA [--k0 MAG,ANGLE]\n"
     "                    [--mho REACH,ANGLE[,OFFSET]]... [--quad X,R,ANGLE]...\n"
@@ -39,15 +42,24 @@ const char* const RenderCommand::HELP =
     "             impedance of each --loop (from one-cycle phasors) on the R-X plane, coloured\n"
     "             by time, with the zones given and where the locus enters them; ohms are\n"
     "             primary with --primary, else secondary\n"
+    "  harmonic   the harmonic frame: the analog channels (the first 12 unless --channels\n"
+    "             names them) over time, the spectrum of the stretch between the markers and\n"
+    "             the table of its harmonics\n"
+    "  phasor     the phasor frame: three analog channels (the first set of phases A, B and C\n"
+    "             unless --channels names them) over time, their phasors over the stretch\n"
+    "             between the markers and their positive-, negative- and zero-sequence\n"
+    "             components\n"
     "\n"
     "  -o OUT           the picture to write; its extension chooses the format\n"
-    "  --view VIEW      time, plot or impedance\n"
+    "  --view VIEW      time, plot, impedance, harmonic or phasor\n"
     "  --channels LIST  channel names or numbers (from 1), separated by commas; all by default;\n"
     "                   for the impedance, the phase voltages and currents VA,VB,VC,IA,IB,IC\n"
     "                   (found by their names and units by default)\n"
     "  --from T         first time shown, in seconds from the trigger\n"
     "  --to T           last time shown, in seconds from the trigger\n"
-    "  --markers T1,T2  shows markers X and O at these times, with their read-outs\n"
+    "  --markers T1,T2  shows markers X and O at these times, with their read-outs; for the\n"
+    "                   harmonic and phasor views the stretch analysed (by default the cycle of\n"
+    "                   the line that starts at the trigger)\n"
     "  --size WxH       the picture's size in pixels (1600x900 by default); taller when the\n"
     "                   graphs need it\n"
     "  --dark           light curves on a dark plot\n"
@@ -59,6 +71,7 @@ const char* const RenderCommand::HELP =
     "  --mho R,A[,O]    a mho zone: reach R ohms at A degrees, offset O ohms back; repeatable\n"
     "  --quad X,R,A     a quadrilateral zone: reactive reach X and resistive reach R ohms,\n"
     "                   line angle A degrees; repeatable\n"
+    "  --rotation R     the phasor view's phase rotation, ABC (default) or ACB\n"
     "  --primary        values on the primary side of the instrument transformers\n"
     "  --encoding NAME  character set of the texts: auto (default), utf-8, latin1, cp1251, gbk\n";
 
@@ -121,6 +134,8 @@ const struct {
     {"time", renderTime},
     {"plot", PlotViews::renderPlot},
     {"impedance", PlotViews::renderImpedance},
+    {"harmonic", AnalysisViews::renderHarmonic},
+    {"phasor", AnalysisViews::renderPhasor},
 };
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include "HarmonicsCommand.h"
 #include "ImpedanceCommand.h"
 #include "InfoCommand.h"
+#include "PhasorsCommand.h"
 #include "RenderCommand.h"
 #include "ViewCommand.h"
 
@@ -32,11 +33,13 @@ const char* const USAGE =
     "  events     the status channels' states and every change of state, in time order\n"
     "  export     time and channel values as comma-separated text\n"
     "  harmonics  harmonic content of a stretch of the record\n"
+    "  phasors    three channels as phasors, with their symmetrical components\n"
     "  convert    the record rewritten in another data file type or revision\n"
     "  impedance  the apparent impedance of fault loops, cycle by cycle, and the zones it\n"
     "             enters\n"
     "  render     a view of the record as a picture: the time graphs, a plot of one\n"
-    "             channel against another, the impedance plane\n"
+    "             channel against another, the impedance plane, the harmonic or the\n"
+    "             phasor analysis\n"
     "  view       the records in a window (kalvo-viewer)\n"
     "\n"
     "kalvo COMMAND --help tells more.\n"
@@ -63,7 +66,11 @@ const Command COMMANDS[] = {
      ConvertCommand::run},
     {"impedance", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::PLOT, ImpedanceCommand::HELP,
      ImpedanceCommand::run},
-    {"render", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::OUTPUT | CommandLine::PICTURE | CommandLine::PLOT,
+    {"phasors", CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::SEQUENCE, PhasorsCommand::HELP,
+     PhasorsCommand::run},
+    {"render",
+     CommandLine::CHANNELS | CommandLine::RANGE | CommandLine::OUTPUT | CommandLine::PICTURE | CommandLine::PLOT |
+         CommandLine::SEQUENCE,
      RenderCommand::HELP, RenderCommand::run},
 };
 

@@ -9,6 +9,7 @@
 #include <kalvo/foundation/KDate.h>
 #include <kalvo/foundation/KDouble.h>
 #include <kalvo/foundation/KException.h>
+#include <kalvo/graph/KBarGraphPanel.h>
 #include <kalvo/graph/KCurve.h>
 #include <kalvo/graph/KCurveClient.h>
 #include <kalvo/graph/KGraphAxis.h>
@@ -73,7 +74,7 @@ void appendRows(KRecord& record, const double* values, long count, double start,
 
 KGraphFrame::KGraphFrame(bool scroll, bool)
     : KFrame("frame"), scroll_(scroll), hair_(KDouble::NaN), previewX_(KDouble::NaN),
-      previewO_(KDouble::NaN) {
+      previewO_(KDouble::NaN), toldX_(KDouble::NaN), toldO_(KDouble::NaN) {
     setStretch(0);
     setMenu("KGraphFrame");
     // Header, graphs and footer cover the frame.
@@ -177,6 +178,8 @@ T* KGraphFrame::addGraph(T* graph) {
 KGraphPanel* KGraphFrame::addAnalogGraph() { return addGraph(new KGraphPanelAnalog()); }
 
 KGraphPanel* KGraphFrame::addDigitalGraph() { return addGraph(new KGraphPanelDigital()); }
+
+KGraphPanel* KGraphFrame::addBarGraph() { return addGraph(new KBarGraphPanel()); }
 
 void KGraphFrame::getGraphList(std::vector<KGraphPanel*>& list) const {
     if (const KGraphClient* client = getGraphClient()) client->getGraphList(list);
@@ -637,6 +640,16 @@ void KGraphFrame::syncronizeMarkers() {
         g->setTriggerPosition(axis->getTriggerPosition());
         g->setMarkerPositions(x, o);
     }
+    const int shown = (axis->isMarkerXEnabled() ? 1 : 0) | (axis->isMarkerOEnabled() ? 2 : 0);
+    const auto same = [](double a, double b) {
+        return a == b || (KDouble::isNaN(a) && KDouble::isNaN(b));
+    };
+    if (shown != toldShown_ || !same(x, toldX_) || !same(o, toldO_)) {
+        toldShown_ = shown;
+        toldX_ = x;
+        toldO_ = o;
+        postAction("markers.moved");
+    }
 }
 
 void KGraphFrame::syncronizeFlags() { syncronizeMarkers(); }
@@ -868,9 +881,13 @@ void KGraphFrame::mouseWheel(KEvent& event) {
 
 void KGraphFrame::onCommand(KEvent& event) {
     const KString& name = event.getName();
-    if (name == "FRAME.ADD.ANALOG" || name == "FRAME.ADD.DIGITAL") {
+    if (name == "FRAME.ADD.ANALOG" || name == "FRAME.ADD.DIGITAL" || name == "FRAME.ADD.BAR") {
         event.consume();
-        if (userOperations_) focusGraph(name == "FRAME.ADD.ANALOG" ? addAnalogGraph() : addDigitalGraph());
+        if (userOperations_) {
+            focusGraph(name == "FRAME.ADD.ANALOG"    ? addAnalogGraph()
+                       : name == "FRAME.ADD.DIGITAL" ? addDigitalGraph()
+                                                     : addBarGraph());
+        }
     } else if (name == "FRAME.MARKERS") {
         event.consume();
         toggleMarkers();
@@ -879,14 +896,7 @@ void KGraphFrame::onCommand(KEvent& event) {
         properties(nullptr);
     } else if (name == "FRAME.COPY.BITMAP" || name == "FRAME.COPY.PICTURE") {
         event.consume();
-        KHost* host = getCanvas();
-        const HWND owner = host != nullptr ? host->getWindow() : 0;
-        const CRect area(CPoint(0, 0), getSize());
-        if (name == "FRAME.COPY.BITMAP") {
-            KClipboard::setBitmap(area, nullptr, this, owner);
-        } else {
-            KClipboard::setMetaFile(area, nullptr, this, owner);
-        }
+        KClipboard::setComponentPicture(this, name == "FRAME.COPY.BITMAP");
     } else if (name == "COL.LEFT" || name == "COL.RIGHT") {
         // Send to back and bring to front: the frame among its siblings.
         event.consume();

@@ -57,6 +57,7 @@ public:
     // Graphs.
     KGraphPanel* addAnalogGraph();
     KGraphPanel* addDigitalGraph();
+    KGraphPanel* addBarGraph();
     void getGraphList(std::vector<KGraphPanel*>& list) const;
     void setActiveGraph(KGraphPanel* graph);
     KGraphPanel* getActiveGraph() const;
@@ -109,6 +110,9 @@ public:
     // Keeping in step.
     void syncronizeGraphs(KGraphPanel* graph);
     void syncronizeRanges(KGraphPanel* graph);
+    // Every graph takes the markers and the trigger from the axis. When the markers moved or
+    // were shown or hidden since last time, those around the frame are told by the action
+    // "markers.moved".
     void syncronizeMarkers();
     void syncronizeFlags();
     // Refreshes the read-outs and the graphs' meters, and tells the listeners "view.change".
@@ -172,4 +176,8 @@ private:
     double hair_;
     double previewX_;
     double previewO_;
+    // The markers as last told.
+    double toldX_;
+    double toldO_;
+    int toldShown_ = -1;
 };

@@ -23,6 +23,7 @@
 #include <kalvo/record/KRecord.h>
 #include <kalvo/toolkit/KClipboard.h>
 #include <kalvo/toolkit/KGraphics.h>
+#include <kalvo/toolkit/widgets/KSpinControl.h>
 
 K_IMPLEMENT_CLASS(KGraphPanel, KPanel, 1)
 
@@ -680,6 +681,28 @@ void KGraphPanel::doLayout() {
     layoutLegend(plot_.top);
 }
 
+KSpinControl* KGraphPanel::getOffsetControl() const {
+    return k_dynamic_cast<KSpinControl>(findComponent("spin"));
+}
+
+KSpinControl* KGraphPanel::addOffsetControl() {
+    KSpinControl* spin = getOffsetControl();
+    if (spin != nullptr) return spin;
+    spin = new KSpinControl("spin");
+    spin->setVisible(false);
+    spin->addListener(this);
+    add(spin);
+    return spin;
+}
+
+int KGraphPanel::layoutOffsetControl(int top) {
+    KSpinControl* spin = getOffsetControl();
+    if (spin == nullptr || !spin->isVisible()) return top;
+    const CSize size = spin->getPreferredSize();
+    spin->setBounds(CRect(CPoint(plot_.right + 6, top), size));
+    return top + size.cy + 4;
+}
+
 void KGraphPanel::layoutLegend(int top) {
     const CRect r = getClientRect();
     const int left = plot_.right + 6;
@@ -798,13 +821,7 @@ void KGraphPanel::paint(KGraphics& graphics) {
     if (graphics.getDC()->RectVisible(getDataRectangle())) {
         KGraphics clipped(graphics);
         clipped.clipRect(getDataRectangle());
-        std::vector<KCurve*> curves;
-        getCurveList(curves);
-        int index = 0;
-        for (KCurve* c : curves) {
-            ++index;
-            if (c->isVisible()) drawCurve(clipped, c, index);
-        }
+        drawCurves(clipped);
     }
     if (isTriggerEnabled()) drawTrigger(graphics);
     if (isMarkerXEnabled() || isMarkerOEnabled()) drawMarkers(graphics);
@@ -812,6 +829,16 @@ void KGraphPanel::paint(KGraphics& graphics) {
     // XOR feedback under way was painted over: it is drawn afresh.
     if (crossHairShown_) crossHairShown_ = false;
     if (boxShown_) boxShown_ = false;
+}
+
+void KGraphPanel::drawCurves(KGraphics& graphics) {
+    std::vector<KCurve*> curves;
+    getCurveList(curves);
+    int index = 0;
+    for (KCurve* c : curves) {
+        ++index;
+        if (c->isVisible()) drawCurve(graphics, c, index);
+    }
 }
 
 void KGraphPanel::drawCurve(KGraphics& graphics, KCurve* curve, int) {
@@ -841,6 +868,23 @@ void KGraphPanel::drawYGrid(KGraphics& graphics) {
         const int y = plot_.top + toLogicalY(v);
         if (y > plot_.top && y < plot_.bottom) g.drawLine(plot_.left, y, plot_.right + 1, y);
     });
+}
+
+void KGraphPanel::drawYLimits(KGraphics& graphics) {
+    const KRange& yr = getYRange();
+    CDC* dc = graphics.getDC();
+    graphics.setFont(const_cast<CFont*>(&KGraphAxis::getAxisFont()));
+    graphics.setColor(textColor());
+    const int mode = dc->SetBkMode(TRANSPARENT);
+    const int precision = yr.getPrecision();
+    const int right = plot_.left - getUnitSize() / 4 - 2;
+    const KString top = toLabel(yr.getMaximum(), precision, yr.getMinimum(), yr.getMaximum(), true);
+    const KString bottom = toLabel(yr.getMinimum(), precision, yr.getMinimum(), yr.getMaximum(), true);
+    CRect upper(getClientRect().left, plot_.top, right, plot_.bottom);
+    CRect lower = upper;
+    dc->DrawText(top.trim().c_str(), &upper, DT_RIGHT | DT_TOP | DT_SINGLELINE | DT_NOCLIP);
+    dc->DrawText(bottom.trim().c_str(), &lower, DT_RIGHT | DT_BOTTOM | DT_SINGLELINE | DT_NOCLIP);
+    dc->SetBkMode(mode);
 }
 
 void KGraphPanel::drawTicks(KGraphics& graphics) {
@@ -1140,6 +1184,18 @@ void KGraphPanel::processKeyEvent(KEvent& event) {
     KEvent c = KEvent::command(0, command);
     c.setSource(this);
     onCommand(c);
+}
+
+void KGraphPanel::actionPerformed(KEvent& event) {
+    KSpinControl* spin = getOffsetControl();
+    if (spin == nullptr || event.getSource() != spin || !event.isNamed("spin.change")) {
+        KPanel::actionPerformed(event);
+        return;
+    }
+    if (KCurve* curve = getActiveCurve()) {
+        curve->setYOffset(spin->getValue());
+        repaint();
+    }
 }
 
 void KGraphPanel::onCommand(KEvent& event) {

@@ -12,6 +12,7 @@ class KCurveClient;
 class KGraphFrame;
 class KGraphMeter;
 class KRecord;
+class KSpinControl;
 
 // The base of every graph: a panel that holds curves in its legend (a KCurveClient named
 // "client"), keeps a horizontal and a vertical range as its window on their data, maps
@@ -202,7 +203,7 @@ public:
     // Data exchange. The rows between two times as comma-separated text: a header of
     // "Domain" and the curves' names, then one row per time of the first curve, the others'
     // values at the nearest sample of theirs.
-    bool copyData(double from, double to);
+    virtual bool copyData(double from, double to);
     bool copyVisibleData();
     bool copyEntireData();
     // Adds a curve for every column of the delimited text on the clipboard.
@@ -227,7 +228,9 @@ public:
     // Shows the meter with the curves and both marker positions while there are curves and
     // both markers show, in the legend's place (it names the curves too); hides it otherwise.
     virtual void updateMarkerLabels();
-    // The offset control follows the active curve; nothing for kinds without one.
+    // The offset control "spin" (kinds that have one make it with addOffsetControl): it
+    // follows the active curve and sets the curve's Y offset.
+    KSpinControl* getOffsetControl() const;
     virtual void updateOffsetControl() {}
 
     // The frame's moves of this panel.
@@ -254,6 +257,7 @@ public:
     void mouseMoved(KEvent& event) override;
     void mouseWheel(KEvent& event) override;
     void processKeyEvent(KEvent& event) override;
+    void actionPerformed(KEvent& event) override;
     void onCommand(KEvent& event) override;
     void focusChanged(bool gained) override;
     virtual bool canContain(const KComponent* component) const;
@@ -276,8 +280,14 @@ protected:
     virtual CRect layoutPlot();
     // Places the legend and, under it, the meter in the right margin, from top down.
     void layoutLegend(int top);
+    // Adds the offset control, hidden, unless there is one; places it, when it shows, at top
+    // right of the plot and gives the top below it.
+    KSpinControl* addOffsetControl();
+    int layoutOffsetControl(int top);
 
-    // Drawing steps. drawCurve draws the index-th curve (from 1), its segments by default.
+    // Drawing steps. drawCurves draws the data of every visible curve, clipped to the plot,
+    // through drawCurve; drawCurve draws the index-th curve (from 1), its segments by default.
+    virtual void drawCurves(KGraphics& graphics);
     virtual void drawCurve(KGraphics& graphics, KCurve* curve, int index);
     virtual void drawSegments(KGraphics& graphics, const KCurve* curve, int first, int last);
     void drawPlotBackground(KGraphics& graphics);
@@ -285,6 +295,8 @@ protected:
     virtual void drawYGrid(KGraphics& graphics);
     virtual void drawXAxis(KGraphics& graphics);
     virtual void drawYAxis(KGraphics& graphics);
+    // The value range's ends beside the plot, for a plot too short for tick labels.
+    void drawYLimits(KGraphics& graphics);
     virtual void drawTicks(KGraphics& graphics);
     void drawXIntercept(KGraphics& graphics);
     void drawYIntercept(KGraphics& graphics);

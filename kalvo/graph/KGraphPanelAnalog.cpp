@@ -54,17 +54,8 @@ void KGraphPanelAnalog::create() {
         }
         add(info);
     }
-    if (getOffsetControl() == nullptr) {
-        auto* spin = new KSpinControl("spin");
-        spin->setVisible(false);
-        spin->addListener(this);
-        add(spin);
-    }
+    addOffsetControl();
     if (meterEnabled_ && getMeter() == nullptr) setMeter(nullptr);
-}
-
-KSpinControl* KGraphPanelAnalog::getOffsetControl() const {
-    return k_dynamic_cast<KSpinControl>(findComponent("spin"));
 }
 
 KLabel* KGraphPanelAnalog::infoLabel(int slot) const {
@@ -191,13 +182,7 @@ void KGraphPanelAnalog::doLayout() {
         }
         info->setVisible(plot_.top - line >= getClientRect().top);
     }
-    int top = plot_.top;
-    if (KSpinControl* spin = getOffsetControl(); spin != nullptr && spin->isVisible()) {
-        const CSize size = spin->getPreferredSize();
-        spin->setBounds(CRect(CPoint(plot_.right + 6, top), size));
-        top += size.cy + 4;
-    }
-    layoutLegend(top);
+    layoutLegend(layoutOffsetControl(plot_.top));
 }
 
 // Painting.
@@ -255,36 +240,7 @@ void KGraphPanelAnalog::drawYAxis(KGraphics& graphics) {
     }
 }
 
-void KGraphPanelAnalog::drawYLimits(KGraphics& graphics) {
-    const KRange& yr = getYRange();
-    CDC* dc = graphics.getDC();
-    graphics.setFont(const_cast<CFont*>(&KGraphAxis::getAxisFont()));
-    graphics.setColor(textColor());
-    const int mode = dc->SetBkMode(TRANSPARENT);
-    const int precision = yr.getPrecision();
-    const int right = plot_.left - getUnitSize() / 4 - 2;
-    const KString top = toLabel(yr.getMaximum(), precision, yr.getMinimum(), yr.getMaximum(), true);
-    const KString bottom = toLabel(yr.getMinimum(), precision, yr.getMinimum(), yr.getMaximum(), true);
-    CRect upper(getClientRect().left, plot_.top, right, plot_.bottom);
-    CRect lower = upper;
-    dc->DrawText(top.trim().c_str(), &upper, DT_RIGHT | DT_TOP | DT_SINGLELINE | DT_NOCLIP);
-    dc->DrawText(bottom.trim().c_str(), &lower, DT_RIGHT | DT_BOTTOM | DT_SINGLELINE | DT_NOCLIP);
-    dc->SetBkMode(mode);
-}
-
 // Events.
-
-void KGraphPanelAnalog::actionPerformed(KEvent& event) {
-    KSpinControl* spin = getOffsetControl();
-    if (spin == nullptr || event.getSource() != spin || !event.isNamed("spin.change")) {
-        KGraphPanel::actionPerformed(event);
-        return;
-    }
-    if (KCurve* curve = getActiveCurve()) {
-        curve->setYOffset(spin->getValue());
-        repaint();
-    }
-}
 
 void KGraphPanelAnalog::onCommand(KEvent& event) {
     const bool fromLegend = event.getSource() == getCurveClient();

@@ -36,7 +36,6 @@ public:
     // Whether the last paste came into an empty panel.
     bool wasEmptyOnPaste() const { return emptyOnPaste_; }
 
-    KSpinControl* getOffsetControl() const;
     // Sets one of the three texts of the "info" line (0 left, 1 centre, 2 right) in the
     // colour; an empty text clears it.
     void setExtendedText(int slot, const char* text, int alignment, int color);
@@ -48,7 +47,6 @@ public:
     void updateOffsetControl() override;
 
     void doLayout() override;
-    void actionPerformed(KEvent& event) override;
     void onCommand(KEvent& event) override;
 
     void copy(const KObject& other) override;
@@ -60,8 +58,6 @@ protected:
     void drawCurve(KGraphics& graphics, KCurve* curve, int index) override;
     void drawSegments(KGraphics& graphics, const KCurve* curve, int first, int last) override;
     void drawYAxis(KGraphics& graphics) override;
-    // The value range's ends beside the plot, for a plot too short for tick labels.
-    void drawYLimits(KGraphics& graphics);
     // The curve's glyph, with its number, along the curve.
     void drawGlyphs(KGraphics& graphics, KCurve* curve, int index);
     CRect layoutPlot() override;

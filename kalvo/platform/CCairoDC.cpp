@@ -111,8 +111,6 @@ void CCairoDC::attach(cairo_surface_t* surface, CSize size) {
 }
 
 CCairoDC::~CCairoDC() {
-    if (layout_ != nullptr) g_object_unref(layout_);
-    if (fontDescription_ != nullptr) pango_font_description_free(fontDescription_);
     cairo_restore(cr_);
     cairo_destroy(cr_);
     cairo_surface_destroy(surface_);
@@ -639,72 +637,14 @@ void CCairoDC::doFillRect(const CRect& r, const CBrush& brush) {
 // Text.
 
 PangoLayout* CCairoDC::layoutFor(const char* text, int count) const {
-    if (layout_ == nullptr) {
-        PangoContext* context = pango_font_map_create_context(pango_cairo_font_map_get_default());
-        cairo_font_options_t* options = cairo_font_options_create();
-        cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_ON);
-        cairo_font_options_set_antialias(options, CAIRO_ANTIALIAS_GRAY);
-        pango_cairo_context_set_font_options(context, options);
-        pango_cairo_context_set_resolution(context, 96);
-        cairo_font_options_destroy(options);
-        layout_ = pango_layout_new(context);
-        g_object_unref(context);
-    }
+    CTextLayoutCache& cache = CTextLayoutCache::forThread();
     if (!fontValid_) {
-        CFont font = state_.font.IsCreated() ? state_.font : CFont::Stock(ANSI_VAR_FONT);
-        if (fontDescription_ != nullptr) pango_font_description_free(fontDescription_);
-        fontDescription_ = pango_font_description_new();
-        pango_font_description_set_family(fontDescription_, font.GetFaceName().c_str());
-        pango_font_description_set_weight(fontDescription_,
-                                          static_cast<PangoWeight>(font.GetWeight()));
-        pango_font_description_set_style(fontDescription_,
-                                         font.IsItalic() ? PANGO_STYLE_ITALIC : PANGO_STYLE_NORMAL);
-        const int height = font.GetHeight();
-        double pixels = height == 0 ? 16 : std::abs(height) * std::fabs(scaleY());
-        pango_font_description_set_absolute_size(fontDescription_, pixels * PANGO_SCALE);
-        PangoContext* context = pango_layout_get_context(layout_);
-        PangoFontMetrics* m = pango_context_get_metrics(context, fontDescription_, nullptr);
-        if (height >= 0) {
-            // A cell height: scale the size so that ascent + descent come to it.
-            const double cell = static_cast<double>(pango_font_metrics_get_ascent(m) +
-                                                    pango_font_metrics_get_descent(m)) /
-                                PANGO_SCALE;
-            if (cell > 0) {
-                pixels = pixels * pixels / cell;
-                pango_font_description_set_absolute_size(fontDescription_, pixels * PANGO_SCALE);
-                pango_font_metrics_unref(m);
-                m = pango_context_get_metrics(context, fontDescription_, nullptr);
-            }
-        }
-        pango_layout_set_font_description(layout_, fontDescription_);
-        PangoAttrList* attributes = pango_attr_list_new();
-        if (font.IsUnderline()) {
-            pango_attr_list_insert(attributes, pango_attr_underline_new(PANGO_UNDERLINE_SINGLE));
-        }
-        if (font.IsStrikeOut())
-            pango_attr_list_insert(attributes, pango_attr_strikethrough_new(true));
-        pango_layout_set_attributes(layout_, attributes);
-        pango_attr_list_unref(attributes);
-
-        const int ascent = PANGO_PIXELS(pango_font_metrics_get_ascent(m));
-        const int descent = PANGO_PIXELS(pango_font_metrics_get_descent(m));
-        metrics_.tmAscent = ascent;
-        metrics_.tmDescent = descent;
-        metrics_.tmHeight = ascent + descent;
-        metrics_.tmInternalLeading =
-            std::max(0, ascent + descent - static_cast<int>(std::lround(pixels)));
-        metrics_.tmExternalLeading = 0;
-        metrics_.tmAveCharWidth = PANGO_PIXELS(pango_font_metrics_get_approximate_char_width(m));
-        metrics_.tmMaxCharWidth = metrics_.tmAveCharWidth * 2;
-        metrics_.tmWeight = font.GetWeight();
-        metrics_.tmItalic = font.IsItalic();
-        pango_font_metrics_unref(m);
-        layoutFont_ = font;
+        layoutFont_ = state_.font.IsCreated() ? state_.font : CFont::Stock(ANSI_VAR_FONT);
+        font_ = &cache.font(layoutFont_, scaleY());
+        metrics_ = font_->getMetrics();
         fontValid_ = true;
     }
-    const std::string utf8 = toUtf8(text, count);
-    pango_layout_set_text(layout_, utf8.data(), static_cast<int>(utf8.size()));
-    return layout_;
+    return cache.layout(*font_, toUtf8(text, count));
 }
 
 void CCairoDC::drawLayout(cairo_t* cr, PangoLayout* layout, double x, double y) const {

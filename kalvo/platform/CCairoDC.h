@@ -5,9 +5,9 @@
 #include <cairo.h>
 
 #include <kalvo/platform/CDC.h>
+#include <kalvo/platform/CTextLayoutCache.h>
 
 typedef struct _PangoLayout PangoLayout;
-typedef struct _PangoFontDescription PangoFontDescription;
 
 // The device context that draws through cairo: on image surfaces (pictures written as PNG,
 // memory device contexts), SVG and PDF surfaces, or any cairo context a host hands in.
@@ -106,8 +106,7 @@ private:
     bool antialias_ = true;
     std::string* out_ = nullptr;
 
-    mutable PangoLayout* layout_ = nullptr;
-    mutable PangoFontDescription* fontDescription_ = nullptr;
+    mutable CTextLayoutCache::Font* font_ = nullptr;  // the selected font, while fontValid_
     mutable CFont layoutFont_;
     mutable bool fontValid_ = false;
     mutable TEXTMETRIC metrics_{};

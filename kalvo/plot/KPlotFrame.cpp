@@ -290,13 +290,7 @@ void KPlotFrame::onCommand(KEvent& event) {
     } else if (name == "FRAME.MARKERS") {
         getGraphFrame()->toggleMarkers();
     } else if (name == "FRAME.COPY.BITMAP" || name == "FRAME.COPY.PICTURE") {
-        KHost* host = getCanvas();
-        const CRect area(CPoint(0, 0), getSize());
-        if (name == "FRAME.COPY.BITMAP") {
-            KClipboard::setBitmap(area, nullptr, this, windowOf(host));
-        } else {
-            KClipboard::setMetaFile(area, nullptr, this, windowOf(host));
-        }
+        KClipboard::setComponentPicture(this, name == "FRAME.COPY.BITMAP");
     } else {
         KFrame::onCommand(event);
         return;

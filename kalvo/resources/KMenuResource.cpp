@@ -108,6 +108,7 @@ const Item graphFrameItems[] = {
     {nullptr, 0, nullptr, nullptr, 0},
     {"Add Analog Graph\tIns", GRAPH_FIRST + 41, "FRAME.ADD.ANALOG", nullptr, 0},
     {"Add Digital Graph", GRAPH_FIRST + 42, "FRAME.ADD.DIGITAL", nullptr, 0},
+    {"Add Bar Graph", GRAPH_FIRST + 43, "FRAME.ADD.BAR", nullptr, 0},
     {nullptr, 0, nullptr, nullptr, 0},
     {"Toggle Markers \tM", GRAPH_FIRST + 44, "FRAME.MARKERS", nullptr, 0},
     {nullptr, 0, nullptr, nullptr, 0},
@@ -117,6 +118,89 @@ const Item graphFrameItems[] = {
     {"Copy Frame as Bitmap", GRAPH_FIRST + 45, "FRAME.COPY.BITMAP", nullptr, 0},
     {"Copy Frame as Picture", GRAPH_FIRST + 46, "FRAME.COPY.PICTURE", nullptr, 0},
     {"Export Frame to Meta File...", METAFILE, "FILE.METAFILE", nullptr, 0},
+};
+
+// Bar graphs: the analog graph's commands, with their display choices; "Curve Glyphs" is
+// their hatch.
+const Item barGraphItems[] = {
+    {"Zoom In\t+", GRAPH_FIRST + 0, "GRAPH.ZOOMIN", nullptr, 0},
+    {"Zoom Out\t-", GRAPH_FIRST + 1, "GRAPH.ZOOMOUT", nullptr, 0},
+    {"Previous\tP", GRAPH_FIRST + 2, "GRAPH.PREVIOUS", nullptr, 0},
+    {"Next\tN", GRAPH_FIRST + 3, "GRAPH.NEXT", nullptr, 0},
+    {"X Extents\tX", GRAPH_FIRST + 4, "GRAPH.XEXTENTS", nullptr, 0},
+    {"Y Extents\tY", GRAPH_FIRST + 5, "GRAPH.YEXTENTS", nullptr, 0},
+    {"Reset All\tR", GRAPH_FIRST + 6, "GRAPH.RESET", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Bars", GRAPH_FIRST + 80, "BAR.BARS", nullptr, 0},
+    {"Columns", GRAPH_FIRST + 81, "BAR.COLUMNS", nullptr, 0},
+    {"Columns Filled", GRAPH_FIRST + 82, "BAR.FILLED", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Overlay", GRAPH_FIRST + 83, "BAR.OVERLAY", nullptr, 0},
+    {"Offset", GRAPH_FIRST + 84, "BAR.OFFSET", nullptr, 0},
+    {"Stack", GRAPH_FIRST + 85, "BAR.STACK", nullptr, 0},
+    {"Show Hatch\tL", GRAPH_FIRST + 9, "GRAPH.GLYPHS", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Grid Lines\tG", GRAPH_FIRST + 7, "GRAPH.GRID", nullptr, 0},
+    {"Tick Marks\tI", GRAPH_FIRST + 8, "GRAPH.TICKS", nullptr, 0},
+    {"Show Trigger\tT", GRAPH_FIRST + 10, "GRAPH.TRIGGER", nullptr, 0},
+    {"Show Markers\tM", GRAPH_FIRST + 11, "GRAPH.MARKERS", nullptr, 0},
+    {"Show Offset Control\tO", GRAPH_FIRST + 12, "GRAPH.OFFSET", nullptr, 0},
+    {"Show X Intercept\tQ", GRAPH_FIRST + 13, "GRAPH.XINTER", nullptr, 0},
+    {"Show Y Intercept\tW", GRAPH_FIRST + 14, "GRAPH.YINTER", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Copy Visible Data to Clipboard", COPY_VISIBLE_DATA, "CURVE.COPY.VISIBLE", nullptr, 0},
+    {"Copy All Data to Clipboard", COPY_ALL_DATA, "CURVE.COPY.ALL", nullptr, 0},
+    {"Properties...", GRAPH_FIRST + 86, "BAR.PROPERTIES", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Move Graph Up", GRAPH_FIRST + 16, "GRAPH.UP", nullptr, 0},
+    {"Move Graph Down", GRAPH_FIRST + 17, "GRAPH.DOWN", nullptr, 0},
+    {"Move Graph to Top", GRAPH_FIRST + 18, "GRAPH.TOP", nullptr, 0},
+    {"Move Graph to Bottom", GRAPH_FIRST + 19, "GRAPH.BOTTOM", nullptr, 0},
+};
+
+// The harmonic analysis: the spectrum's graph, its frame, the phasor diagrams, tables.
+const Item freqGraphItems[] = {
+    {"Magnitude\tA", GRAPH_FIRST + 90, "FREQ.MAGNITUDE", nullptr, 0},
+    {"Phase\tH", GRAPH_FIRST + 91, "FREQ.PHASE", nullptr, 0},
+    {"Frequency in Harmonics\tF", GRAPH_FIRST + 92, "FREQ.NORMALIZE.X", nullptr, 0},
+    {"Relative to the Fundamental\tU", GRAPH_FIRST + 93, "FREQ.NORMALIZE.Y", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Bars", GRAPH_FIRST + 80, "BAR.BARS", nullptr, 0},
+    {"Columns", GRAPH_FIRST + 81, "BAR.COLUMNS", nullptr, 0},
+    {"Columns Filled", GRAPH_FIRST + 82, "BAR.FILLED", nullptr, 0},
+    {"Overlay", GRAPH_FIRST + 83, "BAR.OVERLAY", nullptr, 0},
+    {"Offset", GRAPH_FIRST + 84, "BAR.OFFSET", nullptr, 0},
+    {"Show Hatch\tL", GRAPH_FIRST + 9, "GRAPH.GLYPHS", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Zoom In\t+", GRAPH_FIRST + 0, "GRAPH.ZOOMIN", nullptr, 0},
+    {"Zoom Out\t-", GRAPH_FIRST + 1, "GRAPH.ZOOMOUT", nullptr, 0},
+    {"X Extents\tX", GRAPH_FIRST + 4, "GRAPH.XEXTENTS", nullptr, 0},
+    {"Y Extents\tY", GRAPH_FIRST + 5, "GRAPH.YEXTENTS", nullptr, 0},
+    {"Grid Lines\tG", GRAPH_FIRST + 7, "GRAPH.GRID", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Copy Visible Data to Clipboard", COPY_VISIBLE_DATA, "CURVE.COPY.VISIBLE", nullptr, 0},
+    {"Copy All Data to Clipboard", COPY_ALL_DATA, "CURVE.COPY.ALL", nullptr, 0},
+};
+
+const Item analysisFrameItems[] = {
+    {"Toggle Markers \tM", GRAPH_FIRST + 44, "FRAME.MARKERS", nullptr, 0},
+    {"Lock Markers", GRAPH_FIRST + 60, "AXIS.LOCK", nullptr, 0},
+    {"Recompute", GRAPH_FIRST + 94, "update", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Copy Frame as Bitmap", GRAPH_FIRST + 45, "FRAME.COPY.BITMAP", nullptr, 0},
+    {"Copy Frame as Picture", GRAPH_FIRST + 46, "FRAME.COPY.PICTURE", nullptr, 0},
+    {"Export Frame to Meta File...", METAFILE, "FILE.METAFILE", nullptr, 0},
+};
+
+const Item phasorPanelItems[] = {
+    {"Angle Labels\tD", GRAPH_FIRST + 95, "PHASOR.DEGREES", nullptr, 0},
+    {"Number Labels\tN", GRAPH_FIRST + 96, "PHASOR.NUMBERS", nullptr, 0},
+    {nullptr, 0, nullptr, nullptr, 0},
+    {"Save as &Metafile...", METAFILE, "FILE.METAFILE", nullptr, 0},
+};
+
+const Item tableItems[] = {
+    {"Copy Table\tCtrl+C", GRAPH_FIRST + 97, "TABLE.COPY", nullptr, 0},
 };
 
 const Item axisItems[] = {
@@ -202,6 +286,12 @@ K_MENU_BAR(digitalGraphBar, "Digital Graph", digitalGraphItems);
 K_MENU_BAR(graphFrameBar, "Graph Frame", graphFrameItems);
 K_MENU_BAR(axisBar, "Graph Axis", axisItems);
 K_MENU_BAR(curveBar, "Curve", curveItems);
+K_MENU_BAR(barGraphBar, "Bar Graph", barGraphItems);
+K_MENU_BAR(freqGraphBar, "Frequency Graph", freqGraphItems);
+K_MENU_BAR(harmonicFrameBar, "Harmonic Frame", analysisFrameItems);
+K_MENU_BAR(phasorFrameBar, "Phasor Frame", analysisFrameItems);
+K_MENU_BAR(phasorPanelBar, "Phasor Panel", phasorPanelItems);
+K_MENU_BAR(tableBar, "Table", tableItems);
 K_MENU_BAR(plotBar, "Plot", plotItems);
 K_MENU_BAR(impedanceBar, "Impedance Plane", impedanceItems);
 K_MENU_BAR(plotFrameBar, "Plot Frame", plotFrameItems);
@@ -218,6 +308,12 @@ const KMenuResource menus[] = {
     {"KGraphFrame", 213, graphFrameBar, 1},
     {"KGraphAxis", 214, axisBar, 1},
     {"KCurve", 215, curveBar, 1},
+    {"KBarGraphPanel", 220, barGraphBar, 1},
+    {"KFreqGraph", 221, freqGraphBar, 1},
+    {"KHarmonicFrame", 222, harmonicFrameBar, 1},
+    {"KPhasorFrame", 223, phasorFrameBar, 1},
+    {"KPhasorPanel", 224, phasorPanelBar, 1},
+    {"KTableExt", 225, tableBar, 1},
     {"KPlotPanel", 230, plotBar, 1},
     {"KImpedancePanel", 231, impedanceBar, 1},
     {"KPlotFrame", 232, plotFrameBar, 1},

@@ -10,6 +10,7 @@
 #include <kalvo/platform/KHost.h>
 #include <kalvo/platform/KPlatformClipboard.h>
 #include <kalvo/platform/RasterOp.h>
+#include <kalvo/toolkit/KComponent.h>
 #include <kalvo/toolkit/KGraphics.h>
 #include <kalvo/toolkit/KImageContext.h>
 
@@ -159,4 +160,12 @@ int KClipboard::setMetaFile(CRect area, CDC*, KPainter* painter, HWND owner) {
         painter->paint(graphics);
     }
     return setPicture(METAFILE_FORMAT_NAME, metafile.ToSVG(), owner);
+}
+
+int KClipboard::setComponentPicture(KComponent* component, bool bitmap) {
+    if (component == nullptr) return 0;
+    const KHost* host = component->getCanvas();
+    const HWND owner = host != nullptr ? host->getWindow() : 0;
+    const CRect area(CPoint(0, 0), component->getSize());
+    return bitmap ? setBitmap(area, nullptr, component, owner) : setMetaFile(area, nullptr, component, owner);
 }

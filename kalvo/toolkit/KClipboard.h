@@ -11,6 +11,8 @@
 // The library's transport to and from the system clipboard. Text goes out under every
 // format of the class's list: the standard text format and the library's own registered
 // format, which the library's panels recognise as their own data.
+class KComponent;
+
 class KClipboard {
 public:
     KClipboard() = delete;
@@ -40,6 +42,8 @@ public:
     // The same drawing recorded as a metafile: an SVG picture of the area's size under
     // METAFILE_FORMAT_NAME.
     static int setMetaFile(CRect area, CDC* dc, KPainter* painter, HWND owner);
+    // A component drawn whole, for its host's window: as a bitmap, else as a metafile.
+    static int setComponentPicture(KComponent* component, bool bitmap);
 
 private:
     // The format list, and filling it from the clipboard in use.

@@ -1,6 +1,6 @@
 #include <kalvo/toolkit/KGraphics.h>
 
-#include <kalvo/platform/CRecordingDC.h>
+#include <kalvo/platform/CCairoDC.h>
 
 #include <cmath>
 #include <cstring>
@@ -353,10 +353,11 @@ CRect KGraphics::computeTextExtents(const char* text) const {
 }
 
 CSize KGraphics::measureText(const CFont& font, const char* text) {
-    static CRecordingDC measure(CSize(1, 1));
-    const CFont previous = measure.SelectObject(font);
-    const CSize size = measure.GetTextExtent(text != nullptr ? text : "");
-    measure.SelectObject(previous);
+    // A device that draws and keeps nothing, one per thread as the fonts it measures with.
+    thread_local const std::unique_ptr<CCairoDC> measure(CCairoDC::CreateImage(1, 1));
+    const CFont previous = measure->SelectObject(font);
+    const CSize size = measure->GetTextExtent(text != nullptr ? text : "");
+    measure->SelectObject(previous);
     return size;
 }
 

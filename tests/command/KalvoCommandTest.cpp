@@ -477,7 +477,7 @@ TEST(KalvoCommand, RenderPlotsAndTheImpedancePlane) {
 
     const std::string picture = (temp.path / "fail.png").string();
     Ran r = EXPECT_RUN(2, "render", "--view", "phasors", "-o", picture);
-    EXPECT_TRUE(contains(r.err, "unknown view 'phasors' (time, plot, impedance)")) << r.err;
+    EXPECT_TRUE(contains(r.err, "unknown view 'phasors' (time, plot, impedance, harmonic, phasor)")) << r.err;
     r = EXPECT_RUN(2, "render", "--view", "plot", "--x", "VA", "-o", picture);
     EXPECT_TRUE(contains(r.err, "--view plot needs --x CH and --y CH")) << r.err;
     r = EXPECT_RUN(2, "render", "--view", "plot", "--x", "I*", "--y", "VA", "-o", picture);

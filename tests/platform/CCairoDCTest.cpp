@@ -272,6 +272,66 @@ TEST(CCairoDC, textIsDrawnMeasuredAndCutWithEllipsis) {
     EXPECT_EQ(tabs.Width(), dc->GetTextExtent("a       b").cx);
 }
 
+// Laid-out text is kept between paints, per font: the same string in fonts that differ only
+// in size, underline or the device's scale is measured and drawn in its own font, also after
+// the kept layouts were dropped, and a second device draws exactly what the first did.
+TEST(CCairoDC, keptTextLayoutsBelongToTheirFont) {
+    auto dc = image(300, 60);
+    dc->SetBkMode(TRANSPARENT);
+    dc->SetTextColor(RED);
+    dc->FillSolidRect(CRect(0, 0, 300, 60), WHITE);
+    const CFont small("Arial", -12), large("Arial", -24);
+    CFont underlined;
+    underlined.CreateFont(-24, 0, 0, 0, 400, 0, 1, 0, 0, 0, 0, 0, 0, "Arial");
+    dc->SelectObject(small);
+    const CSize smallSize = dc->GetTextExtent("Phase");
+    dc->SelectObject(large);
+    const CSize largeSize = dc->GetTextExtent("Phase");
+    EXPECT_GT(largeSize.cx, smallSize.cx * 3 / 2);
+    EXPECT_GT(largeSize.cy, smallSize.cy * 3 / 2);
+    dc->SelectObject(small);
+    EXPECT_EQ(dc->GetTextExtent("Phase"), smallSize);
+
+    // Underlined ink reaches below the plain text's.
+    CRect plainBox, underlinedBox;
+    dc->SelectObject(large);
+    dc->TextOut(5, 5, "Phase");
+    countInk(*dc, RED, &plainBox);
+    dc->FillSolidRect(CRect(0, 0, 300, 60), WHITE);
+    dc->SelectObject(underlined);
+    dc->TextOut(5, 5, "Phase");
+    countInk(*dc, RED, &underlinedBox);
+    EXPECT_GT(plainBox.Width(), 40);
+    EXPECT_GE(underlinedBox.Width(), plainBox.Width() - 2);
+    EXPECT_GT(underlinedBox.bottom, plainBox.bottom);
+
+    // Twice the scale: the same logical size.
+    auto scaled = image(600, 120);
+    scaled->SetMapMode(MM_ANISOTROPIC);
+    scaled->SetWindowExt(300, 60);
+    scaled->SetViewportExt(600, 120);
+    scaled->SelectObject(small);
+    const CSize scaledSize = scaled->GetTextExtent("Phase");
+    EXPECT_NEAR(scaledSize.cx, smallSize.cx, 2);
+    EXPECT_NEAR(scaledSize.cy, smallSize.cy, 1);
+
+    // More strings than are kept: the cache starts again and goes on measuring rightly.
+    for (int i = 0; i <= CTextLayoutCache::MAX_LAYOUTS; ++i)
+        dc->GetTextExtent(std::to_string(i).c_str());
+    EXPECT_LT(CTextLayoutCache::forThread().getLayoutCount(), CTextLayoutCache::MAX_LAYOUTS);
+    dc->SelectObject(small);
+    EXPECT_EQ(dc->GetTextExtent("Phase"), smallSize);
+
+    auto again = image(300, 60);
+    again->SetBkMode(TRANSPARENT);
+    again->SetTextColor(RED);
+    again->SelectObject(underlined);
+    again->TextOut(5, 5, "Phase");
+    CRect againBox;
+    countInk(*again, RED, &againBox);
+    EXPECT_EQ(againBox, underlinedBox);
+}
+
 TEST(CCairoDC, vectorSurfacesWriteFiles) {
     const std::string dir = ::testing::TempDir();
     const std::string svg = dir + "/kalvo_cairo_test.svg", pdf = dir + "/kalvo_cairo_test.pdf";

@@ -79,3 +79,18 @@ TEST(KClipboard, placesAPaintedAreaAsPngAndAsSvg) {
     clipboard.close();
     KPlatformClipboard::install(nullptr);
 }
+
+// A component's picture: the whole component, whatever its place in its parent.
+TEST(KClipboard, placesAComponentWhole) {
+    KLocalClipboard clipboard;
+    KPlatformClipboard::install(&clipboard);
+    KPanel panel("panel");
+    panel.setBounds(CRect(40, 30, 70, 50));
+    ASSERT_EQ(KClipboard::setComponentPicture(&panel, false), 1);
+    const std::string svg = read(KClipboard::METAFILE_FORMAT_NAME);
+    EXPECT_NE(svg.find("width=\"30px\" height=\"20px\""), std::string::npos) << svg.substr(0, 300);
+    ASSERT_EQ(KClipboard::setComponentPicture(&panel, true), 1);
+    EXPECT_EQ(read(KClipboard::BITMAP_FORMAT_NAME).substr(1, 3), "PNG");
+    EXPECT_EQ(KClipboard::setComponentPicture(nullptr, true), 0);
+    KPlatformClipboard::install(nullptr);
+}
