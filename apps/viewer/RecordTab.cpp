@@ -219,7 +219,7 @@ void RecordTab::showGraphs(KGraphFrame* frame) {
 }
 
 bool RecordTab::showView(const ViewKind& kind) {
-    if (frame_ == nullptr || !kind.isAvailable()) return false;
+    if (frame_ == nullptr) return false;
     const bool time = &kind == &ViewKind::all().front();
     if (!time && viewGraphs_.count(kind.id) == 0) {
         const ViewKind* shown = view_;

@@ -2,11 +2,17 @@
 
 #include <cmath>
 #include <memory>
+#include <string>
 #include <vector>
 
+#include <kalvo/analysis/KFreqGraph.h>
+#include <kalvo/analysis/KHarmonicFrame.h>
+#include <kalvo/analysis/KPhasorFrame.h>
 #include <kalvo/foundation/KException.h>
+#include <kalvo/graph/KCurve.h>
 #include <kalvo/graph/KGraphAxis.h>
 #include <kalvo/graph/KGraphFrame.h>
+#include <kalvo/graph/KGraphPanel.h>
 #include <kalvo/host/gtk/KCanvasView.h>
 #include <kalvo/plot/KImpedancePanel.h>
 #include <kalvo/plot/KPlotCurve.h>
@@ -18,6 +24,14 @@
 
 namespace {
 
+constexpr size_t HARMONIC_CURVES = 12;  // the most curves the harmonic view takes
+
+// A view's own time graphs titled and coloured as the tab's.
+void lookLike(KGraphFrame& graphs, const KGraphFrame& timeGraphs) {
+    graphs.setTitle(timeGraphs.getTitle().c_str());
+    graphs.setMode(timeGraphs.getMode());
+}
+
 // A plot frame on the canvas around the plot, its time graphs showing the channels.
 KPlotFrame* plotFrameOn(KCanvasView& canvas, KPlotPanel* plot, const KGraphFrame& timeGraphs,
                         KRecord& record, const std::vector<int>& channels) {
@@ -25,9 +39,7 @@ KPlotFrame* plotFrameOn(KCanvasView& canvas, KPlotPanel* plot, const KGraphFrame
     canvas.setRoot(frame);
     frame->create(plot);
     frame->addRecord(&record, channels);
-    KGraphFrame* graphs = frame->getGraphFrame();
-    graphs->setTitle(timeGraphs.getTitle().c_str());
-    graphs->setMode(timeGraphs.getMode());
+    lookLike(*frame->getGraphFrame(), timeGraphs);
     if (timeGraphs.getMode() == 1) plot->setOption(KGraphPanel::INVERTED, true);
     return frame;
 }
@@ -38,6 +50,16 @@ std::vector<int> analogChannels(const KRecord& record) {
         if (!record.getTrace(t)->isDigital()) analog.push_back(t);
     }
     return analog;
+}
+
+// "Ia, Ib and Ic".
+std::string channelNames(const KRecord& record, const std::vector<int>& traces) {
+    std::string text;
+    for (size_t i = 0; i < traces.size(); ++i) {
+        if (i > 0) text += i + 1 == traces.size() ? " and " : ", ";
+        text += record.getTrace(traces[i])->getName().c_str();
+    }
+    return text;
 }
 
 }  // namespace
@@ -99,6 +121,75 @@ KGraphFrame* RecordViews::buildImpedance(KCanvasView& canvas, KGraphFrame& timeG
     canvas.layout();
     plane->resetZoom();
     return frame->getGraphFrame();
+}
+
+KGraphFrame* RecordViews::buildHarmonic(KCanvasView& canvas, KGraphFrame& timeGraphs,
+                                        KRecord& record) {
+    // The analog curves of the graph in use, else the first analog channels.
+    std::vector<int> traces;
+    if (KGraphPanel* active = timeGraphs.getActiveGraph()) {
+        std::vector<KCurve*> curves;
+        active->getCurveList(curves);
+        for (KCurve* c : curves) {
+            const int t = c->getChannel();
+            if (c->getSourceRecord() == &record && c->isVisible() && t >= 0 &&
+                t < record.getTraceCount() && !record.getTrace(t)->isDigital()) {
+                traces.push_back(t);
+            }
+        }
+    }
+    if (traces.empty()) traces = analogChannels(record);
+    if (traces.empty()) {
+        KException::raise("Harmonics", "The harmonics need an analog channel; %s has none.",
+                          record.getName().c_str());
+    }
+    if (traces.size() > HARMONIC_CURVES) traces.resize(HARMONIC_CURVES);
+    auto* frame = new KHarmonicFrame();
+    canvas.setRoot(frame);
+    frame->create();
+    frame->setTitle(("Harmonics of " + channelNames(record, traces) + " from X to O").c_str());
+    KGraphFrame* graphs = frame->getGraphFrame();
+    graphs->addRecord(&record, traces);
+    lookLike(*graphs, timeGraphs);
+    if (timeGraphs.getMode() == 1) {
+        frame->getFrequencyGraph()->setOption(KGraphPanel::INVERTED, true);
+    }
+    follow(timeGraphs, *graphs, true);
+    frame->updateTransform();
+    canvas.layout();
+    return graphs;
+}
+
+KGraphFrame* RecordViews::buildPhasor(KCanvasView& canvas, KGraphFrame& timeGraphs,
+                                      KRecord& record) {
+    // The phase currents, else the phase voltages, else the first three analog channels.
+    int sets[2][3];
+    KPhaseChannels::find(record, sets[1], sets[0]);
+    std::vector<int> traces;
+    for (const int* set : sets) {
+        if (traces.empty() && set[0] >= 0 && set[1] >= 0 && set[2] >= 0) {
+            traces.assign(set, set + 3);
+        }
+    }
+    if (traces.empty()) {
+        traces = analogChannels(record);
+        if (traces.size() < 3) {
+            KException::raise("Phasors", "The phasors need three analog channels; %s has %d.",
+                              record.getName().c_str(), static_cast<int>(traces.size()));
+        }
+        traces.resize(3);
+    }
+    auto* frame = new KPhasorFrame();
+    canvas.setRoot(frame);
+    frame->create();
+    frame->setTitle(("Phasors of " + channelNames(record, traces) + " from X to O").c_str());
+    KGraphFrame* graphs = frame->getGraphFrame();
+    graphs->addRecord(&record, traces);
+    lookLike(*graphs, timeGraphs);
+    follow(timeGraphs, *graphs, true);
+    frame->updateTransform();
+    canvas.layout();
+    return graphs;
 }
 
 void RecordViews::follow(const KGraphFrame& from, KGraphFrame& to, bool needMarkers) {

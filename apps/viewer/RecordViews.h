@@ -19,6 +19,15 @@ public:
     static KGraphFrame* buildImpedance(KCanvasView& canvas, KGraphFrame& timeGraphs,
                                        KRecord& record);
 
+    // The spectrum and the table of harmonics of the stretch between the markers, for the
+    // analog curves of the tab's active graph (else the first analog channels; 12 at most).
+    static KGraphFrame* buildHarmonic(KCanvasView& canvas, KGraphFrame& timeGraphs,
+                                      KRecord& record);
+    // The phasors of the phase currents (else the phase voltages, else the first three
+    // analog channels) over the stretch between the markers, with their symmetrical
+    // components.
+    static KGraphFrame* buildPhasor(KCanvasView& canvas, KGraphFrame& timeGraphs, KRecord& record);
+
     // Gives the view's time graphs the time in view and the markers of the tab's. With
     // needMarkers and no markers shown, X goes to the trigger (the start of the time in view
     // when it is not in view) and O a cycle of the line frequency after it.

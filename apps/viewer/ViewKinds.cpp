@@ -4,17 +4,11 @@
 
 #include "RecordViews.h"
 
-bool ViewKind::isAvailable() const {
-    return std::strcmp(id, "time") == 0 || build != nullptr;
-}
-
 const std::vector<ViewKind>& ViewKind::all() {
-    // The harmonic and phasor views get their builders once their frames (KHarmonicFrame,
-    // KPhasorFrame) are in the library.
     static const std::vector<ViewKind> kinds = {
         {"time", "_Time Graphs", "F5", nullptr, false},
-        {"harmonic", "_Harmonics", "F6", nullptr, true},
-        {"phasor", "_Phasors", "F7", nullptr, true},
+        {"harmonic", "_Harmonics", "F6", RecordViews::buildHarmonic, true},
+        {"phasor", "_Phasors", "F7", RecordViews::buildPhasor, true},
         {"xy", "_XY Plot", "F8", RecordViews::buildXY, false},
         {"impedance", "_Impedance", "F9", RecordViews::buildImpedance, false},
     };

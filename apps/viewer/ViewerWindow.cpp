@@ -5,6 +5,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include <kalvo/analysis/KHarmonicFrame.h>
+#include <kalvo/analysis/KPhasorFrame.h>
+#include <kalvo/analysis/KSymmetricalComponents.h>
 #include <kalvo/foundation/KException.h>
 #include <kalvo/graph/KCurve.h>
 #include <kalvo/graph/KGraphAxis.h>
@@ -20,6 +23,7 @@
 #include <kalvo/record/KRecord.h>
 #include <kalvo/toolkit/KClipboard.h>
 #include <kalvo/toolkit/KContainer.h>
+#include <kalvo/toolkit/widgets/KTableExt.h>
 #include <kalvo/toolkit/widgets/KLabel.h>
 
 #include "ChannelList.h"
@@ -283,9 +287,7 @@ GMenuModel* ViewerWindow::buildMenu() {
     GMenu* view = g_menu_new();
     GMenu* kinds = g_menu_new();
     for (const ViewKind& kind : ViewKind::all()) {
-        std::string label = kind.label;
-        if (!kind.isAvailable()) label += " (not in this build)";
-        append(kinds, label.c_str(), (std::string("win.view-") + kind.id).c_str(), kind.key);
+        append(kinds, kind.label, (std::string("win.view-") + kind.id).c_str(), kind.key);
     }
     appendSection(view, kinds);
     GMenu* looks = g_menu_new();
@@ -374,7 +376,7 @@ void ViewerWindow::updateActions() {
     enable("paste", time);
     enable("graph", time);
     for (const ViewKind& kind : ViewKind::all()) {
-        enable((std::string("view-") + kind.id).c_str(), ready && kind.isAvailable());
+        enable((std::string("view-") + kind.id).c_str(), ready);
     }
 }
 
@@ -699,6 +701,27 @@ std::string ViewerWindow::describeState() const {
             line("view.title", plot->getTitle().c_str());
             line("view.pairs",
                  std::to_string(pairs.size()) + " aperture " + number(t0) + " " + number(t1));
+        }
+        if (auto* harmonics = k_dynamic_cast<KHarmonicFrame>(current->getRoot())) {
+            line("view.base", oneLine(harmonics->getBaseFrequencyText().c_str()));
+            const KTableExt* table = harmonics->getTable();
+            for (int r = 0; r < table->getRowCount() && r < 5; ++r) {
+                std::string cells = table->getRowTitle(r).c_str();
+                for (int c = 0; c < table->getColumnCount(); ++c) {
+                    cells += std::string(" | ") + table->getCellText(r, c).c_str();
+                }
+                line("view.row." + std::to_string(r), cells);
+            }
+        }
+        if (auto* phasors = k_dynamic_cast<KPhasorFrame>(current->getRoot())) {
+            // Magnitude and angle in degrees of phases A, B and C, then the zero, positive
+            // and negative sequences.
+            for (int i = 0; i < 6; ++i) {
+                const KSymmetricalComponents::Phasor p =
+                    i < 3 ? phasors->getPhasor(i) : phasors->getSequence(i - 3);
+                line("view.phasor." + std::to_string(i),
+                     number(std::abs(p)) + " " + number(KSymmetricalComponents::degreesOf(p)));
+            }
         }
     }
     if (const ChannelList* channels = current->getChannelList()) {

@@ -334,17 +334,13 @@ TEST(ViewerTest, EveryMenuCommandIsReachedByTheKeyboard) {
     // F10, then arrows and mnemonics: View ▸ Dark Colours.
     x.xdotool("key F10 Right Right d");
     ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.get("dark") == "1"; }, 10000, &s));
-    // The keys of the menu bar: F4 the channel pane. F6 asks for the harmonic view, a slot
-    // that its frame fills: until then it is shown unavailable and the time graphs stay.
+    // The keys of the menu bar: F4 the channel pane, F7 the phasor view and F5 back.
     x.xdotool("key F4");
     ASSERT_TRUE(
         v.waitFor([](const ViewerState& st) { return st.get("sidebar") == "0"; }, 10000, &s));
-    x.xdotool("key F6");
-    x.sleep(300);
-    s = v.state();
-    EXPECT_EQ(s.words("tab.0")[2], "time");
-    EXPECT_NE(s.getText().find("menu _View/_Harmonics (not in this build)|F6|win.view-harmonic"),
-              std::string::npos);
+    x.xdotool("key F7");
+    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.words("tab.0")[2] == "phasor"; },
+                          10000, &s));
     // A graph's own menu by Shift+F10: its second item zooms out.
     x.xdotool("key F4 F5");
     ASSERT_TRUE(
@@ -461,4 +457,101 @@ TEST(ViewerTest, AViewTheRecordCannotGiveIsToldAndTheGraphsStay) {
     EXPECT_EQ(s.number("graphs"), 1);
     EXPECT_EQ(v.quit(), 0);
     std::filesystem::remove_all(folder);
+}
+
+namespace {
+
+// The RMS of the component of samples from..to-1 at the frequency whose period they span:
+// the fundamental of a stretch one cycle long.
+double fundamentalRms(const KRecord& record, int trace, int from, int to) {
+    const int n = to - from;
+    double re = 0, im = 0;
+    for (int k = 0; k < n; ++k) {
+        const double v = record.getTrace(trace)->getData()[from + k];
+        re += v * std::cos(2 * M_PI * k / n);
+        im -= v * std::sin(2 * M_PI * k / n);
+    }
+    return std::hypot(re, im) * std::sqrt(2.0) / n;
+}
+
+// The index of the last sample at or before t.
+int sampleAt(const KRecord& record, double t) {
+    int i = 0;
+    while (i + 1 < record.getSampleCount() && record.getXData()[i + 1] <= t) ++i;
+    return i;
+}
+
+}  // namespace
+
+// F6 and F7 analyse the stretch between the markers: with none shown, the cycle after the
+// trigger; with markers placed, theirs, followed whenever the view is shown again.
+TEST(ViewerTest, TheHarmonicAndPhasorViewsAnalyseTheStretchBetweenTheMarkers) {
+    ViewerSession v({PQ});
+    XSession& x = v.x();
+    ViewerState s;
+    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return isReady(st); }, 20000, &s));
+    const KRecord record = readRecord(PQ);
+    // The currents' graph in use: its curves are the ones analysed.
+    const CPoint mid = v.onScreen(s, s.rect("graph.0", "plot").CenterPoint());
+    x.xdotool(format("mousemove %d %d click 1", mid.x, mid.y));
+    x.xdotool("key F6");
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.has("view.row.0") && st.has("view.base"); },
+                  10000, &s))
+        << s.get("tab.0");
+    v.shot("viewer-harmonic");
+    EXPECT_EQ(s.get("view.root"), "KHarmonicFrame");
+    const double tx = s.number("view.markers", 2), to = s.number("view.markers", 3);
+    EXPECT_EQ(s.number("view.markers", 0), 1);
+    EXPECT_NEAR(to - tx, 1.0 / 60, 1e-9) << s.get("view.markers") << " (a 60 Hz record)";
+    EXPECT_NE(s.get("view.base").find("60"), std::string::npos) << s.get("view.base");
+    // Row 0 is harmonic 1: Ia, Ib and Ic, magnitude (the amplitude, as the spectrum's) and
+    // phase each.
+    std::vector<std::string> cells;
+    {
+        std::istringstream row(s.get("view.row.0"));
+        for (std::string cell; std::getline(row, cell, '|');) cells.push_back(cell);
+    }
+    ASSERT_EQ(cells.size(), 7u) << s.get("view.row.0");
+    const int from = sampleAt(record, tx), end = sampleAt(record, to);
+    for (int c = 0; c < 3; ++c) {
+        const double expected = fundamentalRms(record, c, from, end) * std::sqrt(2.0);
+        EXPECT_NEAR(labelValue(cells[1 + 2 * c].substr(cells[1 + 2 * c].find_first_not_of(' '))),
+                    expected, expected * 0.02)
+            << record.getTrace(c)->getName().c_str() << ": " << s.get("view.row.0");
+    }
+
+    // The phasors of the same cycle: the three currents' RMS values.
+    x.xdotool("key F7");
+    ASSERT_TRUE(v.waitFor(
+        [](const ViewerState& st) {
+            return st.has("view.phasor.0") && st.number("view.phasor.0") > 0;
+        },
+        10000, &s))
+        << s.get("tab.0");
+    v.shot("viewer-phasor");
+    EXPECT_EQ(s.get("view.root"), "KPhasorFrame");
+    EXPECT_DOUBLE_EQ(s.number("view.markers", 2), tx) << s.get("view.markers");
+    EXPECT_DOUBLE_EQ(s.number("view.markers", 3), to) << s.get("view.markers");
+    for (int c = 0; c < 3; ++c) {
+        const double expected = fundamentalRms(record, c, from, end);
+        EXPECT_NEAR(s.number("view.phasor." + std::to_string(c)), expected, expected * 0.02)
+            << s.get("view.phasor." + std::to_string(c));
+    }
+
+    // Markers placed in the time graphs are what the harmonic view shows next.
+    x.xdotool("key F5");
+    ASSERT_TRUE(
+        v.waitFor([](const ViewerState& st) { return st.words("tab.0")[2] == "time"; }, 10000, &s));
+    showMarkers(v, 0.3, 0.6);
+    s = v.state();
+    const std::string markers = s.get("markers");
+    x.xdotool("key F6");
+    ASSERT_TRUE(v.waitFor(
+        [&](const ViewerState& st) {
+            return st.words("tab.0")[2] == "harmonic" && st.get("view.markers") == markers;
+        },
+        10000, &s))
+        << s.get("view.markers") << " against " << markers;
+    EXPECT_EQ(v.quit(), 0);
 }
