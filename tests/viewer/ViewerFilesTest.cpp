@@ -62,7 +62,7 @@ TEST(ViewerFilesTest, OpensByTheDialogFromTheRecentFilesAndByDropping) {
     // Closed, and opened again from the recent files by the keyboard: File, Open Recent, 1.
     x.xdotool("key ctrl+w");
     ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.get("tabs") == "0"; }, 10000, &s));
-    x.xdotool("key F10 r");
+    x.xdotool("key --delay 250 F10 r");
     x.sleep(500);
     x.xdotool("key 1");
     ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return isReady(st); }, 20000, &s))
@@ -161,7 +161,7 @@ TEST(ViewerFilesTest, AWorkspaceSavedOpensAgainEqual) {
             return st.get("channel.0").find(" shown 0 ") != std::string::npos;
         },
         10000, &s));
-    x.xdotool("mousemove 640 30 key F10 Right Right d");
+    x.xdotool("mousemove 640 30 key --delay 250 F10 Right Right d");
     ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.get("dark") == "1"; }, 10000, &s));
     // The other: one channel in a graph of its own.
     x.xdotool("key ctrl+Page_Up");
@@ -264,7 +264,7 @@ TEST(ViewerFilesTest, TheViewExportsAsPicturesAndPrints) {
                    {"e", "emf", std::string("\x01\x00\x00\x00", 4)}};
     for (const auto& f : formats) {
         const std::string path = v.getFolder() + "/view." + f.extension;
-        x.xdotool(std::string("mousemove 640 30 key F10 e ") + f.key);
+        x.xdotool(std::string("mousemove 640 30 key --delay 250 F10 e ") + f.key);
         typeFileName(x, path);
         ASSERT_TRUE(v.waitFor(
             [&](const ViewerState& st) {

@@ -332,7 +332,7 @@ TEST(ViewerTest, EveryMenuCommandIsReachedByTheKeyboard) {
     EXPECT_GT(items, 40);
 
     // F10, then arrows and mnemonics: View ▸ Dark Colours.
-    x.xdotool("key F10 Right Right d");
+    x.xdotool("key --delay 250 F10 Right Right d");
     ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return st.get("dark") == "1"; }, 10000, &s));
     // The keys of the menu bar: F4 the channel pane, F7 the phasor view and F5 back.
     x.xdotool("key F4");
