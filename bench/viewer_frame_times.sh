@@ -65,12 +65,13 @@ measure() {
   xdotool mouseup 1
   end=$(date +%s.%N)
   sleep 0.5
-  local peak_kb
+  local peak_kb range
   peak_kb=$(awk '/^VmHWM/ { print $2 }' "/proc/$viewer/status")
+  range=$(grep '^range' "$state" | cut -d' ' -f2-)
   xdotool key ctrl+q
   wait "$viewer" || true
   viewer=
-  echo "== $name: 12 channels of $samples samples, $(grep '^range' "$state" | cut -d' ' -f2-) s in view at the end"
+  echo "== $name: 12 channels of $samples samples, ${range} s in view at the end"
   awk -v start="$start" -v end="$end" '
     /^#/ { next }
     $1 >= start && $1 <= end { n++; whole[n] = $2; paint[n] = $3 }
