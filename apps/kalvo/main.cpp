@@ -16,6 +16,7 @@
 #include "InfoCommand.h"
 #include "PhasorsCommand.h"
 #include "RenderCommand.h"
+#include "ViewCommand.h"
 
 namespace {
 
@@ -39,6 +40,7 @@ const char* const USAGE =
     "  render     a view of the record as a picture: the time graphs, a plot of one\n"
     "             channel against another, the impedance plane, the harmonic or the\n"
     "             phasor analysis\n"
+    "  view       the records in a window (kalvo-viewer)\n"
     "\n"
     "kalvo COMMAND --help tells more.\n"
     "\n"
@@ -84,6 +86,8 @@ int main(int argc, char** argv) {
         printf("kalvo %s\n", KALVO_VERSION);
         return 0;
     }
+    // The window is a program of its own, with options of its own.
+    if (strcmp(argv[1], "view") == 0) return ViewCommand::run(argc, argv);
     for (const Command& command : COMMANDS) {
         if (strcmp(argv[1], command.name) != 0) continue;
         try {

@@ -1,6 +1,7 @@
 #include <kalvo/foundation/KString.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
@@ -13,9 +14,11 @@ namespace {
 
 char emptyText[1] = {0};  // the buffer of every empty string; never written
 char dummyChar = 0;       // what charAt gives for an index past the end
-int increment = 256;
-int maxSize = 65535;
-int instanceCount = 0;
+// Process-wide settings and the count of live strings: atomic, since records may be read
+// on a thread of their own while the interface thread draws.
+std::atomic<int> increment{256};
+std::atomic<int> maxSize{65535};
+std::atomic<int> instanceCount{0};
 
 // Membership of the characters of a set, looked up by byte value.
 class CharSet {
@@ -37,7 +40,7 @@ private:
 
 }  // namespace
 
-KString::KString() : buffer_(emptyText), len_(0), capacity_(0) { ++instanceCount; }
+KString::KString() : buffer_(emptyText), len_(0), capacity_(0) { instanceCount.fetch_add(1, std::memory_order_relaxed); }
 
 KString::KString(const KString& other) : KString() {
     if (other.len_ > 0) {
@@ -50,7 +53,7 @@ KString::KString(const KString& other) : KString() {
 
 KString::KString(KString&& other) noexcept
     : buffer_(other.buffer_), len_(other.len_), capacity_(other.capacity_) {
-    ++instanceCount;
+    instanceCount.fetch_add(1, std::memory_order_relaxed);
     other.buffer_ = emptyText;
     other.len_ = 0;
     other.capacity_ = 0;
@@ -81,14 +84,14 @@ KString::KString(int len, char* buf) : KString() {
 
 KString::~KString() {
     release();
-    --instanceCount;
+    instanceCount.fetch_sub(1, std::memory_order_relaxed);
 }
 
 void KString::setIncrement(int n) { increment = n >= 256 ? n : 256; }
 int KString::getIncrement() { return increment; }
 void KString::setMaxSize(int n) { maxSize = n <= 65535 ? n : 65535; }
 int KString::getMaxSize() { return maxSize; }
-int KString::getInstanceCount() { return instanceCount; }
+int KString::getInstanceCount() { return instanceCount.load(std::memory_order_relaxed); }
 
 bool KString::isShared() const { return buffer_ == emptyText; }
 

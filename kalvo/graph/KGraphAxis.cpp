@@ -400,7 +400,16 @@ void KGraphAxis::drawTrigger(KGraphics& graphics) {
 
 // Input.
 
-void KGraphAxis::pan(double delta) {
+double KGraphAxis::toWholePixels(double delta) const {
+    const double width = getClientRect().Width(), span = range_.getRangeSize();
+    if (!(width > 0) || !(span > 0) || !std::isfinite(delta) || delta == 0.0) return delta;
+    double pixels = std::round(delta * width / span);
+    if (pixels == 0.0) pixels = delta > 0 ? 1.0 : -1.0;
+    return pixels * span / width;
+}
+
+void KGraphAxis::pan(double delta, bool wholePixels) {
+    if (wholePixels) delta = toWholePixels(delta);
     if (!std::isfinite(delta) || delta == 0.0) return;
     double lower, upper;
     range_.getBounds(lower, upper);
@@ -448,8 +457,8 @@ void KGraphAxis::processKeyEvent(KEvent& event) {
         case KEvent::VK_RIGHT: pan(range_.getGrid()); break;
         case KEvent::VK_PRIOR: pan(-span); break;
         case KEvent::VK_NEXT: pan(span); break;
-        case KEvent::VK_HOME: pan(lower - range_.getMinimum()); break;
-        case KEvent::VK_END: pan(upper - range_.getMaximum()); break;
+        case KEvent::VK_HOME: pan(lower - range_.getMinimum(), false); break;
+        case KEvent::VK_END: pan(upper - range_.getMaximum(), false); break;
         case '+':
         case 0xBB:  // the plus and equals key
             if (KGraphFrame* frame = getFrame()) frame->zoomX(true);
@@ -492,7 +501,15 @@ void KGraphAxis::actionPerformed(KEvent& event) {
     if (!event.isNamed("slider.change") && !event.isNamed("slider.end")) return;
     double lo, hi;
     slider->getAperture(lo, hi);
+    // The thumb dragged along moves the view by whole pixels too, and shows where it went.
+    const double was = range_.getMinimum(), span = range_.getRangeSize();
+    const bool along = std::fabs((hi - lo) - span) <= span * 1e-9;
+    if (along) {
+        lo = was + toWholePixels(lo - was);
+        hi = lo + span;
+    }
     if (!range_.setLimits(lo, hi)) return;
+    if (along) setPanControl(lo, hi);
     // The grid follows the new span; the ends stay where the slider put them.
     range_.computeGrid(false);
     if (KGraphFrame* frame = getFrame()) {

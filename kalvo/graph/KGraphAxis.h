@@ -158,8 +158,12 @@ private:
     int markAt(int x) const;
     // Moves O with X while the lock is on.
     void offsetMarker();
-    // Pans the range by delta (kept in the bounds) and tells the frame.
-    void pan(double delta);
+    // Pans the range by delta (kept in the bounds), rounded to whole pixels unless told
+    // otherwise, and tells the frame.
+    void pan(double delta, bool wholePixels = true);
+    // The delta rounded to whole pixels of the axis (one at least): a view moved so keeps
+    // the graphs' pixel columns of the samples still in it.
+    double toWholePixels(double delta) const;
     void rangeChanged();
 
     KBitSet flags_;

@@ -295,7 +295,12 @@ int KWaveformPainter::firstAfter(const double* x, int from, int to, double colum
 
 void KWaveformPainter::summarise(const double* x, const double* y, int first, int last,
                                  const KTraceSummary& summary, Columns& out) const {
-    out.columns.clear();
+    // The columns of the view before (of the same samples, or none) are taken over where
+    // their samples still make one whole column of this view: panning reads only the ends of
+    // the columns it keeps, and their extremes come from the summary once.
+    std::vector<Column> before;
+    before.swap(out.columns);
+    size_t next = 0;
     // The samples in view and in the margin, and one on either side to draw the lines into
     // it from.
     out.lo = firstAfter(x, first, last, -MARGIN - 1.0);
@@ -303,6 +308,20 @@ void KWaveformPainter::summarise(const double* x, const double* y, int first, in
     int guess = 1;
     for (int i = out.lo; i < out.hi;) {
         const double column = columnOf(x[i]);
+        while (next < before.size() && before[next].first < i) ++next;
+        if (next < before.size() && before[next].first == i) {
+            // The domain runs forward: the samples from i to end-1 are this column's alone
+            // when the last of them is in it and the one after is not (or ends the view).
+            const Column& kept = before[next];
+            if (kept.end <= out.hi && columnOf(x[kept.end - 1]) == column &&
+                (kept.end == out.hi || columnOf(x[kept.end]) > column)) {
+                out.columns.push_back(kept);
+                out.columns.back().column = column;
+                guess = kept.end - i;
+                i = kept.end;
+                continue;
+            }
+        }
         const int j = firstAfter(x, i + 1, out.hi, column, guess);
         guess = std::max(1, j - i);
         Column c{column, i, j, 0.0, 0.0, y[i], y[j - 1], true};
@@ -339,6 +358,10 @@ void KWaveformPainter::draw(CDC* dc, const double* x, const double* y, int n,
     if (byColumns) {
         const Columns::Key key{x, y, n, first, last, xMin_, kx_, plot_.left, plot_.Width()};
         if (!(columns->key == key) || columns->columns.empty()) {
+            const Columns::Key& was = columns->key;
+            if (was.x != x || was.y != y || was.n != n || was.first != first || was.last != last) {
+                columns->columns.clear();
+            }
             summarise(x, y, first, last, *summary, *columns);
             columns->key = key;
         }

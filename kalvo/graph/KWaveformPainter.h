@@ -26,8 +26,9 @@ class KWaveformPainter {
 public:
     // The pixel columns of one view of one curve: for each, its samples and, where they are
     // many and all finite, their extremes. A curve keeps them between paints, so that
-    // painting the same view again reads no samples but the columns' first and last; a
-    // different view, or data, makes them anew.
+    // painting the same view again reads no samples but the columns' first and last; another
+    // view of the same samples takes over the columns whose samples make one of its columns
+    // too (all but the ends, after a pan), and other data makes them anew.
     struct Column {
         double column;   // from the plot's left
         int first, end;  // the samples first..end-1

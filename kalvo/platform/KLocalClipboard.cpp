@@ -19,23 +19,6 @@ bool KLocalClipboard::empty() {
     return true;
 }
 
-unsigned KLocalClipboard::registerFormat(const char* name) {
-    if (name == nullptr || *name == 0) return 0;
-    for (size_t i = 0; i < names_.size(); ++i) {
-        if (names_[i] == name) return FIRST_REGISTERED_FORMAT + static_cast<unsigned>(i);
-    }
-    names_.emplace_back(name);
-    return FIRST_REGISTERED_FORMAT + static_cast<unsigned>(names_.size() - 1);
-}
-
-KString KLocalClipboard::getFormatName(unsigned format) const {
-    if (format == CF_TEXT) return "CF_TEXT";
-    if (format >= FIRST_REGISTERED_FORMAT && format - FIRST_REGISTERED_FORMAT < names_.size()) {
-        return names_[format - FIRST_REGISTERED_FORMAT];
-    }
-    return KString();
-}
-
 bool KLocalClipboard::setData(unsigned format, const void* data, size_t size) {
     if (!open_ || format == 0 || (data == nullptr && size > 0)) return false;
     const auto* bytes = static_cast<const std::uint8_t*>(data);

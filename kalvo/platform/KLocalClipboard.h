@@ -15,9 +15,6 @@ public:
     bool isOpen() const override { return open_; }
     bool empty() override;
 
-    unsigned registerFormat(const char* name) override;
-    KString getFormatName(unsigned format) const override;
-
     bool setData(unsigned format, const void* data, size_t size) override;
     bool isFormatAvailable(unsigned format) const override;
     bool getDataSize(unsigned format, size_t& size) const override;
@@ -30,5 +27,4 @@ private:
     bool open_ = false;
     HWND owner_ = nullptr;
     std::map<unsigned, std::vector<std::uint8_t>> data_;
-    std::vector<KString> names_;  // of the formats numbered from FIRST_REGISTERED_FORMAT
 };

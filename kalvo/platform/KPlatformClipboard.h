@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 #include <kalvo/foundation/KString.h>
 #include <kalvo/platform/HWND.h>
@@ -24,10 +25,11 @@ public:
     virtual bool empty() = 0;
 
     // The number of the format of that name (case ignored), the same for every call with
-    // that name; 0 for a null or empty name.
-    virtual unsigned registerFormat(const char* name) = 0;
+    // that name; 0 for a null or empty name. Numbers are given out from
+    // FIRST_REGISTERED_FORMAT in the order the names are first met.
+    virtual unsigned registerFormat(const char* name);
     // The name of a registered or standard format; empty for an unknown number.
-    virtual KString getFormatName(unsigned format) const = 0;
+    virtual KString getFormatName(unsigned format) const;
 
     // Places a copy of size bytes under format, replacing what was there; false when not
     // open or for format 0.
@@ -43,4 +45,7 @@ public:
     static KPlatformClipboard& get();
     // Null goes back to the process-local clipboard. The installed one is not owned.
     static void install(KPlatformClipboard* clipboard);
+
+private:
+    std::vector<KString> names_;  // of the formats numbered from FIRST_REGISTERED_FORMAT
 };

@@ -127,6 +127,57 @@ TEST(KWaveformPainterTest, KeptColumnsServeTheSameViewOnly) {
     EXPECT_DOUBLE_EQ(kept.key.xMin, 0.25);
 }
 
+// Views of the same samples take over the columns of the view before wherever their
+// samples still make one column: the columns, and so the picture, are those made anew. Pans
+// by whole pixels keep all but the ends; pans by fractions of one, and slight zooms (which
+// keep the columns near the left and move the others by a sample or two), keep some.
+TEST(KWaveformPainterTest, LaterViewsKeepTheColumnsThatStillHold) {
+    for (const char* kind : {"sine", "gaps", "spike"}) {
+        for (int n : {300, 20000, 200000}) {
+            const Data d = make(kind, n);
+            KTraceSummary summary;
+            summary.build(d.x.data(), d.y.data(), n);
+            KWaveformPainter::Columns kept;
+            auto paint = [&](double x0, double width, KWaveformPainter::Columns& columns) {
+                std::unique_ptr<CCairoDC> dc(CCairoDC::CreateImage(W, H));
+                KWaveformPainter painter(PLOT, x0, x0 + width, -1.0, 1.0);
+                painter.draw(dc.get(), d.x.data(), d.y.data(), n, &summary, KWaveformPainter::LINE,
+                             0, 1, 0.0, 0, -1, &columns);
+                return dc;
+            };
+            const double pixel = 0.5 / PLOT.Width();
+            const struct {
+                double x0, width;
+            } views[] = {{0.0, 0.5},
+                         {pixel, 0.5},
+                         {4 * pixel, 0.5},
+                         {4.37 * pixel, 0.5},
+                         {1.87 * pixel, 0.5},
+                         {41.87 * pixel, 0.5},
+                         {41.87 * pixel, 0.5005},
+                         {41.87 * pixel, 0.501},
+                         {0.1, 0.49},
+                         {0.1, 0.4901}};
+            for (const auto& v : views) {
+                auto later = paint(v.x0, v.width, kept);
+                KWaveformPainter::Columns fresh;
+                auto anew = paint(v.x0, v.width, fresh);
+                const std::string at = std::string(kind) + " n=" + std::to_string(n) + " view " +
+                                       std::to_string(v.x0) + "+" + std::to_string(v.width);
+                EXPECT_EQ(differences(*later, *anew), 0) << at;
+                ASSERT_EQ(kept.columns.size(), fresh.columns.size()) << at;
+                for (size_t c = 0; c < fresh.columns.size(); ++c) {
+                    const auto &a = kept.columns[c], &b = fresh.columns[c];
+                    ASSERT_TRUE(a.column == b.column && a.first == b.first && a.end == b.end &&
+                                a.exact == b.exact &&
+                                (a.exact || (a.min == b.min && a.max == b.max)))
+                        << at << ": column " << c;
+                }
+            }
+        }
+    }
+}
+
 TEST(KWaveformPainterTest, BackwardTimesHugeValuesAndBadViews) {
     // Times that run backwards are drawn sample by sample, in the order given.
     Data back = make("sine", 300);
