@@ -1,8 +1,5 @@
 // kalvo phasors and the harmonic and phasor views of kalvo render, run as a user runs them.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cmath>
@@ -13,56 +10,19 @@
 #include <string>
 #include <vector>
 
+#include "command/CommandRun.h"
 #include "io/ComtradeTestData.h"
-
-extern char** environ;
 
 namespace {
 
-struct Outcome {
-    int status = -1;
-    std::string out, err;
-};
-
-std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-Outcome run(const std::vector<std::string>& args) {
-    const std::string base = ::testing::TempDir() + "kalvo_analysis_" + std::to_string(getpid());
-    const std::string outPath = base + ".out", errPath = base + ".err";
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                     0644);
-    posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                     0644);
-    std::vector<char*> argv{const_cast<char*>(KALVO_COMMAND)};
-    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    pid_t pid;
-    Outcome r;
-    if (posix_spawn(&pid, KALVO_COMMAND, &actions, nullptr, argv.data(), environ) == 0) {
-        int status = 0;
-        waitpid(pid, &status, 0);
-        r.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-    posix_spawn_file_actions_destroy(&actions);
-    r.out = slurp(outPath);
-    r.err = slurp(errPath);
-    std::remove(outPath.c_str());
-    std::remove(errPath.c_str());
-    return r;
-}
+using ktest::kalvo;
+using ktest::Ran;
+using ktest::slurp;
 
 #define EXPECT_RUN_STATUS(expected, ...)                              \
     [&] {                                                             \
         const std::vector<std::string> args_{__VA_ARGS__};            \
-        Outcome r_ = run(args_);                                      \
+        Ran r_ = kalvo(args_);                                        \
         EXPECT_EQ(r_.status, expected) << args_[0] << ": " << r_.err; \
         return r_;                                                    \
     }()
@@ -109,7 +69,7 @@ struct Folder {
 
 // The embedded sample's fault voltages, a cycle from the trigger, are the generator's phasors.
 TEST(KalvoAnalysisCommand, PhasorsOfTheEmbeddedSample) {
-    Outcome r = EXPECT_RUN_STATUS(0, "phasors", "--primary");
+    Ran r = EXPECT_RUN_STATUS(0, "phasors", "--primary");
     EXPECT_NE(
         r.out.find("Stretch: 0 s to 0.016666667 s from the trigger, 64 samples, 1 cycle of 60 Hz"),
         std::string::npos)
@@ -135,7 +95,7 @@ TEST(KalvoAnalysisCommand, PhasorsOfTheEmbeddedSample) {
 }
 
 TEST(KalvoAnalysisCommand, PhasorsRefuseWhatTheyCannotDo) {
-    Outcome r = EXPECT_RUN_STATUS(2, "phasors", "--channels", "VA,VB");
+    Ran r = EXPECT_RUN_STATUS(2, "phasors", "--channels", "VA,VB");
     EXPECT_NE(r.err.find("--channels needs three channels, the phases A, B and C; 2 given"),
               std::string::npos)
         << r.err;
@@ -170,7 +130,7 @@ TEST(KalvoAnalysisCommand, RendersTheAnalysisViews) {
                       "0.05,0.0666667", "-o", acb);
     EXPECT_NE(slurp(acb).find(utf16("PhaseACB")), std::string::npos);
     // Views it does not have, and a phasor view of four channels, are refused.
-    Outcome r =
+    Ran r =
         EXPECT_RUN_STATUS(2, "render", "--view", "spectrum", "-o", (folder.path / "x.png").string());
     EXPECT_NE(r.err.find("unknown view 'spectrum' (time, plot, impedance, harmonic, phasor)"), std::string::npos)
         << r.err;
