@@ -1,4 +1,4 @@
-// Time graphs of large records: repainting a 1920x1080 graph frame, a zoom step and a marker
+// Time graphs of large records: repainting a 1920x1080 graph frame, a zoom step, a pan step and a marker
 // drag step, each drawn by pixel column (the summary of each column's samples) and, in the
 // same run, by drawing every sample. x_every is how many times longer the frame takes when
 // every sample is drawn: the gain of drawing by column.
@@ -109,6 +109,18 @@ void zoomStep(Scene& s) {
     s.canvas->update();
 }
 
+// Pans the time axis by a grid step with its arrow keys, right and left again in turn, as
+// holding an arrow key does; the graphs are zoomed in five steps first (1/32 of the record
+// in view), so that each column still summarises a few hundred samples.
+void panStep(Scene& s) {
+    static bool right = true;
+    KComponent::setFocus(s.frame->getAxis());
+    s.canvas->keyPress(right ? KEvent::VK_RIGHT : KEvent::VK_LEFT);
+    right = !right;
+    s.canvas->pumpTasks();
+    s.canvas->update();
+}
+
 // Moves marker X on the axis by a pixel, back and forth, as a drag does.
 void markerStep(Scene& s) {
     static int offset = 0;
@@ -144,6 +156,17 @@ void BM_ZoomStep(benchmark::State& state) {
     report(state, s, zoomStep);
 }
 
+void BM_PanStep(benchmark::State& state) {
+    Scene& s = scene(static_cast<int>(state.range(0)), state.range(1));
+    KComponent::setFocus(s.frame->getActiveGraph());
+    for (int i = 0; i < 5; ++i) s.canvas->keyPress('+');
+    s.canvas->pumpTasks();
+    s.canvas->paint();
+    for (auto _ : state) panStep(s);
+    report(state, s, panStep);
+    s.frame->resetZoomX();
+}
+
 void BM_MarkerDrag(benchmark::State& state) {
     Scene& s = scene(static_cast<int>(state.range(0)), state.range(1));
     if (!s.frame->getAxis()->isMarkerXEnabled()) {
@@ -166,6 +189,7 @@ void BM_MarkerDrag(benchmark::State& state) {
 #define K_GRAPH_BENCHMARKS(curves, samples)                                              \
     BENCHMARK(BM_Repaint)->Args({curves, samples})->Unit(benchmark::kMillisecond);    \
     BENCHMARK(BM_ZoomStep)->Args({curves, samples})->Unit(benchmark::kMillisecond);   \
+    BENCHMARK(BM_PanStep)->Args({curves, samples})->Unit(benchmark::kMillisecond);    \
     BENCHMARK(BM_MarkerDrag)->Args({curves, samples})->Unit(benchmark::kMillisecond)
 K_GRAPH_BENCHMARKS(12, 1000000);
 K_GRAPH_BENCHMARKS(12, 10000000);
