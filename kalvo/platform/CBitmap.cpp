@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include <glib.h>
+
 #include <kalvo/platform/CDC.h>
 #include <kalvo/platform/DeviceCaps.h>
 #include <kalvo/platform/DeviceModes.h>
@@ -46,12 +48,31 @@ bool CBitmap::DeleteObject() {
     return true;
 }
 
+cairo_surface_t* CBitmap::CreateSurface(int width, int height) {
+    constexpr int LINE = 64;
+    int stride = cairo_format_stride_for_width(CAIRO_FORMAT_RGB24, width);
+    if (stride < 32 * LINE) return cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
+    stride = (stride + LINE - 1) / LINE * LINE;
+    if ((stride / LINE) % 2 == 0) stride += LINE;
+    void* data = g_try_malloc(static_cast<std::size_t>(stride) * height);
+    if (data == nullptr) return cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
+    cairo_surface_t* s = cairo_image_surface_create_for_data(static_cast<unsigned char*>(data),
+                                                             CAIRO_FORMAT_RGB24, width, height, stride);
+    static cairo_user_data_key_t owner;
+    if (cairo_surface_set_user_data(s, &owner, data, g_free) != CAIRO_STATUS_SUCCESS) {
+        cairo_surface_destroy(s);
+        g_free(data);
+        return cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
+    }
+    return s;
+}
+
 bool CBitmap::CreateBitmap(int width, int height, unsigned planes, unsigned bitsPerPixel,
                            const void* bits) {
     if (width <= 0 || height <= 0 || planes != 1 || (bitsPerPixel != 1 && bitsPerPixel != 32)) {
         return false;
     }
-    cairo_surface_t* s = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
+    cairo_surface_t* s = CreateSurface(width, height);
     if (cairo_surface_status(s) != CAIRO_STATUS_SUCCESS) {
         cairo_surface_destroy(s);
         return false;

@@ -56,6 +56,12 @@ public:
     CBitmap Copy(const CRect& area) const;
     CBitmap Copy() const;
 
+    // A new image surface of opaque 32-bit pixels, its content undefined (cairo's error
+    // surface when there is no memory for it). Wide images get rows an odd number of cache lines apart: at their
+    // natural stride (7680 bytes at 1920 pixels) the rows of a pixel column share a few cache
+    // sets and alias each other's stores, and a vertical line costs a cache miss a pixel.
+    static cairo_surface_t* CreateSurface(int width, int height);
+
     // Adopts a reference to an image surface (the caller keeps its own reference).
     void Attach(cairo_surface_t* surface, bool monochrome);
     cairo_surface_t* GetSurface() const { return surface_; }

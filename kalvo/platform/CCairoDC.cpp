@@ -90,6 +90,7 @@ CCairoDC::CCairoDC(cairo_t* cr) {
     cairo_surface_get_device_offset(surface_, &ox, &oy);
     raster_ = cairo_surface_get_type(surface_) == CAIRO_SURFACE_TYPE_IMAGE && m.xx == 1 &&
               m.yy == 1 && m.xy == 0 && m.yx == 0 && m.x0 == 0 && m.y0 == 0 && ox == 0 && oy == 0;
+    notePixels();
     cairo_save(cr_);
 }
 
@@ -106,6 +107,7 @@ void CCairoDC::attach(cairo_surface_t* surface, CSize size) {
     cr_ = cairo_create(surface_);
     size_ = size;
     raster_ = cairo_surface_get_type(surface_) == CAIRO_SURFACE_TYPE_IMAGE;
+    notePixels();
     cairo_save(cr_);
     applyClip();
 }
@@ -119,7 +121,7 @@ CCairoDC::~CCairoDC() {
 CCairoDC* CCairoDC::CreateImage(int width, int height) {
     width = std::max(width, 1);
     height = std::max(height, 1);
-    cairo_surface_t* s = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
+    cairo_surface_t* s = CBitmap::CreateSurface(width, height);
     cairo_t* cr = cairo_create(s);
     cairo_set_source_rgb(cr, 1, 1, 1);
     cairo_paint(cr);
@@ -233,9 +235,14 @@ void CCairoDC::applyClip() {
 
 // Pixels.
 
+void CCairoDC::notePixels() {
+    pixels_ = raster_ ? cairo_image_surface_get_data(surface_) : nullptr;
+    stride_ = raster_ ? cairo_image_surface_get_stride(surface_) : 0;
+    opaque_ = raster_ && cairo_image_surface_get_format(surface_) == CAIRO_FORMAT_RGB24;
+}
+
 std::uint32_t* CCairoDC::pixelRow(int y) const {
-    return reinterpret_cast<std::uint32_t*>(cairo_image_surface_get_data(surface_) +
-                                            y * cairo_image_surface_get_stride(surface_));
+    return reinterpret_cast<std::uint32_t*>(pixels_ + static_cast<std::ptrdiff_t>(y) * stride_);
 }
 
 void CCairoDC::beginPixels() const {
@@ -411,16 +418,14 @@ void CCairoDC::rasterLine(int x1, int y1, int x2, int y2, bool last) {
     const bool opaque = state_.bkMode == OPAQUE;
     const std::vector<int>& runs = dashesOf(state_.pen.GetStyle());
     beginPixels();
-    unsigned char* data = cairo_image_surface_get_data(surface_);
-    const int stride = cairo_image_surface_get_stride(surface_);
     auto plot = [&](int x, int y, std::uint32_t source) {
-        auto& px = reinterpret_cast<std::uint32_t*>(data + static_cast<std::ptrdiff_t>(y) * stride)[x];
+        auto& px = pixelRow(y)[x];
         px = (px & 0xFF000000) | (rop == R2_COPYPEN ? source : applyRop2(rop, source, px) & 0xFFFFFF);
     };
     CRect touched(std::min(x1, x2), std::min(y1, y2), std::max(x1, x2) + 1, std::max(y1, y2) + 1);
     touched.IntersectRect(touched, clip);
     // A solid vertical line, as curves drawn by pixel column are made of: only the rows
-    // inside the clip are visited.
+    // inside the clip are visited, and a plain copy onto an image without alpha only writes.
     if (x1 == x2 && runs.empty()) {
         if (x1 >= clip.left && x1 < clip.right) {
             int top = y1, bottom = y2;  // the rows from y1 toward y2, the end row when last
@@ -431,8 +436,15 @@ void CCairoDC::rasterLine(int x1, int y1, int x2, int y2, bool last) {
                 bottom = y1 + 1;
             }
             if (y1 == y2) bottom = last ? y1 + 1 : y1;
-            for (int y = std::max(top, static_cast<int>(clip.top)); y < std::min(bottom, static_cast<int>(clip.bottom)); ++y) {
-                plot(x1, y, pen);
+            const int from = std::max(top, static_cast<int>(clip.top));
+            const int to = std::min(bottom, static_cast<int>(clip.bottom));
+            if (rop == R2_COPYPEN && opaque_) {
+                unsigned char* at = pixels_ + static_cast<std::ptrdiff_t>(from) * stride_ + 4 * x1;
+                for (int y = from; y < to; ++y, at += stride_) {
+                    *reinterpret_cast<std::uint32_t*>(at) = 0xFF000000 | pen;
+                }
+            } else {
+                for (int y = from; y < to; ++y) plot(x1, y, pen);
             }
         }
         endPixels(touched);
@@ -512,9 +524,14 @@ void CCairoDC::doPolyline(const std::vector<CPoint>& points) {
     if (state_.pen.GetStyle() == PS_NULL) return;
     const bool thin = state_.pen.GetWidth() * std::fabs(scaleX()) <= 1.0;
     if (thin) {
-        std::vector<CPoint> device(points);
-        LPtoDP(device.data(), static_cast<int>(device.size()));
-        for (std::size_t i = 1; i < device.size(); ++i) thinLine(device[i - 1], device[i], false);
+        CPoint from = points[0];
+        LPtoDP(&from);
+        for (std::size_t i = 1; i < points.size(); ++i) {
+            CPoint to = points[i];
+            LPtoDP(&to);
+            thinLine(from, to, false);
+            from = to;
+        }
         return;
     }
     render([&](cairo_t* cr, bool aliased) {

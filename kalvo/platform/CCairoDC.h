@@ -81,6 +81,8 @@ private:
     // Whether pixels can be set directly: an image surface drawn without transformation.
     bool isRaster() const { return raster_; }
     std::uint32_t* pixelRow(int y) const;
+    // Notes the pixels of an image target (after raster_ is set).
+    void notePixels();
     void beginPixels() const;
     void endPixels(const CRect& touched) const;
 
@@ -103,6 +105,11 @@ private:
     CSize size_;
     bool memory_ = false;
     bool raster_ = false;
+    // The image's pixels while raster_: its rows, their distance apart and whether they
+    // have no alpha.
+    unsigned char* pixels_ = nullptr;
+    int stride_ = 0;
+    bool opaque_ = false;
     bool antialias_ = true;
     std::string* out_ = nullptr;
 

@@ -192,6 +192,16 @@ double CDC::toDeviceY(double y) const {
 }
 
 void CDC::LPtoDP(POINT* points, int count) const {
+    // One logical unit a pixel (the text mode, and any mapping without scale) is a shift.
+    if (state_.viewportExt.cx == state_.windowExt.cx && state_.viewportExt.cy == state_.windowExt.cy) {
+        const int dx = state_.viewportOrg.x - state_.windowOrg.x;
+        const int dy = state_.viewportOrg.y - state_.windowOrg.y;
+        for (int i = 0; i < count; ++i) {
+            points[i].x += dx;
+            points[i].y += dy;
+        }
+        return;
+    }
     for (int i = 0; i < count; ++i) {
         points[i].x = static_cast<int>(std::lround(toDeviceX(points[i].x)));
         points[i].y = static_cast<int>(std::lround(toDeviceY(points[i].y)));
@@ -310,13 +320,15 @@ bool CDC::LineTo(int x, int y) {
 
 bool CDC::Polyline(const POINT* points, int count) {
     if (points == nullptr || count < 2) return false;
-    doPolyline(std::vector<CPoint>(points, points + count));
+    points_.assign(points, points + count);
+    doPolyline(points_);
     return true;
 }
 
 bool CDC::Polygon(const POINT* points, int count) {
     if (points == nullptr || count < 2) return false;
-    doPolygon(std::vector<CPoint>(points, points + count));
+    points_.assign(points, points + count);
+    doPolygon(points_);
     return true;
 }
 

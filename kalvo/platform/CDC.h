@@ -270,4 +270,5 @@ private:
     bool printPreview_ = false;
     int bitsPixel_ = 32;
     std::vector<State> saved_;
+    std::vector<CPoint> points_;  // the points of the shape being drawn, kept for their memory
 };
