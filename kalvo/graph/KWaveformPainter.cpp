@@ -96,12 +96,17 @@ public:
     // row from its top to its bottom value once, and goes on from its last sample.
     void column(double x, double first, double top, double bottom, double last) {
         sample(x, first);
-        flushRun();
         const double t = std::max(top, box_.top), b = std::min(bottom, box_.bottom);
         if (t <= b && x >= box_.left && x <= box_.right) {
             const CPoint from = rounded(x, t), to = rounded(x, b);
+            // The line in ends on the column, which covers its last pixel.
+            const bool covered = width_ <= 1 && !run_.empty() && run_.back().x == from.x &&
+                                 run_.back().y >= from.y && run_.back().y <= to.y;
+            flushRun(!covered);
             dc_->MoveTo(from);
             dc_->LineTo(to.x, to.y + 1);
+        } else {
+            flushRun();
         }
         havePrevious_ = false;
         sample(x, last);
@@ -143,11 +148,20 @@ private:
     }
 
     // Draws the run and its last pixel, which a line leaves out, so that a sample before a
-    // gap, and a lone one, show.
-    void flushRun() {
+    // gap, and a lone one, show (unless the caller covers it).
+    void flushRun(bool withEnd = true) {
         if (run_.empty()) return;
-        if (run_.size() > 1) dc_->Polyline(run_.data(), static_cast<int>(run_.size()));
+        if (run_.size() == 2) {
+            dc_->MoveTo(run_[0]);
+            dc_->LineTo(run_[1].x, run_[1].y);
+        } else if (run_.size() > 2) {
+            dc_->Polyline(run_.data(), static_cast<int>(run_.size()));
+        }
         const CPoint end = run_.back();
+        if (!withEnd) {
+            run_.clear();
+            return;
+        }
         if (width_ <= 1) {
             dc_->SetPixelV(end.x, end.y, color_);
         } else if (run_.size() == 1) {
