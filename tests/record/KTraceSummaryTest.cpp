@@ -53,6 +53,29 @@ TEST(KTraceSummaryTest, ExtremesOfAnyStretchMatchAScan) {
     EXPECT_LT(summary.getMemorySize(), y.size() * sizeof(double) / 20);
 }
 
+TEST(KTraceSummaryTest, NonFiniteSamplesAreLeftOutWhereverTheyFall) {
+    // Each of NaN, +inf and -inf at every position of a stretch, which the samples are read
+    // in steps of several at a time: the extremes are those of the finite ones around.
+    const double kinds[] = {std::nan(""), std::numeric_limits<double>::infinity(),
+                            -std::numeric_limits<double>::infinity()};
+    for (double bad : kinds) {
+        for (int at = 0; at < 19; ++at) {
+            std::vector<double> y(19);
+            for (int i = 0; i < 19; ++i) y[i] = (i * 37 % 19) - 9.5;
+            y[at] = bad;
+            KTraceSummary summary;
+            summary.build(nullptr, y.data(), 19);
+            for (int from = 0; from <= at; from += 3) {
+                const auto want = direct(y, from, 19);
+                const auto got = summary.find(y.data(), from, 19);
+                ASSERT_EQ(got.min, want.min) << bad << " at " << at << " from " << from;
+                ASSERT_EQ(got.max, want.max) << bad << " at " << at << " from " << from;
+                ASSERT_TRUE(got.gap);
+            }
+        }
+    }
+}
+
 TEST(KTraceSummaryTest, NotesWhetherTheDomainRunsForward) {
     const double y[] = {1, 2, 3, 4};
     const double forward[] = {0, 1, 1, 2};
