@@ -385,6 +385,12 @@ void KComponent::paint(KGraphics& graphics) {
     graphics.fillRect(extents_);
 }
 
+bool KComponent::paintsAllOf(const CRect& area) const {
+    CRect covered;
+    return isVisible() && paintsEveryPixel() && covered.IntersectRect(getBounds(), area) &&
+           covered == area;
+}
+
 void KComponent::paintAll(KGraphics& graphics) {
     if (!visible_) return;
     FlagScope painting(painting_, true);

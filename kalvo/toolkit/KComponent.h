@@ -187,6 +187,9 @@ public:
     // True when paint covers every pixel of the component's extents, so that its container
     // need not fill behind it: opaque containers and labels.
     virtual bool paintsEveryPixel() const { return false; }
+    // Whether painting the visible component covers every pixel of the area (in its
+    // parent's coordinates), so that a host need not clear it first.
+    bool paintsAllOf(const CRect& area) const;
     // Paints in XOR mode: drawing it twice leaves the picture as it was.
     virtual void paintXOR(KGraphics& graphics);
     // The focus mark drawn over a focused child by a container; none by default.

@@ -209,7 +209,8 @@ void KCanvasView::paint(const CRect& area) {
     invalid_.SetRectEmpty();
     const int saved = picture_->SaveDC();
     picture_->IntersectClipRect(painted);
-    picture_->FillSolidRect(painted, 0xFFFFFF);
+    // A root that paints every pixel of the damage leaves nothing to clear.
+    if (root_ == nullptr || !root_->paintsAllOf(painted)) picture_->FillSolidRect(painted, 0xFFFFFF);
     if (root_ != nullptr) {
         // Nothing can be asked of the user in the middle of a frame: a fault is told on
         // the error stream and the rest of the frame stays blank.

@@ -101,10 +101,7 @@ void KCanvas::update() {
     const int saved = image_->SaveDC();
     image_->IntersectClipRect(invalid_);
     // A root that paints every pixel of the damage leaves nothing to clear.
-    CRect covered;
-    if (root_ == nullptr || !root_->isVisible() || !root_->paintsEveryPixel() ||
-        !covered.IntersectRect(root_->getBounds(), invalid_) || covered != invalid_)
-        image_->FillSolidRect(invalid_, 0xFFFFFF);
+    if (root_ == nullptr || !root_->paintsAllOf(invalid_)) image_->FillSolidRect(invalid_, 0xFFFFFF);
     paint(image_.get());
     image_->RestoreDC(saved);
 }
