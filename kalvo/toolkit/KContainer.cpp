@@ -236,18 +236,25 @@ void subtractRect(std::vector<CRect>& rects, const CRect& hole) {
 
 }  // namespace
 
-void KContainer::paint(KGraphics& graphics) {
-    if (!isOpaque()) return;
+std::vector<CRect> KContainer::uncoveredByChildren(bool printing) const {
     std::vector<CRect> uncovered{getExtents()};
-    const bool printing = graphics.isPrinting();
     for (KComponent* child : children_) {
         if (uncovered.empty()) break;
         if (!child->isVisible() || child->isXORDraw() || !child->paintsEveryPixel()) continue;
         if (printing && !child->isPrintable()) continue;
         subtractRect(uncovered, child->getBounds());
     }
+    return uncovered;
+}
+
+bool KContainer::paintsEveryPixel() const {
+    return isOpaque() || uncoveredByChildren(false).empty();
+}
+
+void KContainer::paint(KGraphics& graphics) {
+    if (!isOpaque()) return;
     graphics.setColor(getBackground());
-    for (const CRect& r : uncovered) graphics.fillRect(r);
+    for (const CRect& r : uncoveredByChildren(graphics.isPrinting())) graphics.fillRect(r);
 }
 
 void KContainer::paintAll(KGraphics& graphics) {

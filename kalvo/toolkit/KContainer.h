@@ -73,7 +73,8 @@ public:
     void setModified(bool modified) override;
     bool isModified() const override;
     void paintAll(KGraphics& graphics) override;
-    bool paintsEveryPixel() const override { return isOpaque(); }
+    // Opaque, or covered by children that paint every pixel of theirs.
+    bool paintsEveryPixel() const override;
     // Fills the background that the children which paint every pixel of theirs leave
     // uncovered (all of it when none does), so that no pixel is filled twice.
     void paint(KGraphics& graphics) override;
@@ -99,6 +100,9 @@ protected:
     virtual void componentRemoved(KComponent* component);
 
 private:
+    // The parts of the extents that no visible child painting every pixel of its own covers
+    // (leaving out the children that are not printed, when printing).
+    std::vector<CRect> uncoveredByChildren(bool printing) const;
     // The child on the way down to the descendant, or null.
     KComponent* childToward(const KComponent* descendant) const;
     void relayout(KComponent* component);

@@ -69,7 +69,7 @@ void KViewport::paintAll(KGraphics& graphics) {
     const CRect saved = graphics.getClipBounds();
     graphics.clipRect(getBounds());
     if (!graphics.getClipBounds().IsRectEmpty()) {
-        KBufferedContext buffer(dc, !isOpaque(), buffer_);
+        KBufferedContext buffer(dc, !paintsEveryPixel(), buffer_);
         KGraphics image(buffer.getGraphics());
         KContainer::paintAll(image);
     }
