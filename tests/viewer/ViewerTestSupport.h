@@ -33,6 +33,15 @@ inline std::string format(const char* fmt, int a, int b) {
     return text;
 }
 
+// Answers the viewer's file dialog: the whole path typed into its name field, then Enter.
+inline void typeFileName(XSession& x, const std::string& path) {
+    x.sleep(1200);
+    x.xdotool("key ctrl+a");
+    x.xdotool("type --delay 5 " + path);
+    x.sleep(300);
+    x.xdotool("key Return");
+}
+
 // The record as the viewer reads it.
 inline KRecord readRecord(const std::string& path) {
     KRecord record;
