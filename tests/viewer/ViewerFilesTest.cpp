@@ -194,12 +194,7 @@ TEST(ViewerFilesTest, AWorkspaceSavedOpensAgainEqual) {
     for (int tab = 0; tab < 2; ++tab) capture(v, tab, before[tab], pictures[tab], canvases[tab]);
 
     const std::string workspace = v.getFolder() + "/faults.kvw";
-    x.xdotool("key ctrl+s");
-    typeFileName(x, workspace);
-    ASSERT_TRUE(v.waitFor(
-        [&](const ViewerState& st) { return st.get("status") == "Saved workspace " + workspace; },
-        20000, &s))
-        << s.get("status");
+    ASSERT_TRUE(saveWorkspace(v, workspace, s)) << s.get("status");
     EXPECT_EQ(v.quit(), 0);
 
     ViewerSession again({workspace});

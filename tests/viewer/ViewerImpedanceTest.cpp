@@ -162,12 +162,7 @@ TEST(ViewerImpedanceTest, SettingsOfTheCommandLineKeepInAWorkspace) {
     const std::string shown = s.select({"tab.0", "view.title", "view.zones", "view.locus."});
 
     const std::string workspace = v.getFolder() + "/settings.kvw";
-    v.x().xdotool("key ctrl+s");
-    typeFileName(v.x(), workspace);
-    ASSERT_TRUE(v.waitFor(
-        [&](const ViewerState& st) { return st.get("status") == "Saved workspace " + workspace; },
-        20000, &s))
-        << s.get("status");
+    ASSERT_TRUE(saveWorkspace(v, workspace, s)) << s.get("status");
     EXPECT_EQ(v.quit(), 0);
 
     // Opened again, without the options: the tab's own settings.
@@ -182,11 +177,7 @@ TEST(ViewerImpedanceTest, AWorkspaceOfTheFirstVersionOpensWithoutSettings) {
     ViewerState s;
     ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return isReady(st); }, 20000, &s));
     const std::string saved = v.getFolder() + "/new.kvw";
-    v.x().xdotool("key ctrl+s");
-    typeFileName(v.x(), saved);
-    ASSERT_TRUE(v.waitFor(
-        [&](const ViewerState& st) { return st.get("status") == "Saved workspace " + saved; },
-        20000, &s));
+    ASSERT_TRUE(saveWorkspace(v, saved, s)) << s.get("status");
     const std::string before = s.select({"range", "graphs", "graph.", "curve."});
     EXPECT_EQ(v.quit(), 0);
 

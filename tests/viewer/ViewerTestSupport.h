@@ -42,6 +42,15 @@ inline void typeFileName(XSession& x, const std::string& path) {
     x.xdotool("key Return");
 }
 
+// Saves the workspace by Ctrl+S and the file dialog: whether the viewer said it did.
+inline bool saveWorkspace(ViewerSession& v, const std::string& path, ViewerState& s) {
+    v.x().xdotool("key ctrl+s");
+    typeFileName(v.x(), path);
+    return v.waitFor(
+        [&](const ViewerState& st) { return st.get("status") == "Saved workspace " + path; },
+        20000, &s);
+}
+
 // The record as the viewer reads it.
 inline KRecord readRecord(const std::string& path) {
     KRecord record;
