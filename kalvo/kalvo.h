@@ -143,6 +143,7 @@
 // plot
 #include <kalvo/plot/KCharacteristic.h>
 #include <kalvo/plot/KImpedancePanel.h>
+#include <kalvo/plot/KImpedanceSettings.h>
 #include <kalvo/plot/KMhoCharacteristic.h>
 #include <kalvo/plot/KPlayControl.h>
 #include <kalvo/plot/KPlotCurve.h>

@@ -16,27 +16,6 @@ double CommandLine::seconds(const char* option, const char* text) {
     return v;
 }
 
-std::vector<double> CommandLine::numbers(const char* option, const char* text, size_t least, size_t most,
-                                         const char* form) {
-    std::vector<double> values;
-    const std::string list = text;
-    size_t start = 0;
-    for (;;) {
-        const size_t comma = list.find(',', start);
-        const std::string item = list.substr(start, comma == std::string::npos ? std::string::npos : comma - start);
-        char* end = nullptr;
-        const double v = strtod(item.c_str(), &end);
-        if (item.empty() || *end != '\0' || !std::isfinite(v))
-            KException::raise("Usage", "%s needs %s, not '%s'", option, form, text);
-        values.push_back(v);
-        if (comma == std::string::npos) break;
-        start = comma + 1;
-    }
-    if (values.size() < least || values.size() > most)
-        KException::raise("Usage", "%s needs %s, not '%s'", option, form, text);
-    return values;
-}
-
 CommandLine::CommandLine(int argc, char** argv, int first, int accepted) {
     auto value = [&](int& i) -> const char* {
         if (i + 1 >= argc) KException::raise("Usage", "%s needs a value", argv[i]);
@@ -126,21 +105,13 @@ CommandLine::CommandLine(int argc, char** argv, int first, int accepted) {
                 start = comma + 1;
             }
             if (loops.empty()) KException::raise("Usage", "--loop needs AG, BG, CG, AB, BC or CA");
-        } else if ((accepted & PLOT) && is(a, "--k0")) {
-            const std::vector<double> k0 = numbers(a, value(i), 2, 2, "the magnitude and angle of k0: MAG,ANGLE");
-            k0Magnitude = k0[0];
-            k0Degrees = k0[1];
-            hasK0 = true;
-            if (k0Magnitude < 0) KException::raise("Usage", "--k0 needs a magnitude of 0 or more, not %g", k0Magnitude);
-        } else if ((accepted & PLOT) && (is(a, "--mho") || is(a, "--quad"))) {
-            const bool mho = is(a, "--mho");
-            const std::vector<double> v = mho ? numbers(a, value(i), 2, 3, "REACH,ANGLE[,OFFSET] in ohms and degrees")
-                                              : numbers(a, value(i), 3, 3, "X,R,ANGLE: reactive and resistive reach in ohms, line angle in degrees");
-            if (v[0] <= 0 || (!mho && v[1] <= 0) || (mho && v.size() == 3 && v[2] < 0))
-                KException::raise("Usage", "%s needs reaches above 0 ohm (and an offset of 0 or more)", a);
-            if (!mho && (v[2] < 45 || v[2] > 90))
-                KException::raise("Usage", "--quad needs a line angle from 45 to 90 degrees, not %g", v[2]);
-            zones.push_back({mho, {v[0], v[1], v.size() > 2 ? v[2] : 0.0}});
+        } else if ((accepted & PLOT) && KImpedanceSettings::isOption(a)) {
+            const char* text = value(i);
+            try {
+                impedance.readOption(a, text);
+            } catch (const KException& e) {
+                KException::raise("Usage", "%s", e.getText().c_str());
+            }
         } else if ((accepted & HARMONICS) && is(a, "--percent")) {
             percent = true;
         } else if ((accepted & HARMONICS) && is(a, "--wide")) {

@@ -5,6 +5,7 @@
 
 #include <kalvo/io/KComtradeConfig.h>
 #include <kalvo/io/KTextEncoding.h>
+#include <kalvo/plot/KImpedanceSettings.h>
 
 // The options of a kalvo subcommand, read from its arguments. Raises KException titled
 // "Usage" for an unknown option or a bad value.
@@ -21,12 +22,6 @@ public:
         PICTURE = 64,   // --markers T1,T2, --size WxH, --dark
         PLOT = 128,     // --view V, --x CH, --y CH, --mode M, --loop L, --k0 M,A, --mho, --quad
         SEQUENCE = 256, // --rotation ABC|ACB
-    };
-
-    // A relay zone of --mho REACH,ANGLE[,OFFSET] or --quad X,R,ANGLE.
-    struct Zone {
-        bool mho;
-        double values[3];
     };
 
     CommandLine(int argc, char** argv, int first, int accepted);
@@ -54,15 +49,10 @@ public:
     std::string xChannel, yChannel;    // --x, --y
     std::string plotMode = "xy";       // --mode: xy, polar, scatter
     std::vector<std::string> loops;    // --loop, items of comma lists in order
-    bool hasK0 = false;
-    double k0Magnitude = 0.0, k0Degrees = 0.0;  // --k0 MAG,ANGLE
-    std::vector<Zone> zones;           // --mho and --quad, in order
+    KImpedanceSettings impedance;      // --k0, --mho and --quad
     std::string rotation = "ABC";      // --rotation: the phase rotation, upper case
     KTextEncoding::Encoding encoding = KTextEncoding::AUTO;
 
 private:
     static double seconds(const char* option, const char* text);
-    // The comma-separated numbers of an option's value, from least to most of them.
-    static std::vector<double> numbers(const char* option, const char* text, size_t least, size_t most,
-                                       const char* form);
 };

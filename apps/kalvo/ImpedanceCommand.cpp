@@ -81,7 +81,7 @@ int ImpedanceCommand::run(const CommandLine& options, FILE* out) {
     const double from = options.hasFrom ? options.from : trigger;
     const double to = options.hasTo ? options.to : x[n - 1];
     std::vector<std::unique_ptr<KCharacteristic>> zones;
-    for (KCharacteristic* z : wanted.makeZones()) zones.emplace_back(z);
+    for (KCharacteristic* z : wanted.getSettings().makeZones()) zones.emplace_back(z);
 
     fprintf(out, "%s",
             DisplayText::wrap("Apparent impedance of " + name + ", " +
@@ -89,7 +89,7 @@ int ImpedanceCommand::run(const CommandLine& options, FILE* out) {
                               100)
                 .c_str());
     fprintf(out, "Channels: %s; %s\n", wanted.describeChannels(record).c_str(),
-            wanted.describeK0().c_str());
+            wanted.getSettings().describeK0().c_str());
     for (size_t z = 0; z < zones.size(); ++z)
         fprintf(out, "Zone %d: %s\n", static_cast<int>(z) + 1, zones[z]->describe().c_str());
     for (int loop : wanted.loops) {

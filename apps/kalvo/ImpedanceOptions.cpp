@@ -1,10 +1,6 @@
 #include "ImpedanceOptions.h"
 
-#include <cstdio>
-
 #include <kalvo/foundation/KException.h>
-#include <kalvo/plot/KMhoCharacteristic.h>
-#include <kalvo/plot/KQuadCharacteristic.h>
 #include <kalvo/record/KImpedanceTransform.h>
 #include <kalvo/record/KPhaseChannels.h>
 
@@ -58,29 +54,7 @@ ImpedanceOptions::ImpedanceOptions(const CommandLine& options, const RecordSourc
 void ImpedanceOptions::setUp(KImpedanceTransform& transform, int loop) const {
     transform.setLoop(loop);
     transform.setChannels(channels);
-    transform.setResidualFactor(options_.k0Magnitude, options_.k0Degrees);
-}
-
-std::vector<KCharacteristic*> ImpedanceOptions::makeZones() const {
-    std::vector<KCharacteristic*> zones;
-    for (const CommandLine::Zone& z : options_.zones) {
-        KCharacteristic* zone =
-            z.mho ? static_cast<KCharacteristic*>(
-                        new KMhoCharacteristic(z.values[0], z.values[1], z.values[2]))
-                  : new KQuadCharacteristic(z.values[0], z.values[1], z.values[2]);
-        KString name;
-        name.format("Zone %d", static_cast<int>(zones.size()) + 1);
-        zone->setName(name.c_str());
-        zones.push_back(zone);
-    }
-    return zones;
-}
-
-std::string ImpedanceOptions::describeK0() const {
-    if (options_.k0Magnitude == 0.0) return "no k0";
-    char text[64];
-    snprintf(text, sizeof text, "k0 %.4g at %.4g deg", options_.k0Magnitude, options_.k0Degrees);
-    return text;
+    options_.impedance.apply(transform);
 }
 
 std::string ImpedanceOptions::describeChannels(const KRecord& record) const {

@@ -7,7 +7,6 @@
 
 #include "CommandLine.h"
 
-class KCharacteristic;
 class KImpedanceTransform;
 class RecordSource;
 
@@ -22,12 +21,10 @@ public:
     int channels[6];         // VA, VB, VC, IA, IB, IC
     std::vector<int> loops;  // KImpedanceTransform::Loop, in the order given
 
-    // The transform of a loop, with the channels and k0.
+    // The transform of a loop, with the channels and the settings' k0.
     void setUp(KImpedanceTransform& transform, int loop) const;
-    // The zones, "Zone 1", "Zone 2"... in the order given; the caller takes them.
-    std::vector<KCharacteristic*> makeZones() const;
-    // "k0 0.669 at -7.5 deg", or "no k0" without one.
-    std::string describeK0() const;
+    // The k0 and the zones given.
+    const KImpedanceSettings& getSettings() const { return options_.impedance; }
     // "VA, VB, VC (kV); IA, IB, IC (A)".
     std::string describeChannels(const KRecord& record) const;
 

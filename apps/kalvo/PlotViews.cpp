@@ -96,12 +96,12 @@ void PlotViews::renderImpedance(KCanvas& canvas, RenderCommand::Input& input) {
         plane->addLocus(impedance, KImpedanceTransform::getLoopName(loop));
         loops << (loops.isEmpty() ? "" : ", ") << KImpedanceTransform::getLoopName(loop);
     }
-    for (KCharacteristic* zone : wanted.makeZones()) plane->addCharacteristic(zone);
+    for (KCharacteristic* zone : wanted.getSettings().makeZones()) plane->addCharacteristic(zone);
     // Several loci are told apart by their colours; one is coloured by time.
     plane->setTimeColoring(wanted.loops.size() == 1);
     KString title;
     title << "Apparent impedance " << loops << ", " << input.record.getProperty("Values")
-          << " ohms, " << wanted.describeK0().c_str();
+          << " ohms, " << wanted.getSettings().describeK0().c_str();
     frame->setTitle(title.c_str());
     frame->updateAperture();
     canvas.layout();

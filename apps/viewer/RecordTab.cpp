@@ -226,7 +226,7 @@ bool RecordTab::showView(const ViewKind& kind) {
         view_ = &kind;
         KCanvasView* canvas = makeCanvas();
         try {
-            viewGraphs_[kind.id] = kind.build(*canvas, *frame_, *record_);
+            viewGraphs_[kind.id] = kind.build(*canvas, *frame_, *record_, impedance_);
         } catch (const KException& e) {
             view_ = shown;
             gtk_stack_remove(GTK_STACK(views_), canvas->getWidget());
@@ -242,6 +242,19 @@ bool RecordTab::showView(const ViewKind& kind) {
     focusView();
     if (on_.changed) on_.changed();
     return true;
+}
+
+void RecordTab::setImpedanceSettings(const KImpedanceSettings& settings) {
+    impedance_ = settings;
+    const ViewKind& impedance = *ViewKind::find("impedance");
+    const auto built = canvases_.find(impedance.id);
+    if (built == canvases_.end()) return;
+    const bool shown = view_ == &impedance;
+    if (shown) view_ = &ViewKind::all().front();
+    viewGraphs_.erase(impedance.id);
+    gtk_stack_remove(GTK_STACK(views_), built->second->getWidget());
+    canvases_.erase(built);
+    if (shown && !showView(impedance)) showView(*view_);
 }
 
 KGraphFrame* RecordTab::getViewGraphs() const {

@@ -7,6 +7,8 @@
 
 #include <gtk/gtk.h>
 
+#include <kalvo/plot/KImpedanceSettings.h>
+
 #include "ViewKinds.h"
 
 class ChannelList;
@@ -72,6 +74,10 @@ public:
     void focusView();
     void setSidebarVisible(bool visible);
     bool isSidebarVisible() const;
+    // The k0 and zones of the impedance view. Setting them builds the view again with them
+    // (at once when it is shown, else when it is next shown).
+    const KImpedanceSettings& getImpedanceSettings() const { return impedance_; }
+    void setImpedanceSettings(const KImpedanceSettings& settings);
     // Puts marker X at a time (showing the markers and bringing it into view).
     void placeMarkerX(double time);
     // How many times the tab's views painted.
@@ -99,6 +105,7 @@ private:
     std::map<std::string, std::unique_ptr<KCanvasView>> canvases_;  // by view id
     std::map<std::string, KGraphFrame*> viewGraphs_;  // the other views' own, by view id
     const ViewKind* view_;
+    KImpedanceSettings impedance_;
     std::unique_ptr<ChannelList> channels_;
     std::unique_ptr<EventList> events_;
 

@@ -14,7 +14,9 @@
 #include <kalvo/graph/KGraphFrame.h>
 #include <kalvo/graph/KGraphPanel.h>
 #include <kalvo/host/gtk/KCanvasView.h>
+#include <kalvo/plot/KCharacteristic.h>
 #include <kalvo/plot/KImpedancePanel.h>
+#include <kalvo/plot/KImpedanceSettings.h>
 #include <kalvo/plot/KPlotCurve.h>
 #include <kalvo/plot/KPlotFrame.h>
 #include <kalvo/plot/KPlotPanel.h>
@@ -64,7 +66,8 @@ std::string channelNames(const KRecord& record, const std::vector<int>& traces) 
 
 }  // namespace
 
-KGraphFrame* RecordViews::buildXY(KCanvasView& canvas, KGraphFrame& timeGraphs, KRecord& record) {
+KGraphFrame* RecordViews::buildXY(KCanvasView& canvas, KGraphFrame& timeGraphs, KRecord& record,
+                                  const KImpedanceSettings&) {
     int voltages[3], currents[3];
     int x, y;
     if (KPhaseChannels::find(record, voltages, currents)) {
@@ -91,7 +94,7 @@ KGraphFrame* RecordViews::buildXY(KCanvasView& canvas, KGraphFrame& timeGraphs, 
 }
 
 KGraphFrame* RecordViews::buildImpedance(KCanvasView& canvas, KGraphFrame& timeGraphs,
-                                         KRecord& record) {
+                                         KRecord& record, const KImpedanceSettings& settings) {
     int channels[6];
     if (!KPhaseChannels::find(record, channels, channels + 3)) {
         KException::raise("Impedance",
@@ -106,16 +109,18 @@ KGraphFrame* RecordViews::buildImpedance(KCanvasView& canvas, KGraphFrame& timeG
         KImpedanceTransform transform;
         transform.setLoop(loop);
         transform.setChannels(channels);
+        settings.apply(transform);
         auto impedance = std::make_shared<KRecord>();
         if (!transform.transform(&record, *impedance, 0, record.getSampleCount(), false, false)) {
             KException::raise("Impedance", "%s", transform.getError().c_str());
         }
         plane->addLocus(impedance, KImpedanceTransform::getLoopName(loop));
     }
+    for (KCharacteristic* zone : settings.makeZones()) plane->addCharacteristic(zone);
     plane->setTimeColoring(false);
     KString title;
     title << "Apparent impedance of the fault loops, " << record.getProperty("Values")
-          << " ohms, no k0";
+          << " ohms, " << settings.describeK0();
     frame->setTitle(title.c_str());
     follow(timeGraphs, *frame->getGraphFrame(), false);
     canvas.layout();
@@ -124,7 +129,7 @@ KGraphFrame* RecordViews::buildImpedance(KCanvasView& canvas, KGraphFrame& timeG
 }
 
 KGraphFrame* RecordViews::buildHarmonic(KCanvasView& canvas, KGraphFrame& timeGraphs,
-                                        KRecord& record) {
+                                        KRecord& record, const KImpedanceSettings&) {
     // The analog curves of the graph in use, else the first analog channels.
     std::vector<int> traces;
     if (KGraphPanel* active = timeGraphs.getActiveGraph()) {
@@ -161,7 +166,7 @@ KGraphFrame* RecordViews::buildHarmonic(KCanvasView& canvas, KGraphFrame& timeGr
 }
 
 KGraphFrame* RecordViews::buildPhasor(KCanvasView& canvas, KGraphFrame& timeGraphs,
-                                      KRecord& record) {
+                                      KRecord& record, const KImpedanceSettings&) {
     // The phase currents, else the phase voltages, else the first three analog channels.
     int sets[2][3];
     KPhaseChannels::find(record, sets[1], sets[0]);

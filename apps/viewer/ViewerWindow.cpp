@@ -17,6 +17,8 @@
 #include <kalvo/host/gtk/KCanvasView.h>
 #include <kalvo/host/gtk/KGtkDialogs.h>
 #include <kalvo/platform/KHost.h>
+#include <kalvo/plot/KCharacteristic.h>
+#include <kalvo/plot/KImpedancePanel.h>
 #include <kalvo/plot/KPlotCurve.h>
 #include <kalvo/plot/KPlotFrame.h>
 #include <kalvo/plot/KPlotPanel.h>
@@ -29,6 +31,7 @@
 #include "ChannelList.h"
 #include "EventList.h"
 #include "FrameTimeLog.h"
+#include "ImpedanceDialog.h"
 #include "RecordTab.h"
 #include "StateReport.h"
 #include "ViewExport.h"
@@ -119,7 +122,8 @@ void appendSubmenu(GMenu* menu, const char* label, GMenu* submenu) {
 ViewerWindow::ViewerWindow(GtkApplication* application, const ViewerOptions& options)
     : window_(gtk_application_window_new(application)),
       recentMenu_(g_menu_new()),
-      actions_(g_simple_action_group_new()) {
+      actions_(g_simple_action_group_new()),
+      impedance_(options.impedance) {
     g_object_ref(window_);
     gtk_window_set_title(GTK_WINDOW(window_), "Kalvo");
     gtk_window_set_default_size(GTK_WINDOW(window_), options.width, options.height);
@@ -205,6 +209,7 @@ void ViewerWindow::installAccelerators(GtkApplication* application) {
         {"win.keys", "F1"},
         {"win.next-tab", "<Control>Page_Down"},
         {"win.previous-tab", "<Control>Page_Up"},
+        {"win.impedance-settings", "<Shift>F9"},
     };
     for (const Key& key : keys) {
         const char* accels[] = {key.accel, nullptr};
@@ -234,6 +239,7 @@ void ViewerWindow::addActions() {
         {"sidebar", nullptr, nullptr, "true", onSidebar, {}},
         {"dark", nullptr, nullptr, "false", onDark, {}},
         {"graph", onGraph, "s", nullptr, nullptr, {}},
+        {"impedance-settings", onImpedanceSettings, nullptr, nullptr, nullptr, {}},
         {"keys", onKeys, nullptr, nullptr, nullptr, {}},
         {"about", onAbout, nullptr, nullptr, nullptr, {}},
     };
@@ -290,6 +296,9 @@ GMenuModel* ViewerWindow::buildMenu() {
         append(kinds, kind.label, (std::string("win.view-") + kind.id).c_str(), kind.key);
     }
     appendSection(view, kinds);
+    GMenu* settings = g_menu_new();
+    append(settings, "Impedance _Settings…", "win.impedance-settings", "<Shift>F9");
+    appendSection(view, settings);
     GMenu* looks = g_menu_new();
     append(looks, "_Channels and Events", "win.sidebar", "F4");
     append(looks, "_Dark Colours", "win.dark");
@@ -378,6 +387,7 @@ void ViewerWindow::updateActions() {
     for (const ViewKind& kind : ViewKind::all()) {
         enable((std::string("view-") + kind.id).c_str(), ready);
     }
+    enable("impedance-settings", ready);
 }
 
 // Opening and saving.
@@ -445,7 +455,9 @@ void ViewerWindow::openRecord(const std::string& given) {
             return;
         }
     }
-    addTab(std::make_unique<RecordTab>(path, TabEvents::of(this)));
+    auto tab = std::make_unique<RecordTab>(path, TabEvents::of(this));
+    tab->setImpedanceSettings(impedance_);
+    addTab(std::move(tab));
     setStatus("Reading " + path);
 }
 
@@ -470,6 +482,7 @@ void ViewerWindow::openWorkspace(const std::string& given) {
         auto tab = std::make_unique<RecordTab>(page.frame.release(), page.path, page.title,
                                                TabEvents::of(this));
         RecordTab* added = tab.get();
+        added->setImpedanceSettings(page.impedance);
         addTab(std::move(tab));
         if (dark_) added->getTimeGraphs()->setMode(1);
         added->setSidebarVisible(sidebar_);
@@ -492,7 +505,8 @@ void ViewerWindow::saveWorkspace(const std::string& given) {
     for (const auto& tab : tabs_) {
         if (tab->getTimeGraphs() == nullptr) continue;
         if (tab.get() == getCurrentTab()) active = static_cast<int>(pages.size());
-        pages.push_back({tab->getPath(), tab->getTitle(), tab->getView().id, tab->getTimeGraphs()});
+        pages.push_back({tab->getPath(), tab->getTitle(), tab->getView().id, tab->getTimeGraphs(),
+                         &tab->getImpedanceSettings()});
     }
     try {
         Workspace::save(path, pages, active);
@@ -596,11 +610,12 @@ gboolean ViewerWindow::onCloseRequest(GtkWindow*, gpointer self) {
 
 // Status and messages.
 
-void ViewerWindow::showError(const std::string& text) {
+void ViewerWindow::showError(const std::string& text, GtkWidget* over) {
     messages_.push_back(text);
     changed();
     if (state_ != nullptr) state_->write();
-    KGtkDialogs::messageBox(window_, text.c_str(), "Kalvo", KHost::MB_OK | KHost::MB_ICONERROR);
+    KGtkDialogs::messageBox(over != nullptr ? over : window_, text.c_str(), "Kalvo",
+                            KHost::MB_OK | KHost::MB_ICONERROR);
 }
 
 void ViewerWindow::setStatus(const std::string& text) {
@@ -659,7 +674,18 @@ std::string ViewerWindow::describeState() const {
         line("tab." + std::to_string(i),
              state + " view " + tab->getView().id + " path " + tab->getPath());
         line("tab." + std::to_string(i) + ".title", tab->getTitle());
+        const KImpedanceSettings& impedance = tab->getImpedanceSettings();
+        line("tab." + std::to_string(i) + ".k0",
+             number(impedance.getK0Magnitude()) + " " + number(impedance.getK0Degrees()));
+        for (size_t z = 0; z < impedance.getZones().size(); ++z) {
+            const KImpedanceSettings::Zone& zone = impedance.getZones()[z];
+            line("tab." + std::to_string(i) + ".zone." + std::to_string(z),
+                 std::string(zone.mho ? "mho " : "quad ") + number(zone.values[0]) + " " +
+                     number(zone.values[1]) + " " + number(zone.values[2]));
+        }
     }
+    if (settingsDialog_ != nullptr)
+        line("dialog", "impedance-settings zones " + std::to_string(settingsDialog_->getZoneCount()));
     line("sidebar", sidebar_ ? "1" : "0");
     line("dark", dark_ ? "1" : "0");
     line("status", oneLine(statusText_));
@@ -701,6 +727,34 @@ std::string ViewerWindow::describeState() const {
             line("view.title", plot->getTitle().c_str());
             line("view.pairs",
                  std::to_string(pairs.size()) + " aperture " + number(t0) + " " + number(t1));
+            if (auto* plane = k_dynamic_cast<KImpedancePanel>(plot->getPlotPanel())) {
+                line("view.zones", std::to_string(plane->getCharacteristicCount()));
+                // Each locus's last point in the aperture and the zones (from 1) it lies in.
+                for (size_t p = 0; p < pairs.size(); ++p) {
+                    std::string text = pairs[p]->getCaption().c_str();
+                    int first, last;
+                    const double* rs = pairs[p]->getXValues();
+                    const double* xs = pairs[p]->getYData();
+                    int end = -1;
+                    if (rs != nullptr && xs != nullptr && pairs[p]->findStretch(t0, t1, first, last)) {
+                        for (int k = last; k >= first && end < 0; --k) {
+                            if (std::isfinite(rs[k]) && std::isfinite(xs[k])) end = k;
+                        }
+                    }
+                    if (end >= 0) {
+                        std::string in;
+                        for (int z = 0; z < plane->getCharacteristicCount(); ++z) {
+                            if (plane->getCharacteristic(z)->contains(rs[end], xs[end]))
+                                in += (in.empty() ? "" : " ") + std::to_string(z + 1);
+                        }
+                        text += " end " + number(rs[end]) + " " + number(xs[end]) + " in " +
+                                (in.empty() ? "-" : in);
+                    } else {
+                        text += " end -";
+                    }
+                    line("view.locus." + std::to_string(p), text);
+                }
+            }
         }
         if (auto* harmonics = k_dynamic_cast<KHarmonicFrame>(current->getRoot())) {
             line("view.base", oneLine(harmonics->getBaseFrequencyText().c_str()));
@@ -931,6 +985,34 @@ void ViewerWindow::onView(GSimpleAction* action, GVariant*, gpointer self) {
     const ViewKind* kind = ViewKind::find(id);
     if (tab == nullptr || kind == nullptr) return;
     if (tab->showView(*kind)) w->updateActions();
+}
+
+void ViewerWindow::onImpedanceSettings(GSimpleAction*, GVariant*, gpointer self) {
+    auto* w = static_cast<ViewerWindow*>(self);
+    RecordTab* tab = w->getCurrentTab();
+    if (tab == nullptr || tab->getRecord() == nullptr || w->settingsDialog_ != nullptr) return;
+    ImpedanceDialog dialog(GTK_WINDOW(w->window_), tab->getImpedanceSettings(),
+                           tab->getRecord()->getProperty("Values").c_str(),
+                           [w](const std::string& text, GtkWidget* over) { w->showError(text, over); },
+                           [w] { w->changed(); });
+    w->settingsDialog_ = &dialog;
+    w->changed();
+    KImpedanceSettings settings;
+    const bool accepted = dialog.run(settings);
+    w->settingsDialog_ = nullptr;
+    // The tab may have gone meanwhile (its record failed, or a script closed it).
+    if (accepted && std::any_of(w->tabs_.begin(), w->tabs_.end(),
+                                [tab](const auto& t) { return t.get() == tab; })) {
+        tab->setImpedanceSettings(settings);
+        if (tab->showView(*ViewKind::find("impedance"))) {
+            const size_t zones = settings.getZones().size();
+            w->setStatus(std::string("Impedance settings: ") + settings.describeK0().c_str() +
+                         ", " + std::to_string(zones) + (zones == 1 ? " zone" : " zones"));
+        }
+        w->updateActions();
+    }
+    if (RecordTab* current = w->getCurrentTab()) current->focusView();
+    w->changed();
 }
 
 void ViewerWindow::onSidebar(GSimpleAction* action, GVariant* state, gpointer self) {

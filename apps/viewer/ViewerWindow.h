@@ -6,9 +6,12 @@
 
 #include <gtk/gtk.h>
 
+#include <kalvo/plot/KImpedanceSettings.h>
+
 #include "RecentFiles.h"
 
 class FrameTimeLog;
+class ImpedanceDialog;
 class RecordTab;
 class StateReport;
 class ViewerOptions;
@@ -33,8 +36,9 @@ public:
     void saveWorkspace(const std::string& path);
     void exportView(const std::string& path);
     RecordTab* getCurrentTab() const;
-    // Tells the user of a problem, in a message box; the text is kept for the state report.
-    void showError(const std::string& text);
+    // Tells the user of a problem, in a message box over the window or the dialog given; the
+    // text is kept for the state report.
+    void showError(const std::string& text, GtkWidget* over = nullptr);
     void setStatus(const std::string& text);
 
     // The application's keys: window actions and their accelerators.
@@ -55,6 +59,7 @@ private:
     static void onCopyPicture(GSimpleAction*, GVariant* kind, gpointer self);
     static void onPaste(GSimpleAction*, GVariant*, gpointer self);
     static void onView(GSimpleAction* action, GVariant*, gpointer self);
+    static void onImpedanceSettings(GSimpleAction*, GVariant*, gpointer self);
     static void onSidebar(GSimpleAction* action, GVariant* state, gpointer self);
     static void onDark(GSimpleAction* action, GVariant* state, gpointer self);
     static void onGraph(GSimpleAction*, GVariant* command, gpointer self);
@@ -96,6 +101,8 @@ private:
     std::string statusText_;
     bool sidebar_ = true;
     bool dark_ = false;
+    KImpedanceSettings impedance_;  // of the command line, for each record opened
+    const ImpedanceDialog* settingsDialog_ = nullptr;  // while it is open
     std::unique_ptr<FrameTimeLog> frameLog_;
     std::unique_ptr<StateReport> state_;
 };

@@ -14,7 +14,8 @@
 namespace {
 
 constexpr const char* MAGIC = "Kalvo workspace";
-constexpr std::int32_t VERSION = 1;
+// 2: the impedance settings after each tab's active graph.
+constexpr std::int32_t VERSION = 2;
 
 }  // namespace
 
@@ -34,6 +35,7 @@ void Workspace::save(const std::string& path, const std::vector<Page>& pages, in
         page.frame->getGraphList(graphs);
         const auto active = std::find(graphs.begin(), graphs.end(), page.frame->getActiveGraph());
         archive << static_cast<std::int32_t>(active == graphs.end() ? -1 : active - graphs.begin());
+        archive.writeObject(page.impedance);
     }
     OutputFile output(path);
     try {
@@ -56,7 +58,7 @@ std::vector<Workspace::LoadedPage> Workspace::load(const std::string& path, int&
             KException::raise("Workspace", "%s: not a Kalvo workspace", path.c_str());
         }
         archive.readString();
-        archive.readVersion(VERSION, "workspace");
+        const std::int32_t version = archive.readVersion(VERSION, "workspace");
         std::int32_t front = 0;
         archive >> front;
         const std::uint32_t count = archive.readCount();
@@ -74,6 +76,13 @@ std::vector<Workspace::LoadedPage> Workspace::load(const std::string& path, int&
             page.frame->getGraphList(graphs);
             if (activeGraph >= 0 && activeGraph < static_cast<std::int32_t>(graphs.size())) {
                 page.frame->setActiveGraph(graphs[static_cast<size_t>(activeGraph)]);
+            }
+            if (version >= 2) {
+                std::unique_ptr<KObject> impedance(
+                    archive.readObject(K_CLASS(KImpedanceSettings)));
+                if (impedance == nullptr)
+                    KException::raise("Workspace", "tab %u holds no impedance settings", i + 1);
+                page.impedance.copy(*impedance);
             }
             pages.push_back(std::move(page));
         }

@@ -4,12 +4,15 @@
 #include <string>
 #include <vector>
 
+#include <kalvo/plot/KImpedanceSettings.h>
+
 class KGraphFrame;
 
 // The whole of what the viewer shows, in one file that opens again as it was: for each tab
-// the record's path and title, the view shown and the time graphs in their stored form
+// the record's path and title, the view shown, the time graphs in their stored form
 // (their graphs, curves with their colours, ranges, markers, and the records themselves,
-// so that the file stands on its own); which tab was in front.
+// so that the file stands on its own) and the impedance settings; which tab was in front.
+// Files of the first version, without the settings, open with none.
 class Workspace {
 public:
     static constexpr const char* EXTENSION = ".kvw";
@@ -21,6 +24,7 @@ public:
         std::string title;
         std::string view;
         const KGraphFrame* frame;
+        const KImpedanceSettings* impedance;
     };
     // A tab as it is read back, with time graphs of its own.
     struct LoadedPage {
@@ -28,6 +32,7 @@ public:
         std::string title;
         std::string view;
         std::unique_ptr<KGraphFrame> frame;
+        KImpedanceSettings impedance;
     };
 
     Workspace() = delete;

@@ -450,7 +450,7 @@ TEST(KalvoCommand, RenderPlotsAndTheImpedancePlane) {
     r = EXPECT_RUN(2, "render", "--view", "impedance", "-o", picture);
     EXPECT_TRUE(contains(r.err, "which loop?")) << r.err;
     r = EXPECT_RUN(2, "render", "--view", "impedance", "--loop", "AG", "--mho", "-4,75", "-o", picture);
-    EXPECT_TRUE(contains(r.err, "--mho needs reaches above 0 ohm")) << r.err;
+    EXPECT_TRUE(contains(r.err, "--mho needs a reach above 0 ohm")) << r.err;
     EXPECT_FALSE(std::filesystem::exists(picture));
 }
 

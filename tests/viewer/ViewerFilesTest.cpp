@@ -20,15 +20,6 @@ std::string readFile(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-// Answers the viewer's file dialog: the whole path typed into its name field, then Enter.
-void typeFileName(XSession& x, const std::string& path) {
-    x.sleep(1200);
-    x.xdotool("key ctrl+a");
-    x.xdotool("type --delay 5 " + path);
-    x.sleep(300);
-    x.xdotool("key Return");
-}
-
 // The picture of a part of the screen: equal when every pixel is.
 int differingPixels(const std::string& a, const std::string& b, const CRect& area) {
     const Picture first(a), second(b);
@@ -203,12 +194,7 @@ TEST(ViewerFilesTest, AWorkspaceSavedOpensAgainEqual) {
     for (int tab = 0; tab < 2; ++tab) capture(v, tab, before[tab], pictures[tab], canvases[tab]);
 
     const std::string workspace = v.getFolder() + "/faults.kvw";
-    x.xdotool("key ctrl+s");
-    typeFileName(x, workspace);
-    ASSERT_TRUE(v.waitFor(
-        [&](const ViewerState& st) { return st.get("status") == "Saved workspace " + workspace; },
-        20000, &s))
-        << s.get("status");
+    ASSERT_TRUE(saveWorkspace(v, workspace, s)) << s.get("status");
     EXPECT_EQ(v.quit(), 0);
 
     ViewerSession again({workspace});

@@ -33,6 +33,24 @@ inline std::string format(const char* fmt, int a, int b) {
     return text;
 }
 
+// Answers the viewer's file dialog: the whole path typed into its name field, then Enter.
+inline void typeFileName(XSession& x, const std::string& path) {
+    x.sleep(1200);
+    x.xdotool("key ctrl+a");
+    x.xdotool("type --delay 5 " + path);
+    x.sleep(300);
+    x.xdotool("key Return");
+}
+
+// Saves the workspace by Ctrl+S and the file dialog: whether the viewer said it did.
+inline bool saveWorkspace(ViewerSession& v, const std::string& path, ViewerState& s) {
+    v.x().xdotool("key ctrl+s");
+    typeFileName(v.x(), path);
+    return v.waitFor(
+        [&](const ViewerState& st) { return st.get("status") == "Saved workspace " + path; },
+        20000, &s);
+}
+
 // The record as the viewer reads it.
 inline KRecord readRecord(const std::string& path) {
     KRecord record;
