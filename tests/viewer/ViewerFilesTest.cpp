@@ -288,10 +288,7 @@ TEST(ViewerFilesTest, ALargeRecordShowsItsProgressAndCanBeCancelled) {
     // Opened, then cancelled by the progress page's button (Alt+C) while it reads.
     auto open = [&] {
         x.xdotool("key ctrl+o");
-        x.sleep(1200);
-        x.xdotool("type --delay 5 " + large);
-        x.sleep(300);
-        x.xdotool("key Return");
+        typeFileName(x, large);
     };
     open();
     ASSERT_TRUE(v.waitFor(

@@ -95,6 +95,8 @@ ViewerSession::ViewerSession(const std::vector<std::string>& arguments, const st
     std::filesystem::create_directories(folder_);
     std::filesystem::create_directories(config_);
     setenv("XDG_CONFIG_HOME", config_.c_str(), 1);
+    // GTK's list of recent files too: tests run side by side must not see each other's.
+    setenv("XDG_DATA_HOME", config_.c_str(), 1);
     std::vector<std::string> argv = {program};
     if (program != KALVO_VIEWER) argv.push_back("view");
     argv.insert(argv.end(), {"--state-file", folder_ + "/state.txt"});
