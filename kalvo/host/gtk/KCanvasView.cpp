@@ -199,36 +199,40 @@ void KCanvasView::onResize(GtkDrawingArea*, int width, int height, gpointer self
     static_cast<KCanvasView*>(self)->resize(width, height);
 }
 
-void KCanvasView::paint(const CRect& area) {
+void KCanvasView::paint() {
     const auto start = std::chrono::steady_clock::now();
-    CRect painted = area;
+    std::vector<CRect> areas = damage_.getRects();
     if (picture_ == nullptr) {
         picture_.reset(CCairoDC::CreateImage(width_, height_));
-        painted = getClientRect();
+        areas.assign(1, getClientRect());
     }
-    invalid_.SetRectEmpty();
-    const int saved = picture_->SaveDC();
-    picture_->IntersectClipRect(painted);
-    // A root that paints every pixel of the damage leaves nothing to clear.
-    if (root_ == nullptr || !root_->paintsAllOf(painted)) picture_->FillSolidRect(painted, 0xFFFFFF);
-    if (root_ != nullptr) {
-        // Nothing can be asked of the user in the middle of a frame: a fault is told on
-        // the error stream and the rest of the frame stays blank.
-        try {
-            KGraphics graphics(picture_.get());
-            root_->paintAll(graphics);
-        } catch (const std::exception& e) {
-            std::fprintf(stderr, "kalvo: painting failed: %s\n", e.what());
+    damage_.clear();
+    CRect painted;
+    for (const CRect& area : areas) {
+        painted.UnionRect(painted, area);
+        const int saved = picture_->SaveDC();
+        picture_->IntersectClipRect(area);
+        // A root that paints every pixel of the damage leaves nothing to clear.
+        if (root_ == nullptr || !root_->paintsAllOf(area)) picture_->FillSolidRect(area, 0xFFFFFF);
+        if (root_ != nullptr) {
+            // Nothing can be asked of the user in the middle of a frame: a fault is told on
+            // the error stream and the rest of the frame stays blank.
+            try {
+                KGraphics graphics(picture_.get());
+                root_->paintAll(graphics);
+            } catch (const std::exception& e) {
+                std::fprintf(stderr, "kalvo: painting failed: %s\n", e.what());
+            }
         }
+        picture_->RestoreDC(saved);
     }
-    picture_->RestoreDC(saved);
     if (onPaint_) onPaint_(painted, millisecondsSince(start));
 }
 
 void KCanvasView::onDraw(GtkDrawingArea*, cairo_t* cr, int width, int height, gpointer self) {
     auto* view = static_cast<KCanvasView*>(self);
     view->resize(width, height);
-    if (view->picture_ == nullptr || !view->invalid_.IsRectEmpty()) view->paint(view->invalid_);
+    if (view->picture_ == nullptr || !view->damage_.isEmpty()) view->paint();
     cairo_set_source_surface(cr, view->picture_->GetSurface(), 0, 0);
     cairo_set_operator(cr, CAIRO_OPERATOR_SOURCE);
     cairo_paint(cr);
@@ -239,11 +243,7 @@ void KCanvasView::invalidateRect(const CRect& rect, bool) {
     r.NormalizeRect();
     CRect bounded;
     if (!bounded.IntersectRect(r, getClientRect())) return;
-    if (invalid_.IsRectEmpty()) {
-        invalid_ = bounded;
-    } else {
-        invalid_.UnionRect(invalid_, bounded);
-    }
+    damage_.add(bounded);
     gtk_widget_queue_draw(area_);
 }
 
@@ -253,7 +253,7 @@ CDC* KCanvasView::getMeasureDC() {
 }
 
 CDC* KCanvasView::createClientDC() {
-    if (picture_ == nullptr) paint(getClientRect());
+    if (picture_ == nullptr) paint();
     return new ClientDC(picture_->GetCairo(), area_);
 }
 

@@ -9,6 +9,7 @@
 #include <gtk/gtk.h>
 
 #include <kalvo/foundation/KString.h>
+#include <kalvo/platform/KDamage.h>
 #include <kalvo/platform/KHost.h>
 
 class CCairoDC;
@@ -32,7 +33,8 @@ class KException;
 class KCanvasView : public KHost {
 public:
     using ErrorHandler = std::function<void(const KException&)>;
-    // Called after each paint with the area painted and the milliseconds it took.
+    // Called after each paint with the bounds of the area painted and the milliseconds it
+    // took.
     using PaintObserver = std::function<void(const CRect& area, double milliseconds)>;
 
     KCanvasView();
@@ -51,7 +53,7 @@ public:
     void setPaintObserver(PaintObserver observer) { onPaint_ = std::move(observer); }
 
     // The union of the areas invalidated and not yet painted; empty when none.
-    CRect getInvalidRect() const { return invalid_; }
+    CRect getInvalidRect() const { return damage_.getBounds(); }
     const KString& getCursorName() const { return cursor_; }
     const KString& getTooltip() const { return tooltip_; }
     int getTimerCount() const { return static_cast<int>(timers_.size()); }
@@ -100,7 +102,8 @@ private:
     bool deliver(KEvent& event);
     void mouse(int type, CPoint point, unsigned modifiers, int clicks);
     void reportError(const KException& e);
-    void paint(const CRect& area);
+    // Paints the damaged areas, or the whole area when there is no picture yet.
+    void paint();
     void resize(int width, int height);
     unsigned buttonState() const;
 
@@ -111,7 +114,7 @@ private:
     int height_ = 1;
     std::unique_ptr<CCairoDC> picture_;
     std::unique_ptr<CCairoDC> measure_;
-    CRect invalid_;
+    KDamage damage_;
     CPoint pointer_;
     bool captured_ = false;
     KString cursor_;

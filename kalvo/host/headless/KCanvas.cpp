@@ -71,12 +71,16 @@ void KCanvas::layout() {
 
 void KCanvas::paint(CDC* dc) {
     if (dc == nullptr) return;
+    paintTree(dc);
+    damage_.clear();
+}
+
+void KCanvas::paintTree(CDC* dc) {
     if (root_ != nullptr) {
         KGraphics graphics(dc);
         root_->paintAll(graphics);
     }
     paintTooltip(dc);
-    invalid_.SetRectEmpty();
 }
 
 void KCanvas::paint() {
@@ -97,13 +101,17 @@ void KCanvas::update() {
         paint();
         return;
     }
-    if (invalid_.IsRectEmpty()) return;
-    const int saved = image_->SaveDC();
-    image_->IntersectClipRect(invalid_);
-    // A root that paints every pixel of the damage leaves nothing to clear.
-    if (root_ == nullptr || !root_->paintsAllOf(invalid_)) image_->FillSolidRect(invalid_, 0xFFFFFF);
-    paint(image_.get());
-    image_->RestoreDC(saved);
+    // Each damaged area by itself: the tree skips what lies outside the clip.
+    const std::vector<CRect> areas = damage_.getRects();
+    damage_.clear();
+    for (const CRect& area : areas) {
+        const int saved = image_->SaveDC();
+        image_->IntersectClipRect(area);
+        // A root that paints every pixel of the damage leaves nothing to clear.
+        if (root_ == nullptr || !root_->paintsAllOf(area)) image_->FillSolidRect(area, 0xFFFFFF);
+        paintTree(image_.get());
+        image_->RestoreDC(saved);
+    }
 }
 
 CRect KCanvas::tooltipBox() {
@@ -267,11 +275,7 @@ void KCanvas::invalidateRect(const CRect& rect, bool) {
     r.NormalizeRect();
     CRect bounded;
     if (!bounded.IntersectRect(r, CRect(0, 0, width_, height_))) return;
-    if (invalid_.IsRectEmpty()) {
-        invalid_ = bounded;
-    } else {
-        invalid_.UnionRect(invalid_, bounded);
-    }
+    damage_.add(bounded);
 }
 
 void KCanvas::setCursor(const char* resourceName) { cursor_ = resourceName; }

@@ -8,6 +8,7 @@
 
 #include <kalvo/foundation/KString.h>
 #include <kalvo/platform/ColorRef.h>
+#include <kalvo/platform/KDamage.h>
 #include <kalvo/platform/KHost.h>
 #include <kalvo/toolkit/KEvent.h>
 
@@ -51,7 +52,9 @@ public:
     void save(const char* path);
 
     // The union of the areas invalidated since the last paint; empty when none.
-    CRect getInvalidRect() const { return invalid_; }
+    CRect getInvalidRect() const { return damage_.getBounds(); }
+    // Those areas as update() paints them.
+    const KDamage& getDamage() const { return damage_; }
     int getInvalidateCount() const { return invalidateCount_; }
 
     // Input, at canvas points. The button modifiers say which button.
@@ -119,6 +122,8 @@ private:
     void key(KEvent::Type type, int keyCode, unsigned modifiers);
     // Where the tooltip shows; empty when none is shown.
     CRect tooltipBox();
+    // The tree and the tooltip over it, within the device context's clip.
+    void paintTree(CDC* dc);
     void paintTooltip(CDC* dc);
 
     int width_;
@@ -126,7 +131,7 @@ private:
     KContainer* root_ = nullptr;
     std::unique_ptr<CCairoDC> image_;
     std::unique_ptr<CCairoDC> measure_;
-    CRect invalid_;
+    KDamage damage_;
     int invalidateCount_ = 0;
     CPoint pointer_;
     bool captured_ = false;
