@@ -742,14 +742,45 @@ void KGraphPanel::updateMarkerLabels() {
     std::vector<KCurve*> curves;
     getCurveList(curves);
     const bool shown = !curves.empty() && isMarkerXEnabled() && isMarkerOEnabled();
+    KCurveClient* client = getCurveClient();
+    const bool meterWas = meter->isVisible(), legendWas = client != nullptr && client->isVisible();
+    const CRect plotWas = plot_, meterBoundsWas = meter->getBounds();
     meter->setVisible(shown);
-    if (KCurveClient* client = getCurveClient()) client->setVisible(showsLegend() && !shown);
+    if (client != nullptr) client->setVisible(showsLegend() && !shown);
     if (shown) {
         meter->setCurveList(curves);
         meter->setMarkerPositions(markerX_, markerO_);
     }
     if (getCanvas() != nullptr) doLayout();
-    repaint();
+    const bool sameLayout = meter->isVisible() == meterWas && plot_ == plotWas &&
+                            plot_ == markersPlot_ &&
+                            (client != nullptr && client->isVisible()) == legendWas;
+    // XOR feedback on the plot is forgotten by a paint, so only a whole one may cover it.
+    if (!sameLayout || markersLost_ || crossHairShown_ || boxShown_) {
+        repaint();
+        return;
+    }
+    repaintMarkerColumns();
+    // The meter repaints itself; one of another size also its new place, and leaves the old
+    // to the panel.
+    if (meter->getBounds() != meterBoundsWas) {
+        repaintRect(meterBoundsWas);
+        meter->repaint();
+    }
+}
+
+void KGraphPanel::repaintMarkerColumns() {
+    const double positions[2] = {markerX_, markerO_};
+    const bool enabled[2] = {isMarkerXEnabled(), isMarkerOEnabled()};
+    for (int m = 0; m < 2; ++m) {
+        const int now = enabled[m] && xRange_.contains(positions[m])
+                            ? plot_.left + toLogicalX(positions[m])
+                            : NO_COLUMN;
+        const std::vector<int>& shown = markersShown_[m];
+        if (shown.size() == 1 && shown.front() == now) continue;
+        for (const int x : shown) repaintRect(markerColumn(x));
+        if (now != NO_COLUMN) repaintRect(markerColumn(now));
+    }
 }
 
 CSize KGraphPanel::getMinimumSize() const {
@@ -824,7 +855,7 @@ void KGraphPanel::paint(KGraphics& graphics) {
         drawCurves(clipped);
     }
     if (isTriggerEnabled()) drawTrigger(graphics);
-    if (isMarkerXEnabled() || isMarkerOEnabled()) drawMarkers(graphics);
+    drawMarkers(graphics);
     drawPlotEdge(graphics);
     // XOR feedback under way was painted over: it is drawn afresh.
     if (crossHairShown_) crossHairShown_ = false;
@@ -954,17 +985,48 @@ void KGraphPanel::drawYIntercept(KGraphics& graphics) {
     graphics.drawLine(x, plot_.top, x, plot_.bottom + 1);
 }
 
+CRect KGraphPanel::markerColumn(int x) const {
+    return CRect(x - 1, plot_.top, x + 2, plot_.bottom + 2);
+}
+
 void KGraphPanel::drawMarkers(KGraphics& graphics) {
+    const int columns[2] = {
+        isMarkerXEnabled() && xRange_.contains(markerX_) ? plot_.left + toLogicalX(markerX_)
+                                                         : NO_COLUMN,
+        isMarkerOEnabled() && xRange_.contains(markerO_) ? plot_.left + toLogicalX(markerO_)
+                                                         : NO_COLUMN};
+    const COLORREF colors[2] = {KGraphAxis::MARKER_X_COLOR, KGraphAxis::MARKER_O_COLOR};
     KGraphics g(graphics);
-    if (isMarkerXEnabled() && xRange_.contains(markerX_)) {
-        g.setColor(KGraphAxis::MARKER_X_COLOR, 1, PS_DASH);
-        const int x = plot_.left + toLogicalX(markerX_);
-        g.drawLine(x, plot_.top, x, plot_.bottom + 1);
+    for (int m = 0; m < 2; ++m) {
+        if (columns[m] == NO_COLUMN) continue;
+        g.setColor(colors[m], 1, PS_DASH);
+        g.drawLine(columns[m], plot_.top, columns[m], plot_.bottom + 1);
     }
-    if (isMarkerOEnabled() && xRange_.contains(markerO_)) {
-        g.setColor(KGraphAxis::MARKER_O_COLOR, 1, PS_DASH);
-        const int x = plot_.left + toLogicalX(markerO_);
-        g.drawLine(x, plot_.top, x, plot_.bottom + 1);
+    // What the window shows now. Pictures painted elsewhere leave that alone.
+    CDC* dc = graphics.getDC();
+    if (graphics.isPrinting() || dc->IsMetaFile() ||
+        dc->GetPixelSource().GetSafeHandle() == nullptr)
+        return;
+    const CRect clip = graphics.getClipBounds();
+    if (markersPlot_ != plot_) {
+        // A plot laid out anew is painted whole before its markers are tracked.
+        markersPlot_ = plot_;
+        markersLost_ = true;
+        for (auto& shown : markersShown_) shown.clear();
+    }
+    CRect common;
+    if (markersLost_ && common.IntersectRect(clip, plot_) && common == plot_) markersLost_ = false;
+    for (int m = 0; m < 2; ++m) {
+        std::vector<int>& shown = markersShown_[m];
+        // Lines the clip covered are gone; the new one is there where the clip let it be.
+        std::erase_if(shown, [&](int x) {
+            return common.IntersectRect(clip, markerColumn(x)) && common == markerColumn(x);
+        });
+        if (columns[m] != NO_COLUMN && common.IntersectRect(clip, markerColumn(columns[m])) &&
+            std::find(shown.begin(), shown.end(), columns[m]) == shown.end()) {
+            shown.push_back(columns[m]);
+        }
+        if (shown.size() > 4) markersLost_ = true;
     }
 }
 

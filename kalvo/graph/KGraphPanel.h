@@ -380,4 +380,15 @@ private:
     bool xOnly_ = false;
     CPoint crossHairAt_;
     bool crossHairShown_ = false;
+
+    // Where the window shows lines of markers X and O, in the plot they were painted in,
+    // so that a move repaints those columns and the new ones rather than the whole panel.
+    // Lost until a paint covers the whole plot, and when partial paints left too many.
+    static constexpr int NO_COLUMN = -1000000000;
+    std::vector<int> markersShown_[2];
+    CRect markersPlot_;
+    bool markersLost_ = true;
+    // The strip a marker line at x is painted in.
+    CRect markerColumn(int x) const;
+    void repaintMarkerColumns();
 };

@@ -69,6 +69,12 @@ public:
         pointSize_ = std::max(3, width + 2);
     }
     ~Emitter() { gap(); }
+    // Leaves out the lines and points that draw no pixel between columns left and right (the
+    // device's clip): what is drawn there is the same pixels as without.
+    void cull(double left, double right) {
+        cullLeft_ = left;
+        cullRight_ = right;
+    }
 
     void sample(double x, double y) {
         x = std::clamp(x, box_.left - REACH, box_.right + REACH);
@@ -97,7 +103,7 @@ public:
     void column(double x, double first, double top, double bottom, double last) {
         sample(x, first);
         const double t = std::max(top, box_.top), b = std::min(bottom, box_.bottom);
-        if (t <= b && x >= box_.left && x <= box_.right) {
+        if (t <= b && x >= box_.left && x <= box_.right && x >= cullLeft_ && x <= cullRight_) {
             const CPoint from = rounded(x, t), to = rounded(x, b);
             // The line in ends on the column, which covers its last pixel.
             const bool covered = width_ <= 1 && !run_.empty() && run_.back().x == from.x &&
@@ -135,7 +141,8 @@ private:
         const double ax = px_, ay = py_;
         px_ = x;
         py_ = y;
-        if (!clipSegment(ax, ay, x, y, box_, t0, t1)) {
+        if (std::max(ax, x) < cullLeft_ || std::min(ax, x) > cullRight_ ||
+            !clipSegment(ax, ay, x, y, box_, t0, t1)) {
             flushRun();
             return;
         }
@@ -173,7 +180,8 @@ private:
 
     void square(double x, double top, double bottom) {
         const int h = pointSize_ / 2;
-        if (x + h < box_.left || x - h > box_.right || bottom + h < box_.top || top - h > box_.bottom) {
+        if (x + h < box_.left || x - h > box_.right || bottom + h < box_.top ||
+            top - h > box_.bottom || x + h < cullLeft_ || x - h > cullRight_) {
             return;
         }
         const double t = std::max(top, box_.top), b = std::min(bottom, box_.bottom);
@@ -240,6 +248,7 @@ private:
     double baseRow_;
     bool steps_;
     int pointSize_;
+    double cullLeft_ = -REACH * 2, cullRight_ = REACH * 2;
     bool havePrevious_ = false;
     double px_ = 0.0, py_ = 0.0;
     std::vector<CPoint> run_;
@@ -381,8 +390,19 @@ void KWaveformPainter::draw(CDC* dc, const double* x, const double* y, int n,
         }
     }
 
+    // On a raster device, only what reaches into the clip: a window repainting a strip of
+    // the plot draws only the lines and points that cross it (the area's fill is left
+    // whole). Thin lines come out the same to the pixel; the smoothed edges of wide ones
+    // may differ by a few levels, as any clip makes them.
+    CRect clip;
+    const bool raster = !dc->IsPrinting() && !dc->IsMetaFile() &&
+                        dc->GetPixelSource().GetSafeHandle() != nullptr &&
+                        dc->GetClipBox(&clip) != 1;
     auto pass = [&](Emitter::Pass kind) {
         Emitter out(dc, kind, box, color, width, baseRow, steps_);
+        if (raster && kind != Emitter::FILL) {
+            out.cull(clip.left - 1.0 - width, clip.right + 0.0 + width);
+        }
         auto one = [&](int i) {
             if (std::isfinite(x[i]) && std::isfinite(y[i])) {
                 out.sample(left + columnOf(x[i]), top + rowOf(y[i]));

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -277,6 +279,58 @@ TEST(KGraphFrameTest, AStoredFrameLoadsBackEqual) {
     EXPECT_EQ(copied[0]->getSampleCount(), 640);
     again.layout();
     again.paint();
+}
+
+// Moving the markers repaints the columns they leave and enter (and the read-outs), not the
+// graphs between them, and the window ends up as a whole paint would draw it.
+TEST(KGraphFrameTest, AMarkerMoveRepaintsItsColumnsAndMatchesAWholePaint) {
+    KCanvas canvas(1000, 600);
+    KGraphFrame* frame = frameOn(canvas);
+    auto record = threePhase(4000);
+    frame->addRecord(record.get());
+    canvas.layout();
+    std::vector<KGraphPanel*> graphs;
+    frame->getGraphList(graphs);
+    std::vector<KCurve*> curves;
+    graphs[0]->getCurveList(curves);
+    ASSERT_GE(curves.size(), 2u);
+    curves[0]->setLineWidth(3);
+    curves[1]->setRenderStyle(KWaveformPainter::LINE_POINT);
+    frame->toggleMarkers();
+    frame->setMarkerXPosition(0.0);
+    frame->setMarkerOPosition(0.01);
+    canvas.pumpTasks();
+    canvas.update();
+    const CPoint at = graphs[0]->getLocationOnCanvas();
+    const CRect plot = graphs[0]->getPlotRectangle() + at;
+    for (const auto& [x, o] : std::vector<std::pair<double, double>>{
+             {0.0005, 0.01}, {0.0005, 0.03}, {-0.02, 0.05}, {0.3, 0.04}}) {
+        frame->setMarkerXPosition(x);
+        frame->setMarkerOPosition(o);
+        canvas.pumpTasks();
+        // Nothing repainted spans the plot from side to side.
+        for (const CRect& r : canvas.getDamage().getRects()) {
+            CRect common;
+            if (common.IntersectRect(r, plot))
+                EXPECT_LT(common.Width(), plot.Width() / 4) << x << " " << o;
+        }
+        canvas.update();
+    }
+    std::vector<COLORREF> updated;
+    for (int y = 0; y < 600; ++y)
+        for (int x = 0; x < 1000; ++x) updated.push_back(canvas.getPixel(x, y));
+    canvas.paint();
+    int wrong = 0;
+    for (int y = 0; y < 600; ++y)
+        for (int x = 0; x < 1000; ++x) {
+            const COLORREF a = canvas.getPixel(x, y),
+                           b = updated[static_cast<size_t>(y) * 1000 + x];
+            // The wide curve's smoothed edges may come out a level or two apart under a clip.
+            wrong += std::max({std::abs(GetRValue(a) - GetRValue(b)),
+                               std::abs(GetGValue(a) - GetGValue(b)),
+                               std::abs(GetBValue(a) - GetBValue(b))}) > 8;
+        }
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST(KGraphFrameTest, OddRecordsDrawWithoutFault) {

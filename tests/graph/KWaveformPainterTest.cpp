@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <memory>
 #include <random>
 #include <string>
@@ -37,12 +39,15 @@ Data make(const char* kind, int n, unsigned seed = 3) {
     return d;
 }
 
-std::unique_ptr<CCairoDC> render(const Data& d, int style, bool every, int width = 1) {
+// The curve drawn in the plot, or only where it crosses the strip when one is given.
+std::unique_ptr<CCairoDC> render(const Data& d, int style, bool every, int width = 1,
+                                 CRect strip = CRect()) {
     std::unique_ptr<CCairoDC> dc(CCairoDC::CreateImage(W, H));
     CRect clip = PLOT;
     clip.right += 1;
     clip.bottom += 1;
     dc->IntersectClipRect(clip);
+    if (!strip.IsRectEmpty()) dc->IntersectClipRect(strip);
     KTraceSummary summary;
     summary.build(d.x.data(), d.y.data(), static_cast<int>(d.y.size()));
     KWaveformPainter painter(PLOT, 0.0, 1.0, -1.0, 1.0);
@@ -102,6 +107,44 @@ TEST(KWaveformPainterTest, PointsMatchWhileSparseAndStayInTheirBandWhenCrowded) 
             for (int x = 0; x < W; ++x)
                 if (every->GetPixel(x, y) != RGB(255, 255, 255))
                     ASSERT_NE(fast->GetPixel(x, y), RGB(255, 255, 255)) << kind << " " << x << "," << y;
+    }
+}
+
+// A window repainting a strip of the plot draws only what crosses it, and the strip comes
+// out as the whole picture has it: no seam where the lines left out would have entered, and
+// nothing drawn outside it.
+TEST(KWaveformPainterTest, AStripIsDrawnAsTheWholePictureHasIt) {
+    const CRect strips[] = {CRect(60, 0, 63, H), CRect(9, 0, 12, H), CRect(150, 40, 170, 80),
+                            CRect(208, 0, 240, H)};
+    for (const char* kind : {"random", "alternating", "spike", "sine", "gaps"}) {
+        for (int n : {40, 500, 50000}) {
+            const Data d = make(kind, n);
+            for (int style :
+                 {KWaveformPainter::LINE, KWaveformPainter::POINT, KWaveformPainter::LINE_POINT}) {
+                for (int width : {1, 3}) {
+                    auto whole = render(d, style, false, width);
+                    for (const CRect& strip : strips) {
+                        auto part = render(d, style, false, width, strip);
+                        int wrong = 0;
+                        for (int y = 0; y < H; ++y)
+                            for (int x = 0; x < W; ++x) {
+                                const COLORREF a = part->GetPixel(x, y);
+                                const COLORREF b = strip.PtInRect(CPoint(x, y))
+                                                       ? whole->GetPixel(x, y)
+                                                       : part->GetPixel(0, 0);
+                                const int diff = std::max({std::abs(GetRValue(a) - GetRValue(b)),
+                                                           std::abs(GetGValue(a) - GetGValue(b)),
+                                                           std::abs(GetBValue(a) - GetBValue(b))});
+                                // Wide lines are smoothed, and any clip shades their edges a
+                                // little differently.
+                                wrong += diff > (width > 1 ? 8 : 0);
+                            }
+                        EXPECT_EQ(wrong, 0) << kind << " n=" << n << " style=" << style
+                                            << " width=" << width << " strip at " << strip.left;
+                    }
+                }
+            }
+        }
     }
 }
 
