@@ -1,14 +1,32 @@
 #include <kalvo/analysis/KAnalysisText.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 
 #include <kalvo/foundation/KDouble.h>
 
+namespace {
+
+// The value with the decimals, as "%.*f" prints it (rounded exactly, half to even): a table
+// of harmonics formats hundreds of these on every marker move.
+void appendFixed(KString& text, double value, int decimals) {
+    char digits[352];
+    const auto written = std::to_chars(digits, digits + sizeof digits - 1, value,
+                                       std::chars_format::fixed, decimals);
+    *written.ptr = '\0';
+    text.append(digits);
+}
+
+}  // namespace
+
 KString KAnalysisText::angle(double degrees) {
     if (!KDouble::isFinite(degrees)) return KString("---");
     KString text;
-    return text.format("%c %.0f%c", degrees < 0 ? '-' : '+', std::fabs(degrees), DEGREE_MARK);
+    text << (degrees < 0 ? '-' : '+') << ' ';
+    appendFixed(text, std::fabs(degrees), 0);
+    text << DEGREE_MARK;
+    return text;
 }
 
 KString KAnalysisText::magnitude(double value, bool manualPrecision, int precision) {
@@ -26,7 +44,7 @@ KString KAnalysisText::magnitude(double value, bool manualPrecision, int precisi
         decimals = std::clamp(3 - before, 0, 15);
     }
     KString text;
-    text.format("%.*f", decimals, shown);
+    appendFixed(text, shown, decimals);
     if (prefix != ' ' && value != 0.0) text << prefix;
     return text;
 }
