@@ -9,6 +9,8 @@
 #include <glib.h>
 #include <pango/pangocairo.h>
 
+#include <kalvo/platform/CGlyphCache.h>
+#include <kalvo/platform/CPixelRow.h>
 #include <kalvo/platform/DeviceCaps.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
@@ -450,6 +452,48 @@ void CCairoDC::rasterLine(int x1, int y1, int x2, int y2, bool last) {
         endPixels(touched);
         return;
     }
+    // Other lines along a row or a column (grids, dotted or not): only the pixels inside the
+    // clip are visited, the dash pattern taken up where the clip starts.
+    if (x1 == x2 || y1 == y2) {
+        const bool across = y1 == y2;
+        const int start = across ? x1 : y1, fixed = across ? y1 : x1;
+        const int step = (across ? x2 - x1 : y2 - y1) >= 0 ? 1 : -1;
+        const int n = std::abs(across ? x2 - x1 : y2 - y1) + (last ? 1 : 0);
+        const int lo = across ? clip.left : clip.top, hi = across ? clip.right : clip.bottom;
+        const bool inLine = across ? fixed >= clip.top && fixed < clip.bottom
+                                   : fixed >= clip.left && fixed < clip.right;
+        // The pixels k (at start + step * k) that fall inside the clip.
+        const int k0 = std::max(0, step > 0 ? lo - start : start - hi + 1);
+        const int k1 = std::min(n, step > 0 ? hi - start : start - lo + 1);
+        if (inLine && k0 < k1) {
+            std::size_t run = 0;
+            int left = runs.empty() ? 0 : runs[0];
+            if (!runs.empty()) {
+                int period = 0;
+                for (const int length : runs) period += length;
+                for (int skip = k0 % period; skip > 0;) {
+                    const int taken = std::min(skip, left);
+                    skip -= taken;
+                    left -= taken;
+                    if (left == 0) {
+                        run = (run + 1) % runs.size();
+                        left = runs[run];
+                    }
+                }
+            }
+            for (int k = k0; k < k1; ++k) {
+                const bool on = runs.empty() || run % 2 == 0;
+                const int at = start + step * k;
+                if (on || opaque) plot(across ? at : fixed, across ? fixed : at, on ? pen : back);
+                if (!runs.empty() && --left == 0) {
+                    run = (run + 1) % runs.size();
+                    left = runs[run];
+                }
+            }
+        }
+        endPixels(touched);
+        return;
+    }
     const int dx = std::abs(x2 - x1), sx = x1 < x2 ? 1 : -1;
     const int dy = -std::abs(y2 - y1), sy = y1 < y2 ? 1 : -1;
     int n = std::max(dx, -dy) + (last ? 1 : 0);
@@ -642,6 +686,18 @@ void CCairoDC::doFillRect(const CRect& r, const CBrush& brush) {
     LPtoDP(&d);
     d.NormalizeRect();
     if (d.IsRectEmpty()) return;
+    // A solid colour on an image: the pixels inside the clip set row by row, as cairo sets
+    // them for an opaque colour.
+    if (raster_ && brush.GetKind() == CBrush::SOLID) {
+        CRect inside;
+        if (!inside.IntersectRect(d, GetDeviceClip())) return;
+        const std::uint32_t color = 0xFF000000 | toPixel(brush.GetColor());
+        beginPixels();
+        for (int y = inside.top; y < inside.bottom; ++y)
+            CPixelRow::fill(pixelRow(y) + inside.left, inside.Width(), color);
+        endPixels(inside);
+        return;
+    }
     cairo_save(cr_);
     if (setBrushSource(cr_, brush)) {
         cairo_set_antialias(cr_, CAIRO_ANTIALIAS_NONE);
@@ -653,7 +709,7 @@ void CCairoDC::doFillRect(const CRect& r, const CBrush& brush) {
 
 // Text.
 
-PangoLayout* CCairoDC::layoutFor(const char* text, int count) const {
+const CTextLayoutCache::Text& CCairoDC::layoutFor(const char* text, int count) const {
     CTextLayoutCache& cache = CTextLayoutCache::forThread();
     if (!fontValid_) {
         layoutFont_ = state_.font.IsCreated() ? state_.font : CFont::Stock(ANSI_VAR_FONT);
@@ -664,17 +720,88 @@ PangoLayout* CCairoDC::layoutFor(const char* text, int count) const {
     return cache.layout(*font_, toUtf8(text, count));
 }
 
-void CCairoDC::drawLayout(cairo_t* cr, PangoLayout* layout, double x, double y) const {
-    const double baseline = static_cast<double>(pango_layout_get_baseline(layout)) / PANGO_SCALE;
-    cairo_move_to(cr, x, y + metrics_.tmAscent - baseline);
-    pango_cairo_show_layout(cr, layout);
+void CCairoDC::drawLayout(cairo_t* cr, const CTextLayoutCache::Text& text, double x,
+                          double y) const {
+    cairo_move_to(cr, x, y + metrics_.tmAscent - text.baseline);
+    pango_cairo_show_layout(cr, text.layout);
+}
+
+bool CCairoDC::placeGlyphs(const CTextLayoutCache::Text& text, double x, double y) {
+    placed_.clear();
+    if (!raster_ || state_.rop2 != R2_COPYPEN || !text.glyphsDrawable) return false;
+    CGlyphCache& cache = CGlyphCache::forThread();
+    cache.trim();
+    for (const CTextLayoutCache::Text::Glyph& glyph : text.glyphs) {
+        const CGlyphCache::Glyph& g = cache.glyph(glyph.font, glyph.index);
+        if (g.width == 0) continue;
+        // Where cairo puts it: the origin rounded half up to a whole pixel.
+        const double gx = x + static_cast<double>(glyph.x) / PANGO_SCALE;
+        const double gy = y + static_cast<double>(glyph.y) / PANGO_SCALE;
+        placed_.push_back({static_cast<int>(std::floor(gx + 0.5)) + g.left,
+                           static_cast<int>(std::floor(gy + 0.5)) + g.top, g.alpha.data(), g.width,
+                           g.height});
+    }
+    return true;
+}
+
+void CCairoDC::blendGlyphs(const CRect& clip) {
+    CRect box;
+    bool overlap = false;
+    for (size_t i = 0; i < placed_.size(); ++i) {
+        const PlacedGlyph& g = placed_[i];
+        const CRect r(g.x, g.y, g.x + g.width, g.y + g.height);
+        for (size_t j = 0; j < i && !overlap; ++j) {
+            const PlacedGlyph& h = placed_[j];
+            CRect common;
+            overlap = common.IntersectRect(r, CRect(h.x, h.y, h.x + h.width, h.y + h.height));
+        }
+        box.UnionRect(box, r);
+    }
+    if (!box.IntersectRect(box, clip)) return;
+    const std::uint32_t color = 0xFF000000 | toPixel(state_.textColor);
+    beginPixels();
+    if (!overlap) {
+        for (const PlacedGlyph& g : placed_) {
+            CRect part;
+            if (!part.IntersectRect(box, CRect(g.x, g.y, g.x + g.width, g.y + g.height))) continue;
+            for (int y = part.top; y < part.bottom; ++y) {
+                CPixelRow::blend(
+                    pixelRow(y) + part.left,
+                    g.alpha + static_cast<size_t>(y - g.y) * g.width + (part.left - g.x),
+                    part.Width(), color);
+            }
+        }
+        endPixels(box);
+        return;
+    }
+    // Glyphs that overlap have their coverage added up first and blended once, as cairo
+    // does.
+    const int w = box.Width();
+    coverage_.assign(static_cast<size_t>(w) * box.Height(), 0);
+    for (const PlacedGlyph& g : placed_) {
+        CRect part;
+        if (!part.IntersectRect(box, CRect(g.x, g.y, g.x + g.width, g.y + g.height))) continue;
+        for (int y = part.top; y < part.bottom; ++y) {
+            const std::uint8_t* in =
+                g.alpha + static_cast<size_t>(y - g.y) * g.width + (part.left - g.x);
+            std::uint8_t* out =
+                &coverage_[static_cast<size_t>(y - box.top) * w + (part.left - box.left)];
+            for (int x = 0; x < part.Width(); ++x) {
+                const unsigned sum = out[x] + in[x];
+                out[x] = static_cast<std::uint8_t>(sum > 255 ? 255 : sum);
+            }
+        }
+    }
+    for (int y = box.top; y < box.bottom; ++y) {
+        CPixelRow::blend(pixelRow(y) + box.left, &coverage_[static_cast<size_t>(y - box.top) * w],
+                         w, color);
+    }
+    endPixels(box);
 }
 
 CSize CCairoDC::doTextExtent(const char* text, int count) const {
-    PangoLayout* layout = layoutFor(text, count);
-    PangoRectangle logical;
-    pango_layout_get_pixel_extents(layout, nullptr, &logical);
-    return CSize(static_cast<int>(std::lround(logical.width / std::fabs(scaleX()))),
+    const CTextLayoutCache::Text& laid = layoutFor(text, count);
+    return CSize(static_cast<int>(std::lround(laid.width / std::fabs(scaleX()))),
                  static_cast<int>(std::lround(metrics_.tmHeight / std::fabs(scaleY()))));
 }
 
@@ -691,10 +818,8 @@ void CCairoDC::doTextMetrics(TEXTMETRIC* metrics) const {
 }
 
 void CCairoDC::doTextOut(int x, int y, const char* text, int count) {
-    PangoLayout* layout = layoutFor(text, count);
-    PangoRectangle logical;
-    pango_layout_get_pixel_extents(layout, nullptr, &logical);
-    const double width = logical.width, height = metrics_.tmHeight;
+    const CTextLayoutCache::Text& laid = layoutFor(text, count);
+    const double width = laid.width, height = metrics_.tmHeight;
     const unsigned align = state_.textAlign;
     double dx = 0, dy = 0;
     if ((align & TA_CENTER) == TA_CENTER) {
@@ -709,6 +834,18 @@ void CCairoDC::doTextOut(int x, int y, const char* text, int count) {
     }
     const double px = std::round(toDeviceX(x)), py = std::round(toDeviceY(y));
     const double angle = layoutFont_.GetEscapement() * kPi / 1800.0;
+    if (angle == 0 &&
+        placeGlyphs(laid, px + std::round(dx), py + dy + metrics_.tmAscent - laid.baseline)) {
+        if (state_.bkMode == OPAQUE) {
+            cairo_save(cr_);
+            setColor(cr_, state_.bkColor);
+            cairo_rectangle(cr_, px + std::round(dx), py + dy, width, height);
+            cairo_fill(cr_);
+            cairo_restore(cr_);
+        }
+        blendGlyphs(GetDeviceClip());
+        return;
+    }
     render([&](cairo_t* cr, bool) {
         cairo_save(cr);
         cairo_translate(cr, px, py);
@@ -719,7 +856,7 @@ void CCairoDC::doTextOut(int x, int y, const char* text, int count) {
             cairo_fill(cr);
         }
         setColor(cr, state_.textColor);
-        drawLayout(cr, layout, std::round(dx), dy);
+        drawLayout(cr, laid, std::round(dx), dy);
         cairo_restore(cr);
     });
 }
@@ -730,8 +867,24 @@ void CCairoDC::doDrawText(const char*, int, const CRect& rect, unsigned format,
     LPtoDP(&box);
     box.NormalizeRect();
     for (const TextLine& line : lines) {
-        PangoLayout* layout = layoutFor(line.text.data(), static_cast<int>(line.text.size()));
+        const CTextLayoutCache::Text& laid =
+            layoutFor(line.text.data(), static_cast<int>(line.text.size()));
         const double px = std::round(toDeviceX(line.at.x)), py = std::round(toDeviceY(line.at.y));
+        if (placeGlyphs(laid, px, py + metrics_.tmAscent - laid.baseline)) {
+            CRect clip = GetDeviceClip();
+            if (!(format & DT_NOCLIP)) clip.IntersectRect(clip, box);
+            if (state_.bkMode == OPAQUE && !clip.IsRectEmpty()) {
+                cairo_save(cr_);
+                cairo_rectangle(cr_, clip.left, clip.top, clip.Width(), clip.Height());
+                cairo_clip(cr_);
+                setColor(cr_, state_.bkColor);
+                cairo_rectangle(cr_, px, py, line.width * std::fabs(scaleX()), metrics_.tmHeight);
+                cairo_fill(cr_);
+                cairo_restore(cr_);
+            }
+            blendGlyphs(clip);
+            continue;
+        }
         render([&](cairo_t* cr, bool) {
             cairo_save(cr);
             if (!(format & DT_NOCLIP)) {
@@ -744,7 +897,7 @@ void CCairoDC::doDrawText(const char*, int, const CRect& rect, unsigned format,
                 cairo_fill(cr);
             }
             setColor(cr, state_.textColor);
-            drawLayout(cr, layout, px, py);
+            drawLayout(cr, laid, px, py);
             cairo_restore(cr);
         });
     }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include <cairo.h>
 
@@ -97,8 +99,21 @@ private:
     void setPenSource(cairo_t* cr) const;
     void fillAndStroke(cairo_t* cr, bool fill, bool curve) const;
 
-    PangoLayout* layoutFor(const char* text, int count) const;
-    void drawLayout(cairo_t* cr, PangoLayout* layout, double x, double y) const;
+    const CTextLayoutCache::Text& layoutFor(const char* text, int count) const;
+    void drawLayout(cairo_t* cr, const CTextLayoutCache::Text& text, double x, double y) const;
+    // Text straight into an image's pixels: the glyphs of the text placed with its top left
+    // at device point (x, y), as cairo would place them; false when the text needs pango's
+    // renderer or the device takes no pixels this way.
+    bool placeGlyphs(const CTextLayoutCache::Text& text, double x, double y);
+    // Blends the placed glyphs in the text colour into the pixels within the clip.
+    void blendGlyphs(const CRect& clip);
+    struct PlacedGlyph {
+        int x, y;  // the glyph's first pixel
+        const std::uint8_t* alpha;
+        int width, height;
+    };
+    std::vector<PlacedGlyph> placed_;
+    std::vector<std::uint8_t> coverage_;
 
     cairo_t* cr_ = nullptr;
     cairo_surface_t* surface_ = nullptr;

@@ -5,7 +5,7 @@
 #include <pango/pangocairo.h>
 
 CTextLayoutCache::Font::~Font() {
-    for (auto& entry : layouts_) g_object_unref(entry.second);
+    for (auto& entry : layouts_) g_object_unref(entry.second.layout);
     if (description_ != nullptr) pango_font_description_free(description_);
 }
 
@@ -79,7 +79,44 @@ CTextLayoutCache::Font& CTextLayoutCache::font(const CFont& font, double scaleY)
     return f;
 }
 
-PangoLayout* CTextLayoutCache::layout(Font& f, const std::string& utf8) {
+namespace {
+
+// The glyphs of the layout with their fonts and origins, as pango's cairo renderer hands
+// them to cairo; false when the layout needs that renderer.
+bool listGlyphs(PangoLayout* layout, std::vector<CTextLayoutCache::Text::Glyph>& glyphs) {
+    if (pango_layout_get_attributes(layout) != nullptr) return false;
+    PangoLayoutIter* iter = pango_layout_get_iter(layout);
+    bool ok = true;
+    do {
+        PangoLayoutRun* run = pango_layout_iter_get_run_readonly(iter);
+        if (run == nullptr) continue;  // a line's end
+        PangoRectangle logical;
+        pango_layout_iter_get_run_extents(iter, nullptr, &logical);
+        const int baseline = pango_layout_iter_get_baseline(iter);
+        cairo_scaled_font_t* font =
+            pango_cairo_font_get_scaled_font(PANGO_CAIRO_FONT(run->item->analysis.font));
+        if (font == nullptr || cairo_scaled_font_status(font) != CAIRO_STATUS_SUCCESS) {
+            ok = false;
+            break;
+        }
+        int at = logical.x;
+        for (int i = 0; i < run->glyphs->num_glyphs && ok; ++i) {
+            const PangoGlyphInfo& info = run->glyphs->glyphs[i];
+            if (info.glyph & PANGO_GLYPH_UNKNOWN_FLAG) ok = false;
+            if (info.glyph != PANGO_GLYPH_EMPTY) {
+                glyphs.push_back({font, info.glyph, at + info.geometry.x_offset,
+                                  baseline + info.geometry.y_offset});
+            }
+            at += info.geometry.width;
+        }
+    } while (ok && pango_layout_iter_next_run(iter));
+    pango_layout_iter_free(iter);
+    return ok;
+}
+
+}  // namespace
+
+const CTextLayoutCache::Text& CTextLayoutCache::layout(Font& f, const std::string& utf8) {
     auto found = f.layouts_.find(utf8);
     if (found != f.layouts_.end()) return found->second;
     if (layoutCount_ >= MAX_LAYOUTS) dropLayouts();
@@ -95,14 +132,23 @@ PangoLayout* CTextLayoutCache::layout(Font& f, const std::string& utf8) {
         pango_attr_list_unref(attributes);
     }
     pango_layout_set_text(layout, utf8.data(), static_cast<int>(utf8.size()));
-    f.layouts_.emplace(utf8, layout);
+    Text& text = f.layouts_[utf8];
+    text.layout = layout;
+    PangoRectangle logical;
+    pango_layout_get_pixel_extents(layout, nullptr, &logical);
+    text.x = logical.x;
+    text.y = logical.y;
+    text.width = logical.width;
+    text.height = logical.height;
+    text.baseline = static_cast<double>(pango_layout_get_baseline(layout)) / PANGO_SCALE;
+    text.glyphsDrawable = listGlyphs(layout, text.glyphs);
     ++layoutCount_;
-    return layout;
+    return text;
 }
 
 void CTextLayoutCache::dropLayouts() {
     for (auto& entry : fonts_) {
-        for (auto& layout : entry.second->layouts_) g_object_unref(layout.second);
+        for (auto& layout : entry.second->layouts_) g_object_unref(layout.second.layout);
         entry.second->layouts_.clear();
     }
     layoutCount_ = 0;

@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 
+#include <pango/pangocairo.h>
+
 #include <kalvo/kalvo.h>
 
 namespace {
@@ -146,6 +148,43 @@ TEST(CCairoDC, everyHatchStyleDrawsItsPatternOverTheBackground) {
     EXPECT_EQ(countInk(*dc, RED), 14);
 }
 
+// A clip cuts dashed lines along rows and columns without moving their pattern: the pixels
+// inside it are those of the line drawn whole, whichever way it runs.
+TEST(CCairoDC, clippedDashedLinesKeepTheirPattern) {
+    const int styles[] = {PS_SOLID, PS_DOT, PS_DASH, PS_DASHDOT, PS_DASHDOTDOT};
+    const CRect clips[] = {CRect(0, 0, 8, 100), CRect(13, 0, 14, 100), CRect(40, 40, 57, 61),
+                           CRect(95, 0, 100, 3)};
+    for (const int style : styles) {
+        for (const bool opaque : {false, true}) {
+            for (const CRect& clip : clips) {
+                auto whole = image(100, 100), part = image(100, 100);
+                for (CCairoDC* dc : {whole.get(), part.get()}) {
+                    if (dc == part.get()) dc->IntersectClipRect(clip);
+                    dc->SelectObject(CPen(style, 0, BLACK));
+                    dc->SetBkMode(opaque ? OPAQUE : TRANSPARENT);
+                    dc->SetBkColor(RED);
+                    const CPoint lines[][2] = {
+                        {CPoint(3, 50), CPoint(99, 50)},  {CPoint(97, 45), CPoint(-5, 45)},
+                        {CPoint(50, 2), CPoint(50, 98)},  {CPoint(45, 98), CPoint(45, 1)},
+                        {CPoint(13, 0), CPoint(13, 120)}, {CPoint(-20, 1), CPoint(140, 1)}};
+                    for (const auto& line : lines) {
+                        dc->MoveTo(line[0]);
+                        dc->LineTo(line[1]);
+                    }
+                    dc->SelectClipRgn(nullptr);
+                }
+                int wrong = 0;
+                for (int y = 0; y < 100; ++y)
+                    for (int x = 0; x < 100; ++x)
+                        wrong += part->GetPixel(x, y) !=
+                                 (clip.PtInRect(CPoint(x, y)) ? whole->GetPixel(x, y) : WHITE);
+                EXPECT_EQ(wrong, 0)
+                    << "style " << style << " opaque " << opaque << " clip at " << clip.left;
+            }
+        }
+    }
+}
+
 TEST(CCairoDC, dashedPensSkipPixelsAndFillGapsOnlyWhenOpaque) {
     auto dc = image(30, 2);
     dc->SelectObject(CPen(PS_DOT, 0, BLACK));
@@ -270,6 +309,84 @@ TEST(CCairoDC, textIsDrawnMeasuredAndCutWithEllipsis) {
     CRect tabs(0, 0, 0, 0);
     dc->DrawText("a\tb", &tabs, DT_CALCRECT | DT_SINGLELINE | DT_EXPANDTABS);
     EXPECT_EQ(tabs.Width(), dc->GetTextExtent("a       b").cx);
+}
+
+// Text on images is blended into the pixels from kept glyphs: it comes out as pango and
+// cairo draw the same layout at the same place, to the pixel, in several fonts, scripts and
+// colours, cut by clips, running off the image's edges, and over an opaque background.
+TEST(CCairoDC, textOnImagesComesOutAsCairoDrawsIt) {
+    constexpr int W = 260, H = 40;
+    const CFont fonts[] = {CFont("Arial", -12), CFont("Arial", -17, 700),
+                           CFont("Arial", -15, 400, true), CFont("Courier New", -13)};
+    const char* texts[] = {"Mag", "+ 104\u00b0 -0.281", "Harmonics of Ia, Ib and Ic",
+                           "AV fi ffl Wa", "\u00e6\u00f8\u00e5 \u00c4\u00d6\u00dc \u7535\u6d41 x"};
+    struct Case {
+        CPoint at;
+        CRect clip;
+        COLORREF ink, back;
+    };
+    const Case cases[] = {
+        {CPoint(4, 6), CRect(0, 0, W, H), BLACK, WHITE},
+        {CPoint(-7, -3), CRect(0, 0, W, H), RED, RGB(20, 40, 160)},
+        {CPoint(10, 10), CRect(22, 12, 90, 21), RGB(0, 128, 0), RGB(255, 255, 200)},
+        {CPoint(200, 25), CRect(0, 0, W, H), RGB(90, 90, 90), WHITE}};
+    CTextLayoutCache& cache = CTextLayoutCache::forThread();
+    for (const CFont& font : fonts) {
+        for (const char* text : texts) {
+            for (const Case& c : cases) {
+                auto dc = image(W, H);
+                dc->FillSolidRect(CRect(0, 0, W, H), c.back);
+                dc->IntersectClipRect(c.clip);
+                dc->SelectObject(font);
+                dc->SetBkMode(TRANSPARENT);
+                dc->SetTextColor(c.ink);
+                dc->TextOut(c.at.x, c.at.y, text);
+                dc->SelectClipRgn(nullptr);
+
+                auto drawn = image(W, H);
+                drawn->FillSolidRect(CRect(0, 0, W, H), c.back);
+                CTextLayoutCache::Font& f = cache.font(font, 1.0);
+                PangoLayout* layout = cache.layout(f, text).layout;
+                cairo_t* cr = drawn->GetCairo();
+                cairo_save(cr);
+                cairo_rectangle(cr, c.clip.left, c.clip.top, c.clip.Width(), c.clip.Height());
+                cairo_clip(cr);
+                cairo_set_source_rgb(cr, GetRValue(c.ink) / 255.0, GetGValue(c.ink) / 255.0,
+                                     GetBValue(c.ink) / 255.0);
+                cairo_move_to(
+                    cr, c.at.x,
+                    c.at.y + f.getMetrics().tmAscent -
+                        static_cast<double>(pango_layout_get_baseline(layout)) / PANGO_SCALE);
+                pango_cairo_show_layout(cr, layout);
+                cairo_restore(cr);
+
+                int wrong = 0, inked = 0;
+                for (int y = 0; y < H; ++y)
+                    for (int x = 0; x < W; ++x) {
+                        wrong += dc->GetPixel(x, y) != drawn->GetPixel(x, y);
+                        inked += drawn->GetPixel(x, y) != c.back;
+                    }
+                EXPECT_EQ(wrong, 0) << text << " at " << c.at.x << "," << c.at.y;
+                EXPECT_GT(inked, 10) << text;
+            }
+        }
+    }
+    // An opaque background goes under the text; underlined text (drawn by cairo) still shows.
+    auto dc = image(W, H);
+    dc->FillSolidRect(CRect(0, 0, W, H), WHITE);
+    dc->SelectObject(fonts[0]);
+    dc->SetBkMode(OPAQUE);
+    dc->SetBkColor(RED);
+    dc->SetTextColor(BLACK);
+    dc->TextOut(5, 5, "Phase");
+    const CSize extent = dc->GetTextExtent("Phase");
+    EXPECT_EQ(dc->GetPixel(5, 5), RED);
+    EXPECT_EQ(dc->GetPixel(5 + extent.cx - 1, 5 + extent.cy - 1), RED);
+    int text = 0;
+    for (int y = 5; y < 5 + extent.cy; ++y)
+        for (int x = 5; x < 5 + extent.cx; ++x) text += dc->GetPixel(x, y) != RED;
+    EXPECT_GT(text, 30);
+    EXPECT_EQ(dc->GetPixel(4, 5), WHITE);
 }
 
 // Laid-out text is kept between paints, per font: the same string in fonts that differ only
