@@ -97,7 +97,7 @@ CCairoDC::CCairoDC(cairo_t* cr) {
 }
 
 CCairoDC::CCairoDC(cairo_surface_t* surface, Kind kind, CSize size)
-    : memory_(kind == Kind::MEMORY) {
+    : memory_(kind == Kind::MEMORY), offScreen_(kind == Kind::IMAGE || kind == Kind::MEMORY) {
     attach(surface, size);
     cairo_surface_destroy(surface);  // attach took its own reference
 }

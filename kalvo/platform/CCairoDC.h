@@ -53,6 +53,7 @@ public:
     CSize GetDeviceSize() const override { return size_; }
     CDC* CreateCompatibleDC() override;
     bool IsMemoryDC() const override { return memory_; }
+    bool IsOffScreen() const override { return offScreen_; }
     COLORREF GetPixel(int x, int y) const override;
     CBitmap GetPixelSource() const override;
 
@@ -119,6 +120,7 @@ private:
     cairo_surface_t* surface_ = nullptr;
     CSize size_;
     bool memory_ = false;
+    bool offScreen_ = false;
     bool raster_ = false;
     // The image's pixels while raster_: its rows, their distance apart and whether they
     // have no alpha.

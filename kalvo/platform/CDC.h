@@ -117,6 +117,10 @@ public:
     virtual bool IsMemoryDC() const { return false; }
     // Whether the drawing is kept as a picture file to be played back elsewhere.
     virtual bool IsMetaFile() const { return false; }
+    // Whether the device's pixels are an image in memory that is shown, if at all, only
+    // once drawn (pictures, memory device contexts, the pictures hosts show their windows
+    // from), rather than drawn where they are seen.
+    virtual bool IsOffScreen() const { return false; }
 
     // Objects.
     CPen SelectObject(const CPen& pen);

@@ -57,10 +57,11 @@ void KViewport::doLayout() {
 
 void KViewport::paintAll(KGraphics& graphics) {
     CDC* dc = graphics.getDC();
-    // Only a raster device gains by it: printers, metafiles, recordings and vector files keep
-    // the drawing as drawing.
-    const bool raster =
-        !dc->IsPrinting() && !dc->IsMetaFile() && dc->GetPixelSource().GetSafeHandle() != nullptr;
+    // Only a raster device seen as it is drawn gains by it: printers, metafiles, recordings
+    // and vector files keep the drawing as drawing, and an image off the screen (the
+    // pictures the hosts show their windows from) is a buffer already.
+    const bool raster = !dc->IsPrinting() && !dc->IsMetaFile() && !dc->IsOffScreen() &&
+                        dc->GetPixelSource().GetSafeHandle() != nullptr;
     if (!buffered_ || !raster || !isShowing() || isXORDraw()) {
         KContainer::paintAll(graphics);
         return;

@@ -8,7 +8,8 @@
 // The window of a scroll pane onto its view: a container with the view as its only child,
 // placed at minus the scroll position, and clipped to the viewport. With buffering on,
 // the view is painted into an off-screen image first and copied in one go; only on raster
-// devices (not when printing or drawing a picture: metafiles, recordings, SVG and PDF).
+// devices drawn on screen (not when printing or drawing a picture: metafiles, recordings,
+// SVG, PDF and images, which are off the screen already).
 class KViewport : public KContainer {
     K_DECLARE_CLASS(KViewport);
 
