@@ -137,6 +137,7 @@ KCanvasView::~KCanvasView() {
     }
     g_signal_handlers_disconnect_by_data(area_, this);
     gtk_drawing_area_set_draw_func(GTK_DRAWING_AREA(area_), nullptr, nullptr, nullptr);
+    dropPicture();
     gtk_widget_set_has_tooltip(area_, FALSE);
     g_object_unref(area_);
     if (--liveViews == 0) {
@@ -191,8 +192,15 @@ void KCanvasView::resize(int width, int height) {
     if (width == width_ && height == height_ && picture_ != nullptr) return;
     width_ = width;
     height_ = height;
-    picture_.reset();
+    dropPicture();
     layout();
+}
+
+void KCanvasView::dropPicture() {
+    // Recordings that still show the picture take their copy of it now, while it is there.
+    if (shown_ != nullptr) cairo_surface_destroy(shown_);
+    shown_ = nullptr;
+    picture_.reset();
 }
 
 void KCanvasView::onResize(GtkDrawingArea*, int width, int height, gpointer self) {
@@ -233,7 +241,21 @@ void KCanvasView::onDraw(GtkDrawingArea*, cairo_t* cr, int width, int height, gp
     auto* view = static_cast<KCanvasView*>(self);
     view->resize(width, height);
     if (view->picture_ == nullptr || !view->damage_.isEmpty()) view->paint();
-    cairo_set_source_surface(cr, view->picture_->GetSurface(), 0, 0);
+    // GTK records the frame, and cairo keeps a copy-on-write snapshot of the source with the
+    // recording until GTK lets go of it, frames later: the next paint into the picture would
+    // have cairo copy the whole of it aside first. So the recordings get a surface of their
+    // own over the picture's pixels, kept as long as the picture, which nothing flushes or
+    // writes through: nothing is copied, and a recording played again shows the picture as
+    // it is then.
+    cairo_surface_t* picture = view->picture_->GetSurface();
+    cairo_surface_flush(picture);
+    if (view->shown_ == nullptr) {
+        view->shown_ = cairo_image_surface_create_for_data(
+            cairo_image_surface_get_data(picture), cairo_image_surface_get_format(picture),
+            cairo_image_surface_get_width(picture), cairo_image_surface_get_height(picture),
+            cairo_image_surface_get_stride(picture));
+    }
+    cairo_set_source_surface(cr, view->shown_, 0, 0);
     cairo_set_operator(cr, CAIRO_OPERATOR_SOURCE);
     cairo_paint(cr);
 }

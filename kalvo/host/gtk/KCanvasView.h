@@ -105,6 +105,7 @@ private:
     // Paints the damaged areas, or the whole area when there is no picture yet.
     void paint();
     void resize(int width, int height);
+    void dropPicture();
     unsigned buttonState() const;
 
     GtkWidget* area_;
@@ -113,6 +114,8 @@ private:
     int width_ = 1;
     int height_ = 1;
     std::unique_ptr<CCairoDC> picture_;
+    // The picture's pixels as the frames' recordings take them (see onDraw).
+    cairo_surface_t* shown_ = nullptr;
     std::unique_ptr<CCairoDC> measure_;
     KDamage damage_;
     CPoint pointer_;
