@@ -1,6 +1,7 @@
 #include <kalvo/graph/KGraphMeter.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <string>
 
@@ -67,13 +68,21 @@ void KGraphMeter::getRowTexts(int row, KString& atX, KString& atO, KString& diff
     }
 }
 
-int KGraphMeter::columnWidth() const {
+std::vector<std::array<KString, 3>> KGraphMeter::allRowTexts() const {
+    std::vector<std::array<KString, 3>> rows(static_cast<size_t>(getRowCount()) + 1);
+    for (int row = -1; row < getRowCount(); ++row) {
+        std::array<KString, 3>& t = rows[static_cast<size_t>(row + 1)];
+        getRowTexts(row, t[0], t[1], t[2]);
+    }
+    return rows;
+}
+
+int KGraphMeter::columnWidth(const std::vector<std::array<KString, 3>>& rows) {
     const CFont& font = KCurve::getLegendFont();
     int widest = KGraphics::measureText(font, "-000.0m").cx;
-    for (int row = -1; row < getRowCount(); ++row) {
-        KString a, b, c;
-        getRowTexts(row, a, b, c);
-        for (const KString* t : {&a, &b, &c}) widest = std::max(widest, static_cast<int>(KGraphics::measureText(font, t->c_str()).cx));
+    for (const auto& texts : rows) {
+        for (const KString& t : texts)
+            widest = std::max(widest, static_cast<int>(KGraphics::measureText(font, t.c_str()).cx));
     }
     return widest + 6;
 }
@@ -90,7 +99,8 @@ int KGraphMeter::nameWidth() const {
 CSize KGraphMeter::getPreferredSize() const {
     const int u = getUnitSize();
     const int line = u * 2 / 3 + 2;
-    return CSize(u / 2 + nameWidth() + 3 * columnWidth() + 4, (getRowCount() + 1) * line + 4);
+    return CSize(u / 2 + nameWidth() + 3 * columnWidth(allRowTexts()) + 4,
+                 (getRowCount() + 1) * line + 4);
 }
 
 CSize KGraphMeter::getMinimumSize() const { return getPreferredSize(); }
@@ -99,7 +109,9 @@ void KGraphMeter::paint(KGraphics& graphics) {
     KPanel::paint(graphics);
     const int u = getUnitSize();
     const int line = u * 2 / 3 + 2;
-    const int column = columnWidth();
+    // The texts once, for the columns' width and for drawing.
+    const std::vector<std::array<KString, 3>> rows = allRowTexts();
+    const int column = columnWidth(rows);
     const int names = nameWidth();
     const CRect r = getClientRect();
     CDC* dc = graphics.getDC();
@@ -120,8 +132,7 @@ void KGraphMeter::paint(KGraphics& graphics) {
             dc->DrawText(name.data(), length, &cell,
                          DT_LEFT | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS | DT_MODIFYSTRING);
         }
-        KString texts[3];
-        getRowTexts(row, texts[0], texts[1], texts[2]);
+        const std::array<KString, 3>& texts = rows[static_cast<size_t>(row + 1)];
         const COLORREF colors[3] = {KGraphAxis::MARKER_X_COLOR, KGraphAxis::MARKER_O_COLOR, 0};
         const int first = r.left + u / 2 + names;
         for (int k = 0; k < 3; ++k) {

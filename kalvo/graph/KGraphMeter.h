@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include <kalvo/toolkit/KPanel.h>
@@ -29,7 +30,9 @@ public:
     void copy(const KObject& other) override;
 
 private:
-    int columnWidth() const;
+    // The texts of the header row and of every curve's row, in that order.
+    std::vector<std::array<KString, 3>> allRowTexts() const;
+    static int columnWidth(const std::vector<std::array<KString, 3>>& rows);
     int nameWidth() const;
 
     std::vector<KCurve*> curves_;
