@@ -770,12 +770,8 @@ void KGraphPanel::updateMarkerLabels() {
 }
 
 void KGraphPanel::repaintMarkerColumns() {
-    const double positions[2] = {markerX_, markerO_};
-    const bool enabled[2] = {isMarkerXEnabled(), isMarkerOEnabled()};
     for (int m = 0; m < 2; ++m) {
-        const int now = enabled[m] && xRange_.contains(positions[m])
-                            ? plot_.left + toLogicalX(positions[m])
-                            : NO_COLUMN;
+        const int now = markerColumnOf(m);
         const std::vector<int>& shown = markersShown_[m];
         if (shown.size() == 1 && shown.front() == now) continue;
         for (const int x : shown) repaintRect(markerColumn(x));
@@ -989,12 +985,14 @@ CRect KGraphPanel::markerColumn(int x) const {
     return CRect(x - 1, plot_.top, x + 2, plot_.bottom + 2);
 }
 
+int KGraphPanel::markerColumnOf(int m) const {
+    const bool shown = m == 0 ? isMarkerXEnabled() : isMarkerOEnabled();
+    const double t = m == 0 ? markerX_ : markerO_;
+    return shown && xRange_.contains(t) ? plot_.left + toLogicalX(t) : NO_COLUMN;
+}
+
 void KGraphPanel::drawMarkers(KGraphics& graphics) {
-    const int columns[2] = {
-        isMarkerXEnabled() && xRange_.contains(markerX_) ? plot_.left + toLogicalX(markerX_)
-                                                         : NO_COLUMN,
-        isMarkerOEnabled() && xRange_.contains(markerO_) ? plot_.left + toLogicalX(markerO_)
-                                                         : NO_COLUMN};
+    const int columns[2] = {markerColumnOf(0), markerColumnOf(1)};
     const COLORREF colors[2] = {KGraphAxis::MARKER_X_COLOR, KGraphAxis::MARKER_O_COLOR};
     KGraphics g(graphics);
     for (int m = 0; m < 2; ++m) {
@@ -1003,10 +1001,7 @@ void KGraphPanel::drawMarkers(KGraphics& graphics) {
         g.drawLine(columns[m], plot_.top, columns[m], plot_.bottom + 1);
     }
     // What the window shows now. Pictures painted elsewhere leave that alone.
-    CDC* dc = graphics.getDC();
-    if (graphics.isPrinting() || dc->IsMetaFile() ||
-        dc->GetPixelSource().GetSafeHandle() == nullptr)
-        return;
+    if (!graphics.getDC()->HasPixels()) return;
     const CRect clip = graphics.getClipBounds();
     if (markersPlot_ != plot_) {
         // A plot laid out anew is painted whole before its markers are tracked.

@@ -390,5 +390,7 @@ private:
     bool markersLost_ = true;
     // The strip a marker line at x is painted in.
     CRect markerColumn(int x) const;
+    // The column marker m (0 for X, 1 for O) is drawn in now; NO_COLUMN when not shown.
+    int markerColumnOf(int m) const;
     void repaintMarkerColumns();
 };

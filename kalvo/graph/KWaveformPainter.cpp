@@ -395,9 +395,7 @@ void KWaveformPainter::draw(CDC* dc, const double* x, const double* y, int n,
     // whole). Thin lines come out the same to the pixel; the smoothed edges of wide ones
     // may differ by a few levels, as any clip makes them.
     CRect clip;
-    const bool raster = !dc->IsPrinting() && !dc->IsMetaFile() &&
-                        dc->GetPixelSource().GetSafeHandle() != nullptr &&
-                        dc->GetClipBox(&clip) != 1;
+    const bool raster = dc->HasPixels() && dc->GetClipBox(&clip) != 1;
     auto pass = [&](Emitter::Pass kind) {
         Emitter out(dc, kind, box, color, width, baseRow, steps_);
         if (raster && kind != Emitter::FILL) {

@@ -748,12 +748,10 @@ void CCairoDC::blendGlyphs(const CRect& clip) {
     CRect box;
     bool overlap = false;
     for (size_t i = 0; i < placed_.size(); ++i) {
-        const PlacedGlyph& g = placed_[i];
-        const CRect r(g.x, g.y, g.x + g.width, g.y + g.height);
+        const CRect r = placed_[i].box();
         for (size_t j = 0; j < i && !overlap; ++j) {
-            const PlacedGlyph& h = placed_[j];
             CRect common;
-            overlap = common.IntersectRect(r, CRect(h.x, h.y, h.x + h.width, h.y + h.height));
+            overlap = common.IntersectRect(r, placed_[j].box());
         }
         box.UnionRect(box, r);
     }
@@ -763,7 +761,7 @@ void CCairoDC::blendGlyphs(const CRect& clip) {
     if (!overlap) {
         for (const PlacedGlyph& g : placed_) {
             CRect part;
-            if (!part.IntersectRect(box, CRect(g.x, g.y, g.x + g.width, g.y + g.height))) continue;
+            if (!part.IntersectRect(box, g.box())) continue;
             for (int y = part.top; y < part.bottom; ++y) {
                 CPixelRow::blend(
                     pixelRow(y) + part.left,
@@ -780,7 +778,7 @@ void CCairoDC::blendGlyphs(const CRect& clip) {
     coverage_.assign(static_cast<size_t>(w) * box.Height(), 0);
     for (const PlacedGlyph& g : placed_) {
         CRect part;
-        if (!part.IntersectRect(box, CRect(g.x, g.y, g.x + g.width, g.y + g.height))) continue;
+        if (!part.IntersectRect(box, g.box())) continue;
         for (int y = part.top; y < part.bottom; ++y) {
             const std::uint8_t* in =
                 g.alpha + static_cast<size_t>(y - g.y) * g.width + (part.left - g.x);

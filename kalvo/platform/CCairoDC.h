@@ -112,6 +112,7 @@ private:
         int x, y;  // the glyph's first pixel
         const std::uint8_t* alpha;
         int width, height;
+        CRect box() const { return CRect(x, y, x + width, y + height); }
     };
     std::vector<PlacedGlyph> placed_;
     std::vector<std::uint8_t> coverage_;

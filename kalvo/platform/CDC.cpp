@@ -227,6 +227,10 @@ void CDC::DPtoLP(RECT* rect) const {
 
 // Clipping.
 
+bool CDC::HasPixels() const {
+    return !IsPrinting() && !IsMetaFile() && GetPixelSource().GetSafeHandle() != nullptr;
+}
+
 CRect CDC::GetDeviceClip() const {
     const CSize size = GetDeviceSize();
     CRect bounds(0, 0, size.cx, size.cy);

@@ -121,6 +121,9 @@ public:
     // once drawn (pictures, memory device contexts, the pictures hosts show their windows
     // from), rather than drawn where they are seen.
     virtual bool IsOffScreen() const { return false; }
+    // Whether drawing lands in pixels that can be read back: not a printer, a metafile or a
+    // vector picture.
+    bool HasPixels() const;
 
     // Objects.
     CPen SelectObject(const CPen& pen);

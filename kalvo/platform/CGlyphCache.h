@@ -37,7 +37,6 @@ public:
     const Glyph& glyph(cairo_scaled_font_t* font, unsigned long index);
     // Drops every glyph when more than MAX_GLYPHS have gathered.
     void trim();
-    int getGlyphCount() const { return count_; }
 
 private:
     CGlyphCache() = default;

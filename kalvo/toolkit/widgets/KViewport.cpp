@@ -60,8 +60,7 @@ void KViewport::paintAll(KGraphics& graphics) {
     // Only a raster device seen as it is drawn gains by it: printers, metafiles, recordings
     // and vector files keep the drawing as drawing, and an image off the screen (the
     // pictures the hosts show their windows from) is a buffer already.
-    const bool raster = !dc->IsPrinting() && !dc->IsMetaFile() && !dc->IsOffScreen() &&
-                        dc->GetPixelSource().GetSafeHandle() != nullptr;
+    const bool raster = dc->HasPixels() && !dc->IsOffScreen();
     if (!buffered_ || !raster || !isShowing() || isXORDraw()) {
         KContainer::paintAll(graphics);
         return;
