@@ -49,13 +49,3 @@ TEST(CPixelRowTest, BlendGivesEachByteItsShareOfColourAndPixel) {
         }
     }
 }
-
-TEST(CPixelRowTest, FillSetsExactlyTheRun) {
-    for (const int count : {0, 1, 5, 8, 33}) {
-        std::vector<std::uint32_t> row(static_cast<size_t>(count) + 2, 7u);
-        CPixelRow::fill(row.data() + 1, count, 0xFF123456);
-        EXPECT_EQ(row.front(), 7u);
-        EXPECT_EQ(row.back(), 7u);
-        for (int i = 1; i <= count; ++i) ASSERT_EQ(row[i], 0xFF123456u) << count;
-    }
-}
