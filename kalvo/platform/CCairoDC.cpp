@@ -39,7 +39,8 @@ cairo_status_t appendTo(void* closure, const unsigned char* data, unsigned int l
     return CAIRO_STATUS_SUCCESS;
 }
 
-// On and off runs of the dashed cosmetic pens, in pixels.
+// On and off runs of the dashed cosmetic pens, in pixels; each adds up to a divisor of
+// PS_PATTERN_PERIOD.
 const std::vector<int>& dashesOf(int style) {
     static const std::vector<int> none;
     static const std::vector<int> dash{18, 6};
@@ -256,6 +257,34 @@ void CCairoDC::endPixels(const CRect& touched) const {
         cairo_surface_mark_dirty_rectangle(surface_, touched.left, touched.top, touched.Width(),
                                            touched.Height());
     }
+}
+
+bool CCairoDC::ScrollDC(int dx, int dy, const CRect& area) {
+    if (cairo_surface_get_type(surface_) != CAIRO_SURFACE_TYPE_IMAGE) return false;
+    const cairo_format_t format = cairo_image_surface_get_format(surface_);
+    if (format != CAIRO_FORMAT_ARGB32 && format != CAIRO_FORMAT_RGB24) return false;
+    CRect within;
+    if (!within.IntersectRect(area, CRect(0, 0, size_.cx, size_.cy))) return true;
+    // The part of the area that pixels move into from inside it.
+    CRect to = within;
+    to.OffsetRect(dx, dy);
+    if (!to.IntersectRect(to, within)) return true;
+    beginPixels();
+    unsigned char* data = cairo_image_surface_get_data(surface_);
+    const std::ptrdiff_t stride = cairo_image_surface_get_stride(surface_);
+    const std::size_t bytes = static_cast<std::size_t>(to.Width()) * 4;
+    auto move = [&](int y) {
+        std::memmove(data + y * stride + to.left * 4, data + (y - dy) * stride + (to.left - dx) * 4,
+                     bytes);
+    };
+    // Rows are taken in the order that reads each before it is written over.
+    if (dy > 0) {
+        for (int y = to.bottom - 1; y >= to.top; --y) move(y);
+    } else {
+        for (int y = to.top; y < to.bottom; ++y) move(y);
+    }
+    endPixels(to);
+    return true;
 }
 
 COLORREF CCairoDC::GetPixel(int x, int y) const {

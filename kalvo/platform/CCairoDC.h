@@ -56,6 +56,11 @@ public:
     bool IsOffScreen() const override { return offScreen_; }
     COLORREF GetPixel(int x, int y) const override;
     CBitmap GetPixelSource() const override;
+    // Moves the image's pixels inside the area (device pixels) by (dx, dy), as a window
+    // scrolls: what moves out of the area is lost and what the move uncovers keeps its old
+    // pixels, for the caller to paint. Clip and transformation play no part. False, with
+    // nothing moved, on surfaces other than images.
+    bool ScrollDC(int dx, int dy, const CRect& area);
 
 protected:
     void stateChanged(Call call) override;

@@ -1,6 +1,7 @@
 #include <kalvo/platform/KDamage.h>
 
 #include <cstddef>
+#include <cstdlib>
 #include <cstdint>
 #include <limits>
 
@@ -66,4 +67,29 @@ CRect KDamage::getBounds() const {
     CRect bounds;
     for (const CRect& r : rects_) bounds.UnionRect(bounds, r);
     return bounds;
+}
+
+void KDamage::scroll(const CRect& area, int dx, int dy) {
+    if (area.IsRectEmpty() || (dx == 0 && dy == 0)) return;
+    std::vector<CRect> was;
+    was.swap(rects_);
+    for (const CRect& r : was) {
+        CRect inside;
+        if (!inside.IntersectRect(r, area)) {
+            add(r);
+            continue;
+        }
+        // A rectangle only partly in the area is still damaged where it was.
+        if (inside != r) add(r);
+        inside.OffsetRect(dx, dy);
+        if (inside.IntersectRect(inside, area)) add(inside);
+    }
+    if (std::abs(dx) >= area.Width() || std::abs(dy) >= area.Height()) {
+        add(area);
+        return;
+    }
+    if (dx > 0) add(CRect(area.left, area.top, area.left + dx, area.bottom));
+    if (dx < 0) add(CRect(area.right + dx, area.top, area.right, area.bottom));
+    if (dy > 0) add(CRect(area.left, area.top, area.right, area.top + dy));
+    if (dy < 0) add(CRect(area.left, area.bottom + dy, area.right, area.bottom));
 }

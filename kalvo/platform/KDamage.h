@@ -18,6 +18,9 @@ public:
     void add(CRect rect);
     void clear() { rects_.clear(); }
     bool isEmpty() const { return rects_.empty(); }
+    // The pixels of the area moved by (dx, dy): damage in the area moves along with them,
+    // and what the move uncovers is damaged.
+    void scroll(const CRect& area, int dx, int dy);
     const std::vector<CRect>& getRects() const { return rects_; }
     // The smallest rectangle that holds every damaged one; empty when nothing is damaged.
     CRect getBounds() const;

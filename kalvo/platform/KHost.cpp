@@ -15,6 +15,8 @@ KHost::KHost() { liveHosts().insert(this); }
 
 KHost::~KHost() { liveHosts().erase(this); }
 
+void KHost::scrollRect(const CRect& area, int, int) { invalidateRect(area, true); }
+
 HWND KHost::getWindow() const { return reinterpret_cast<HWND>(const_cast<KHost*>(this)); }
 
 KHost* KHost::fromWindow(HWND window) {

@@ -45,6 +45,11 @@ public:
 
     // Asks for the area to be painted again; erase asks for the background first.
     virtual void invalidateRect(const CRect& rect, bool erase) = 0;
+    // Moves what the area shows by (dx, dy), as a pan moves a picture along, and asks for
+    // what the move uncovers to be painted; areas waiting to be painted in it move along.
+    // The tree must show the same there as before, moved. Hosts that keep no picture of
+    // their own paint the whole area again (the default).
+    virtual void scrollRect(const CRect& area, int dx, int dy);
     // Sends all mouse input to the tree until released, even from outside the client area.
     virtual void setCapture() = 0;
     virtual void releaseCapture() = 0;

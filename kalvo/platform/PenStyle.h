@@ -8,3 +8,6 @@ constexpr int PS_DASHDOT = 3;     // _._._._
 constexpr int PS_DASHDOTDOT = 4;  // _.._.._
 constexpr int PS_NULL = 5;
 constexpr int PS_INSIDEFRAME = 6;
+
+// Every dashed style's pattern repeats after this many pixels.
+constexpr int PS_PATTERN_PERIOD = 24;

@@ -451,6 +451,21 @@ void KComponent::invalidateRect(CRect rect, int mode) {
     }
 }
 
+void KComponent::scrollRect(CRect rect, int dx, int dy) {
+    if (painting_) {
+        trace(this, "scrollRect() called while painting, call ignored.");
+        return;
+    }
+    KHost* host = getCanvas();
+    if (host == nullptr || !isShowing()) return;
+    rect.NormalizeRect();
+    for (const KComponent* c = this; c != nullptr; c = c->parent_) {
+        if (!rect.IntersectRect(rect, c->getExtents())) return;
+        rect.OffsetRect(c->location_);
+    }
+    host->scrollRect(rect, dx, dy);
+}
+
 KGraphics* KComponent::getGraphics() {
     KHost* host = getCanvas();
     if (host == nullptr) return nullptr;

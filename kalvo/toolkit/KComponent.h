@@ -202,6 +202,10 @@ public:
     virtual void invalidate(bool erase = true);
     // rect in own coordinates; dropped while painting.
     virtual void invalidateRect(CRect rect, int mode);
+    // Moves what the window shows of the area (own coordinates, as far as the ancestors
+    // show it) by (dx, dy), for a picture that moved along that far: the host moves its
+    // pixels and paints only what comes into view. Nothing else may be drawn over the area.
+    void scrollRect(CRect rect, int dx, int dy);
     // A drawing context on the host, its origin at this component's own coordinates;
     // null without a host. The caller deletes it.
     virtual KGraphics* getGraphics();

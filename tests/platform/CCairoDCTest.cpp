@@ -225,6 +225,39 @@ TEST(CCairoDC, originAndClipApplyToEveryOperation) {
     EXPECT_TRUE(dc->RectVisible(CRect(9, 9, 20, 20)));
 }
 
+// Scrolling moves the pixels inside the area, in any direction and past its edges, and
+// leaves every other pixel, and those it uncovers, as they were; clip and origin play no
+// part. Surfaces without pixels refuse.
+TEST(CCairoDC, scrollingMovesThePixelsOfTheAreaOnly) {
+    constexpr int W = 40, H = 30;
+    auto colourAt = [](int x, int y) { return RGB(x * 6, y * 8, (x + y) % 7 * 30); };
+    const CRect area(5, 4, 33, 25);
+    struct Move {
+        int dx, dy;
+    };
+    for (const Move m : {Move{-7, 0}, Move{9, 0}, Move{0, 5}, Move{0, -3}, Move{3, -2},
+                         Move{-4, 6}, Move{40, 0}, Move{0, -30}}) {
+        auto dc = image(W, H);
+        for (int y = 0; y < H; ++y)
+            for (int x = 0; x < W; ++x) dc->SetPixelV(x, y, colourAt(x, y));
+        dc->SetViewportOrg(3, 3);
+        dc->IntersectClipRect(CRect(0, 0, 4, 4));
+        ASSERT_TRUE(dc->ScrollDC(m.dx, m.dy, area));
+        dc->SetViewportOrg(0, 0);
+        dc->SelectClipRgn(nullptr);
+        for (int y = 0; y < H; ++y)
+            for (int x = 0; x < W; ++x) {
+                const CPoint from(x - m.dx, y - m.dy);
+                const bool moved = area.PtInRect(CPoint(x, y)) && area.PtInRect(from);
+                ASSERT_EQ(dc->GetPixel(x, y), moved ? colourAt(from.x, from.y) : colourAt(x, y))
+                    << "move " << m.dx << "," << m.dy << " at " << x << "," << y;
+            }
+    }
+    std::string svg;
+    std::unique_ptr<CCairoDC> vector(CCairoDC::CreateSVG(&svg, W, H));
+    EXPECT_FALSE(vector->ScrollDC(1, 0, area));
+}
+
 TEST(CCairoDC, ellipsesAndArcsStayInTheirRectangle) {
     auto dc = image(22, 22);
     dc->SetAntialias(false);

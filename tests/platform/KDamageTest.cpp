@@ -65,3 +65,42 @@ TEST(KDamageTest, ManyAreasMergeDownToAFewAndNoPixelIsLost) {
                     ASSERT_TRUE(covered(damage, x, y)) << x << "," << y;
     }
 }
+
+// Scrolling an area moves the damage in it along and damages what the move uncovers:
+// every pixel that shows something stale afterwards is covered, and damage wholly inside
+// the area no longer holds its old place.
+TEST(KDamageTest, ScrollingMovesTheDamageAlongAndAddsWhatItUncovers) {
+    KDamage pan;
+    pan.add(CRect(100, 10, 110, 500));
+    pan.scroll(CRect(50, 0, 950, 600), -30, 0);
+    EXPECT_TRUE(holds(pan, CRect(70, 10, 80, 500)));
+    EXPECT_TRUE(holds(pan, CRect(920, 0, 950, 600)));
+    EXPECT_FALSE(covered(pan, 105, 20));
+
+    std::mt19937 random(5);
+    std::uniform_int_distribution<int> at(0, 150), size(1, 50), shift(-60, 60);
+    for (int round = 0; round < 200; ++round) {
+        KDamage damage;
+        std::vector<CRect> added;
+        for (int i = 0; i < 3; ++i) {
+            const int x = at(random), y = at(random);
+            added.emplace_back(x, y, x + size(random), y + size(random));
+            damage.add(added.back());
+        }
+        const int ax = at(random), ay = at(random);
+        const CRect area(ax, ay, ax + size(random) + 10, ay + size(random) + 10);
+        const int dx = shift(random), dy = round % 3 == 0 ? shift(random) : 0;
+        damage.scroll(area, dx, dy);
+        auto stale = [&](int x, int y) {
+            const CPoint p(x, y), from(x - dx, y - dy);
+            CPoint source = area.PtInRect(p) ? from : p;
+            if (area.PtInRect(p) && !area.PtInRect(from)) return true;  // uncovered
+            for (const CRect& r : added)
+                if (r.PtInRect(source)) return true;
+            return false;
+        };
+        for (int y = 0; y < 250; ++y)
+            for (int x = 0; x < 250; ++x)
+                if (stale(x, y)) ASSERT_TRUE(covered(damage, x, y)) << round << ": " << x << "," << y;
+    }
+}

@@ -269,6 +269,16 @@ void KCanvasView::invalidateRect(const CRect& rect, bool) {
     gtk_widget_queue_draw(area_);
 }
 
+void KCanvasView::scrollRect(const CRect& area, int dx, int dy) {
+    CRect within;
+    if (!within.IntersectRect(area, getClientRect())) return;
+    // Without a picture the next frame paints everything anyway.
+    if (picture_ == nullptr) return;
+    picture_->ScrollDC(dx, dy, within);
+    damage_.scroll(within, dx, dy);
+    gtk_widget_queue_draw(area_);
+}
+
 CDC* KCanvasView::getMeasureDC() {
     if (measure_ == nullptr) measure_.reset(CCairoDC::CreateImage(1, 1));
     return measure_.get();

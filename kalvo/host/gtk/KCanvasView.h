@@ -61,6 +61,7 @@ public:
     // The host interface.
     CRect getClientRect() const override;
     void invalidateRect(const CRect& rect, bool erase) override;
+    void scrollRect(const CRect& area, int dx, int dy) override;
     void setCapture() override { captured_ = true; }
     void releaseCapture() override { captured_ = false; }
     void setCursor(const char* resourceName) override;

@@ -278,6 +278,24 @@ void KCanvas::invalidateRect(const CRect& rect, bool) {
     damage_.add(bounded);
 }
 
+void KCanvas::scrollRect(const CRect& area, int dx, int dy) {
+    CRect within;
+    if (!within.IntersectRect(area, CRect(0, 0, width_, height_))) return;
+    // Without a picture there is nothing to move yet: the first update paints it whole.
+    if (image_ == nullptr) return;
+    ++scrollCount_;
+    image_->ScrollDC(dx, dy, within);
+    damage_.scroll(within, dx, dy);
+    // The tooltip is drawn over the tree, not part of what moves.
+    const CRect tip = tooltipBox();
+    if (!tip.IsRectEmpty()) {
+        CRect moved = tip;
+        moved.OffsetRect(dx, dy);
+        invalidateRect(tip, true);
+        invalidateRect(moved, true);
+    }
+}
+
 void KCanvas::setCursor(const char* resourceName) { cursor_ = resourceName; }
 
 void KCanvas::showTooltip(const char* text, CPoint at) {

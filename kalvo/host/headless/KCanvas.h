@@ -94,6 +94,8 @@ public:
 
     // The host interface.
     void invalidateRect(const CRect& rect, bool erase) override;
+    void scrollRect(const CRect& area, int dx, int dy) override;
+    int getScrollCount() const { return scrollCount_; }
     CRect getClientRect() const override { return CRect(0, 0, width_, height_); }
     void setCapture() override { captured_ = true; }
     void releaseCapture() override { captured_ = false; }
@@ -133,6 +135,7 @@ private:
     std::unique_ptr<CCairoDC> measure_;
     KDamage damage_;
     int invalidateCount_ = 0;
+    int scrollCount_ = 0;
     CPoint pointer_;
     bool captured_ = false;
     KString cursor_;
