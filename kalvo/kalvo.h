@@ -129,6 +129,7 @@
 
 // graph
 #include <kalvo/graph/KBarGraphPanel.h>
+#include <kalvo/graph/KColumnScale.h>
 #include <kalvo/graph/KCurve.h>
 #include <kalvo/graph/KCurveClient.h>
 #include <kalvo/graph/KGraphAxis.h>

@@ -7,6 +7,7 @@
 #include <kalvo/foundation/KDate.h>
 #include <kalvo/foundation/KDouble.h>
 #include <kalvo/foundation/KException.h>
+#include <kalvo/graph/KColumnScale.h>
 #include <kalvo/graph/KGraphFrame.h>
 #include <kalvo/platform/CBitmap.h>
 #include <kalvo/platform/DeviceModes.h>
@@ -185,10 +186,9 @@ void KGraphAxis::setLowSpeed(bool on) {
 
 int KGraphAxis::toLogicalX(double x) const {
     const CRect r = getClientRect();
-    const double lo = range_.getMinimum(), hi = range_.getMaximum();
-    if (!(hi > lo)) return r.left;
-    const double px = r.left + (x - lo) * r.Width() / (hi - lo);
-    return static_cast<int>(std::floor(std::clamp(px, -1e9, 1e9) + 0.5));
+    const KColumnScale columns(range_, r.Width());
+    if (!columns.isValid()) return r.left;
+    return r.left + static_cast<int>(std::clamp(columns.columnOf(x), -1e9, 1e9));
 }
 
 double KGraphAxis::toRealX(int px) const {
@@ -429,10 +429,7 @@ void KGraphAxis::pan(double delta, bool wholePixels) {
 }
 
 void KGraphAxis::rangeChanged() {
-    if (KGraphFrame* frame = getFrame()) {
-        frame->syncronizeRanges(nullptr);
-        frame->repaintGraphs();
-    }
+    if (KGraphFrame* frame = getFrame()) frame->panGraphs();
     updateStatusLabels();
     repaint();
 }
@@ -512,10 +509,7 @@ void KGraphAxis::actionPerformed(KEvent& event) {
     if (along) setPanControl(lo, hi);
     // The grid follows the new span; the ends stay where the slider put them.
     range_.computeGrid(false);
-    if (KGraphFrame* frame = getFrame()) {
-        frame->syncronizeRanges(nullptr);
-        frame->repaintGraphs();
-    }
+    if (KGraphFrame* frame = getFrame()) frame->panGraphs();
     updateMarkerLabels();
     repaint();
 }

@@ -519,10 +519,9 @@ void KGraphFrame::setAperture(double lo, double hi) {
     KGraphAxis* axis = getAxis();
     if (!std::isfinite(lo) || !std::isfinite(hi) || !axis->getXRange().setLimits(lo, hi)) return;
     axis->getXRange().computeGrid(false);
-    syncronizeRanges(nullptr);
+    panGraphs();
     axis->setPanControl(lo, hi);
     updateMarkerLabels();
-    repaintGraphs();
 }
 
 void KGraphFrame::getAperture(double& lo, double& hi) const { getAxis()->getAperture(lo, hi); }
@@ -789,6 +788,20 @@ void KGraphFrame::scheduleRefresh() {
     if (refreshPending_) return;
     refreshPending_ = true;
     postEvent(KEvent::command(0, "FRAME.REFRESH"));
+}
+
+void KGraphFrame::panGraphs() {
+    // The hair drawn over the plots in XOR goes with neither a move nor a paint.
+    if (KDouble::isFinite(hair_)) {
+        syncronizeRanges(nullptr);
+        repaintGraphs();
+        return;
+    }
+    const KRange& range = getAxis()->getXRange();
+    std::vector<KGraphPanel*> graphs;
+    getGraphList(graphs);
+    for (KGraphPanel* g : graphs) g->panTo(range);
+    if (KComponent* footer = findComponent("footer")) footer->repaint();
 }
 
 void KGraphFrame::repaintGraphs() {

@@ -123,6 +123,9 @@ public:
     void setLeftMarginDyn(int margin);
     void setRightMarginDyn(int margin);
     void repaintGraphs();
+    // After the axis' range moved: every graph takes it, moving its picture along where it
+    // can (see KGraphPanel::panTo), and the footer repaints.
+    void panGraphs();
     // The three read-outs on each side of the axis (0 to 2 left, 3 to 5 right).
     KLabel* getReadout(int index) const;
 

@@ -14,6 +14,7 @@
 #include <kalvo/graph/KGraphAxis.h>
 #include <kalvo/graph/KGraphFrame.h>
 #include <kalvo/graph/KGraphMeter.h>
+#include <kalvo/graph/KWaveformPainter.h>
 #include <kalvo/platform/DeviceModes.h>
 #include <kalvo/platform/DrawTextFormat.h>
 #include <kalvo/platform/KHost.h>
@@ -281,14 +282,80 @@ void KGraphPanel::setApeture(double lo, double hi) {
 
 void KGraphPanel::getApeture(double& lo, double& hi) const { xRange_.getLimits(lo, hi); }
 
+void KGraphPanel::panTo(const KRange& range) {
+    const int w = plot_.right - plot_.left;
+    const KColumnScale was = getColumnScale();
+    const double gridWas = xRange_.getGrid();
+    const int reachWas = edgeReach(range.getMinimum() > xRange_.getMinimum());
+    xRange_ = range;
+    const KColumnScale now = getColumnScale();
+    // The columns the picture moves right by, when every time moves as many.
+    const double whole = was.getFirst() - now.getFirst();
+    bool pans = now.isPanOf(was) && xRange_.getGrid() == gridWas && std::fabs(whole) < w;
+    // Nothing may stand over the plot: XOR feedback, children, marks at fixed columns.
+    pans = pans && getCanvas() != nullptr && isShowing() && !crossHairShown_ && !boxShown_ &&
+           drag_ == Drag::NONE && isPlotPannable();
+    for (int i = 0; pans && i < getComponentCount(); ++i) {
+        const KComponent* child = getComponent(i);
+        CRect common;
+        pans = !child->isVisible() || !common.IntersectRect(child->getBounds(), getDataRectangle());
+    }
+    if (!pans) {
+        repaint();
+        return;
+    }
+    // Time labels of the panel's own under the plot.
+    if (ownXAxis_) {
+        const CRect e = getExtents();
+        repaintRect(CRect(e.left, plot_.bottom + 2, e.right, e.bottom));
+    }
+    // Within a column the plot shows the same.
+    if (whole == 0) return;
+    const int dx = static_cast<int>(whole);
+    // The plot's inside moves; its edge (a thick one in focus) stays where it is.
+    scrollRect(CRect(plot_.left + 2, plot_.top + 1, plot_.right + 1, plot_.bottom + 1), dx, 0);
+    // Painted again: the columns that came into view with as many more as the edge they
+    // came over reached in, and the columns by the other edge, which is new there.
+    const int reach = edgeReach(dx > 0);
+    CRect entered(plot_.left - 1, plot_.top, plot_.left + 2 + dx + reachWas, plot_.bottom + 2);
+    CRect other(plot_.right + 1 - reach, plot_.top, plot_.right + 2, plot_.bottom + 2);
+    if (dx < 0) {
+        entered = CRect(plot_.right + 1 + dx - reachWas, plot_.top, plot_.right + 2, plot_.bottom + 2);
+        other = CRect(plot_.left - 1, plot_.top, plot_.left + 2 + reach, plot_.bottom + 2);
+    }
+    repaintRect(entered);
+    repaintRect(other);
+    // Marker lines on the window moved along; those that left the plot are gone.
+    for (std::vector<int>& shown : markersShown_) {
+        for (int& x : shown) x += dx;
+        std::erase_if(shown, [&](int x) { return x < plot_.left || x > plot_.right; });
+    }
+}
+
+int KGraphPanel::edgeReach(bool right) {
+    // Marks by the edge: grid lines and ticks left out on it, the trigger's head cut off,
+    // points and wide lines reaching over it.
+    int reach = getUnitSize() / 4 + 2;
+    const KWaveformPainter painter(plot_, getColumnScale(), 0.0, 1.0);
+    std::vector<KCurve*> curves;
+    getCurveList(curves);
+    for (KCurve* c : curves) {
+        if (!c->isVisible()) continue;
+        const int lines = painter.edgeReach(c->getXData(), c->getSampleCount(), &c->getSummary(), right);
+        reach = std::max(reach, lines + c->getLineWidth() + 2);
+    }
+    return reach;
+}
+
 // Mapping.
 
 int KGraphPanel::toLogicalX(double x) const {
-    const double lo = xRange_.getMinimum(), hi = xRange_.getMaximum();
-    if (!(hi > lo)) return 0;
-    const double v = (plot_.right - plot_.left) / (hi - lo) * (x - lo) + 0.5;
-    return static_cast<int>(std::clamp(v, -1e9, 1e9));
+    const KColumnScale columns = getColumnScale();
+    if (!columns.isValid()) return 0;
+    return static_cast<int>(std::clamp(columns.columnOf(x), -1e9, 1e9));
 }
+
+KColumnScale KGraphPanel::getColumnScale() const { return KColumnScale(xRange_, plot_.right - plot_.left); }
 
 int KGraphPanel::toLogicalY(double y) const {
     const double lo = yRange_.getMinimum(), hi = yRange_.getMaximum();
@@ -893,8 +960,19 @@ void KGraphPanel::drawYGrid(KGraphics& graphics) {
     g.setColor(gridColor(), 1, PS_DOT);
     forEachTick(yRange_, [&](double v) {
         const int y = plot_.top + toLogicalY(v);
-        if (y > plot_.top && y < plot_.bottom) g.drawLine(plot_.left, y, plot_.right + 1, y);
+        if (y > plot_.top && y < plot_.bottom) drawGridRow(g, y);
     });
+}
+
+void KGraphPanel::drawGridRow(KGraphics& graphics, int y) {
+    // The pattern starts a whole number of periods from the column of time's origin.
+    const KColumnScale columns = getColumnScale();
+    const double origin = columns.isValid() ? -columns.getFirst() : 0.0;
+    const int phase = static_cast<int>(std::fmod(std::fmod(origin, PS_PATTERN_PERIOD) + PS_PATTERN_PERIOD,
+                                                 PS_PATTERN_PERIOD));
+    KGraphics row(graphics);
+    row.clipRect(CRect(plot_.left, y, plot_.right + 1, y + 1));
+    row.drawLine(plot_.left - PS_PATTERN_PERIOD + phase, y, plot_.right + 1, y);
 }
 
 void KGraphPanel::drawYLimits(KGraphics& graphics) {
@@ -1031,7 +1109,9 @@ void KGraphPanel::drawTrigger(KGraphics& graphics) {
     KGraphics g(graphics);
     g.setColor(KGraphAxis::TRIGGER_COLOR, 1, PS_DASHDOT);
     g.drawLine(x, plot_.top, x, plot_.bottom + 1);
+    // The head by an edge is cut off there: what lies outside the plot stays put in a pan.
     const int h = getUnitSize() / 4;
+    g.clipRect(getDataRectangle());
     g.setColor(KGraphAxis::TRIGGER_COLOR);
     g.fillTriangle(CPoint(x - h, plot_.top), CPoint(x + h + 1, plot_.top), CPoint(x, plot_.top + h + 1));
 }

@@ -5,6 +5,7 @@
 
 #include <kalvo/foundation/KBitSet.h>
 #include <kalvo/foundation/KRange.h>
+#include <kalvo/graph/KColumnScale.h>
 #include <kalvo/toolkit/KPanel.h>
 
 class KCurve;
@@ -156,10 +157,17 @@ public:
     bool zoomIndex(int first, int last);
     // The time window without snapping or history, as panning sets it.
     void setApeture(double lo, double hi);
+    // Takes the time range a pan of the frame set. When it keeps the span and moves the
+    // view by whole columns of the plot, the plot's picture moves along on the window and
+    // only the columns that come into view, and those by the plot's edges, are painted
+    // again; otherwise the whole panel is.
+    void panTo(const KRange& range);
     void getApeture(double& lo, double& hi) const;
 
     // Mapping between values and pixels, as offsets from the plot's left and top edges.
     int toLogicalX(double x) const;
+    // The columns of the plot's times, counted from the time range's lower bound.
+    KColumnScale getColumnScale() const;
     int toLogicalY(double y) const;
     double toRealX(int px) const;
     double toRealY(int py) const;
@@ -298,6 +306,9 @@ protected:
     // The value range's ends beside the plot, for a plot too short for tick labels.
     void drawYLimits(KGraphics& graphics);
     virtual void drawTicks(KGraphics& graphics);
+    // A dotted grid line across the plot at row y. Its dots keep their places on the time
+    // axis, so that they move with the curves when the view pans.
+    void drawGridRow(KGraphics& graphics, int y);
     void drawXIntercept(KGraphics& graphics);
     void drawYIntercept(KGraphics& graphics);
     void drawMarkers(KGraphics& graphics);
@@ -322,6 +333,9 @@ protected:
     // Whether zooming by box and wheel changes only the time range (kinds whose values have
     // fixed places).
     virtual bool isTimeOnly() const { return false; }
+    // Whether all that the plot shows moves with the time range, so that a pan can move
+    // its pixels: not so while marks stand at fixed columns.
+    virtual bool isPlotPannable() const { return true; }
     // Whether the legend shows beside the plot (kinds that name their curves otherwise do
     // without).
     virtual bool showsLegend() const { return true; }
@@ -393,4 +407,7 @@ private:
     // The column marker m (0 for X, 1 for O) is drawn in now; NO_COLUMN when not shown.
     int markerColumnOf(int m) const;
     void repaintMarkerColumns();
+    // How many columns in from the plot's right (or left) edge the picture depends on what
+    // lies beyond that edge: lines clipped there, marks cut off.
+    int edgeReach(bool right);
 };

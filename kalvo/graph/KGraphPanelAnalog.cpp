@@ -198,9 +198,8 @@ void KGraphPanelAnalog::drawSegments(KGraphics& graphics, const KCurve* constCur
     const double* y = curve->getYData();
     const int n = curve->getSampleCount();
     if (x == nullptr || y == nullptr || n <= 0) return;
-    const KRange& xr = getXRange();
     const KRange& yr = getYRange();
-    KWaveformPainter painter(plot_, xr.getMinimum(), xr.getMaximum(), yr.getMinimum(), yr.getMaximum());
+    KWaveformPainter painter(plot_, getColumnScale(), yr.getMinimum(), yr.getMaximum());
     painter.setEverySample(isEverySample());
     painter.draw(graphics.getDC(), x, y, n, &curve->getSummary(), curve->getRenderStyle(),
                  curveColor(curve), curve->getLineWidth(), getXIntercept(), first, last,

@@ -58,6 +58,8 @@ protected:
     void drawCurve(KGraphics& graphics, KCurve* curve, int index) override;
     void drawSegments(KGraphics& graphics, const KCurve* curve, int first, int last) override;
     void drawYAxis(KGraphics& graphics) override;
+    // Glyphs stand at fixed columns of the plot.
+    bool isPlotPannable() const override { return !getFlag(GLYPHS); }
     // The curve's glyph, with its number, along the curve.
     void drawGlyphs(KGraphics& graphics, KCurve* curve, int index);
     CRect layoutPlot() override;

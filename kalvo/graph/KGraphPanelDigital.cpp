@@ -96,8 +96,7 @@ void KGraphPanelDigital::drawSegments(KGraphics& graphics, const KCurve* constCu
     CRect band(laneRect.left, laneRect.top + inset, laneRect.right, laneRect.bottom - inset);
     if (band.Height() < 1) band = laneRect;
     // Status values are 0 and 1: low on the band's bottom, high on its top.
-    const KRange& xr = getXRange();
-    KWaveformPainter painter(band, xr.getMinimum(), xr.getMaximum(), 0.0, 1.0);
+    KWaveformPainter painter(band, getColumnScale(), 0.0, 1.0);
     painter.setSteps(true);
     painter.setEverySample(isEverySample());
     painter.draw(graphics.getDC(), x, y, n, &curve->getSummary(), KWaveformPainter::AREA,
@@ -108,8 +107,7 @@ void KGraphPanelDigital::drawYGrid(KGraphics& graphics) {
     KGraphics g(graphics);
     g.setColor(gridColor(), 1, PS_DOT);
     for (int lane = 1; lane < getCurveCount(); ++lane) {
-        const int y = getLaneRect(lane).top;
-        g.drawLine(plot_.left, y, plot_.right + 1, y);
+        drawGridRow(g, getLaneRect(lane).top);
     }
 }
 

@@ -257,17 +257,20 @@ private:
 
 KWaveformPainter::KWaveformPainter(const CRect& plot, double xMin, double xMax, double yMin,
                                    double yMax)
-    : plot_(plot), xMin_(xMin), yMax_(yMax) {
-    const double w = plot.Width(), h = plot.Height();
-    valid_ = std::isfinite(xMin) && std::isfinite(xMax) && std::isfinite(yMin) &&
-             std::isfinite(yMax) && xMax > xMin && yMax > yMin && w >= 1 && h >= 1;
+    : KWaveformPainter(plot, KColumnScale(xMin, xMax, plot.Width(), xMin), yMin, yMax) {}
+
+KWaveformPainter::KWaveformPainter(const CRect& plot, const KColumnScale& columns, double yMin,
+                                   double yMax)
+    : plot_(plot), columns_(columns), yMax_(yMax) {
+    const double h = plot.Height();
+    valid_ = columns.isValid() && std::isfinite(yMin) && std::isfinite(yMax) && yMax > yMin &&
+             plot.Width() >= 1 && h >= 1;
     if (!valid_) return;
-    kx_ = w / (xMax - xMin);
     ky_ = h / (yMax - yMin);
-    valid_ = std::isfinite(kx_) && std::isfinite(ky_);
+    valid_ = std::isfinite(ky_);
 }
 
-double KWaveformPainter::columnOf(double x) const { return std::floor(kx_ * (x - xMin_) + 0.5); }
+double KWaveformPainter::columnOf(double x) const { return columns_.columnOf(x); }
 
 double KWaveformPainter::rowOf(double y) const { return std::floor(ky_ * (yMax_ - y) + 0.5); }
 
@@ -314,6 +317,26 @@ int KWaveformPainter::firstAfter(const double* x, int from, int to, double colum
         }
     }
     return lo;
+}
+
+int KWaveformPainter::edgeReach(const double* x, int n, const KTraceSummary* summary,
+                                bool right) const {
+    const int w = plot_.Width();
+    if (!valid_ || x == nullptr || n <= 0) return 0;
+    if (summary == nullptr || !summary->isDomainOrdered() || summary->getCount() != n) return w + 1;
+    // Segments are clipped to the box MARGIN outside the plot: the line that crosses it runs
+    // from the last sample inside to the first beyond.
+    double reach;
+    if (right) {
+        const int beyond = firstAfter(x, 0, n, w + MARGIN);
+        if (beyond == 0 || beyond == n) return 0;
+        reach = w - columnOf(x[beyond - 1]);
+    } else {
+        const int inside = firstAfter(x, 0, n, -MARGIN - 1.0);
+        if (inside == 0 || inside == n) return 0;
+        reach = columnOf(x[inside]);
+    }
+    return static_cast<int>(std::clamp(reach, 0.0, w + 0.0)) + 1;
 }
 
 void KWaveformPainter::summarise(const double* x, const double* y, int first, int last,
@@ -379,7 +402,7 @@ void KWaveformPainter::draw(CDC* dc, const double* x, const double* y, int n,
     Columns local;
     Columns* columns = cache != nullptr ? cache : &local;
     if (byColumns) {
-        const Columns::Key key{x, y, n, first, last, xMin_, kx_, plot_.left, plot_.Width()};
+        const Columns::Key key{x, y, n, first, last, columns_, plot_.left, plot_.Width()};
         if (!(columns->key == key) || columns->columns.empty()) {
             const Columns::Key& was = columns->key;
             if (was.x != x || was.y != y || was.n != n || was.first != first || was.last != last) {

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include <kalvo/graph/KColumnScale.h>
 #include <kalvo/platform/CDC.h>
 #include <kalvo/platform/CRect.h>
 #include <kalvo/platform/ColorRef.h>
@@ -41,7 +42,7 @@ public:
             const double* x = nullptr;
             const double* y = nullptr;
             int n = 0, first = 0, last = 0;
-            double xMin = 0, kx = 0;
+            KColumnScale scale;
             int left = 0, width = 0;
             bool operator==(const Key&) const = default;
         };
@@ -58,6 +59,8 @@ public:
     static constexpr int POINTS_PER_COLUMN = 4;
 
     KWaveformPainter(const CRect& plot, double xMin, double xMax, double yMin, double yMax);
+    // The times fall on the columns as the scale (of the plot's width) has them.
+    KWaveformPainter(const CRect& plot, const KColumnScale& columns, double yMin, double yMax);
 
     // Draws every sample instead of the column summary (the reference the summary's
     // picture equals).
@@ -74,6 +77,13 @@ public:
     // The column (from the plot's left) and row (from its top) of a value, not clamped.
     double columnOf(double x) const;
     double rowOf(double y) const;
+
+    // How many columns in from the plot's right (or left) edge the drawing of the samples
+    // depends on what lies beyond it: a line to a sample past the edge is clipped there,
+    // and the columns between the edge and the last sample before it show the clipped
+    // line. 0 when no line crosses the edge; past the plot's width when the domain is not
+    // ordered (the summary tells), which hides where lines go.
+    int edgeReach(const double* x, int n, const KTraceSummary* summary, bool right) const;
 
     // Draws samples first..last-1 (last -1: all) of x and y with the pen's colour and
     // width in the style; area fills from the baseline value. summary may be null (every
@@ -99,8 +109,9 @@ private:
     int firstAfter(const double* x, int from, int to, double column, int guess = 0) const;
 
     CRect plot_;
-    double xMin_, yMax_;
-    double kx_ = 0.0, ky_ = 0.0;
+    KColumnScale columns_;
+    double yMax_;
+    double ky_ = 0.0;
     bool valid_ = false;
     bool everySample_ = false;
     bool steps_ = false;
