@@ -126,6 +126,9 @@ public:
     // After the axis' range moved: every graph takes it, moving its picture along where it
     // can (see KGraphPanel::panTo), and the footer repaints.
     void panGraphs();
+    // Brings extents, margins and read-outs up to date after the data or the make-up
+    // changed; many changes at once are answered once, after the last.
+    void scheduleRefresh();
     // The three read-outs on each side of the axis (0 to 2 left, 3 to 5 right).
     KLabel* getReadout(int index) const;
 
@@ -167,10 +170,8 @@ private:
     bool scroll_;
     std::int32_t mode_ = 0;
     double lineFrequency_ = 0.0;
-    // Brings extents, margins and read-outs up to date after the data or the make-up
-    // changed; many changes at once are answered once, after the last.
+    // What scheduleRefresh does, at once.
     void refresh();
-    void scheduleRefresh();
 
     bool userOperations_ = true;
     bool refreshPending_ = false;

@@ -819,6 +819,11 @@ void KGraphPanel::updateMarkerLabels() {
         meter->setMarkerPositions(markerX_, markerO_);
     }
     if (getCanvas() != nullptr) doLayout();
+    // A meter that came or went may need another room beside the plots, which the frame
+    // gives all its graphs alike.
+    if (meter->isVisible() != meterWas) {
+        if (KGraphFrame* frame = getFrame()) frame->scheduleRefresh();
+    }
     const bool sameLayout = meter->isVisible() == meterWas && plot_ == plotWas &&
                             plot_ == markersPlot_ &&
                             (client != nullptr && client->isVisible()) == legendWas;

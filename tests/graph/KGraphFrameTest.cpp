@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "graph/GraphTestSupport.h"
+#include "io/ComtradeTestData.h"
 
 using namespace ktest;
 
@@ -442,6 +444,47 @@ TEST(KGraphFrameTest, APanRepaintsAGraphWithGlyphsWhole) {
     CRect covered;
     for (const CRect& r : canvas.getDamage().getRects()) covered.UnionRect(covered, r);
     EXPECT_TRUE(covered.IntersectRect(covered, plot) && covered == plot);
+}
+
+// Markers switched on bring the graphs' read-outs in the legends' place: the room beside
+// the plots grows to hold them whole, as a layout afresh would have it. So it does for a
+// graph whose read-out comes later with its curves, wider than the others'.
+TEST(KGraphFrameTest, ReadOutsThatComeWithTheMarkersGetTheirRoom) {
+    const std::string path = comtradeData("COMTRADE.jl/1999-ascii-pq.cfg");
+    if (!std::filesystem::exists(path)) GTEST_SKIP() << "no shared records";
+    KRecord record;
+    KComtradeReader().read(path.c_str(), record);
+    KCanvas canvas(1280, 800);
+    KGraphFrame* frame = frameOn(canvas);
+    frame->addRecord(&record);
+    canvas.layout();
+    canvas.pumpTasks();
+    canvas.update();
+    std::vector<KGraphPanel*> graphs;
+    frame->getGraphList(graphs);
+    auto checkMeters = [&] {
+        canvas.pumpTasks();
+        graphs.clear();
+        frame->getGraphList(graphs);
+        for (KGraphPanel* g : graphs) {
+            const KGraphMeter* meter = g->getMeter();
+            EXPECT_TRUE(meter != nullptr && meter->isVisible());
+            if (meter != nullptr) EXPECT_GE(meter->getBounds().Width(), meter->getPreferredSize().cx);
+        }
+        canvas.update();
+        EXPECT_EQ(pixelsApartFromAWholePaint(canvas), 0);
+        const int right = graphs.front()->getPlotRectangle().right;
+        canvas.layout();
+        EXPECT_EQ(graphs.front()->getPlotRectangle().right, right);
+        return right;
+    };
+    const int legends = graphs.front()->getPlotRectangle().right;
+    frame->toggleMarkers();
+    const int meters = checkMeters();
+    EXPECT_LT(meters, legends);
+    record.setTraceName(0, "Ia feeder 7 busbar side");
+    frame->addAnalogGraph()->addCurve(curveOf(record, 0));
+    EXPECT_LT(checkMeters(), meters);
 }
 
 TEST(KGraphFrameTest, OddRecordsDrawWithoutFault) {
