@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Frame times of the viewer while panning across a record of 12 channels of 10 million
-# samples, with real input on a virtual X server: the time graphs zoomed in to 1/25 of the
-# record, then panned with the time axis' Right key and by dragging its scroll thumb. The
-# viewer's frame-time log gives every frame; this prints the median and 99th percentile of
-# the frames of the panning and the viewer's peak memory. The same is done first on a record
-# of 12 channels of 10 thousand samples, the reference: drawing that follows pixels costs the
-# same on both, whatever the samples.
+# Frame times of the viewer on a record of 12 channels of 10 million samples, with real
+# input on a virtual X server: the time graphs zoomed in to 1/25 of the record and panned
+# with the time axis' Right key and by dragging its scroll thumb; then zoomed out and in
+# by the keys; then, the whole record in view, marker X dragged along the axis. The viewer's
+# frame-time log gives every frame; this prints the median, 99th percentile and longest
+# frame of each of the three and the viewer's peak memory. The same is done first on a
+# record of 12 channels of 10 thousand samples, the reference: drawing that follows pixels
+# costs the same on both, whatever the samples.
 #
 #   bench/viewer_frame_times.sh BUILD_DIR [WIDTHxHEIGHT]    (1920x1080 by default)
 set -euo pipefail
@@ -29,6 +30,24 @@ cleanup() {
 }
 trap cleanup EXIT
 
+# summary WHAT START END LOG: the figures of the frames logged between the two times.
+summary() {
+  awk -v what="$1" -v start="$2" -v end="$3" '
+    /^#/ { next }
+    $1 >= start && $1 <= end { n++; whole[n] = $2; paint[n] = $3 }
+    function pct(a, n, p,   i, j, t, k) {
+      for (i = 2; i <= n; i++) { t = a[i]; for (j = i - 1; j >= 1 && a[j] > t; j--) a[j + 1] = a[j]; a[j + 1] = t }
+      k = int(p * n + 0.999999); if (k < 1) k = 1; return a[k]
+    }
+    END {
+      if (n == 0) { printf "%s: no frames\n", what; exit 1 }
+      for (i = 1; i <= n; i++) { w[i] = whole[i]; q[i] = paint[i] }
+      printf "%s, %d frames:\n", what, n
+      printf "  whole frame ms:   median %6.2f   99th percentile %6.2f   max %6.2f\n", pct(w, n, 0.5), pct(w, n, 0.99), pct(w, n, 1)
+      printf "  painting ms:      median %6.2f   99th percentile %6.2f   max %6.2f\n", pct(q, n, 0.5), pct(q, n, 0.99), pct(q, n, 1)
+    }' "$4"
+}
+
 # measure NAME SAMPLES: opens the record of 12 channels of SAMPLES samples, pans across it
 # and prints the figures.
 measure() {
@@ -50,8 +69,8 @@ measure() {
   sleep 0.3
   xdotool key --delay 150 plus plus plus plus plus
   sleep 1
-  local start end
-  start=$(date +%s.%N)
+  local pan_start pan_end zoom_start zoom_end drag_start drag_end
+  pan_start=$(date +%s.%N)
   # Pan by the axis: click it (away from its marks) and hold Right as a key repeat would.
   local axis_y=$((height - 55)) thumb_y=$((height - 33))
   xdotool mousemove $((width / 2)) $axis_y click 1
@@ -63,29 +82,45 @@ measure() {
     sleep 0.016
   done
   xdotool mouseup 1
-  end=$(date +%s.%N)
+  pan_end=$(date +%s.%N)
   sleep 0.5
-  local peak_kb range
+  # Zoom out and in again by the keys, over the first graph: each step paints every graph.
+  xdotool mousemove $((width / 2)) $((height / 3)) click 1
+  sleep 0.3
+  zoom_start=$(date +%s.%N)
+  xdotool key --delay 120 $(printf 'minus plus %.0s' $(seq 1 10))
+  zoom_end=$(date +%s.%N)
+  sleep 0.5
+  # The whole record in view, markers on (both at its first sample, the axis' left end):
+  # marker X dragged along the axis, a few pixels a step.
+  xdotool key x
+  sleep 1
+  xdotool key m
+  sleep 1
+  local canvas_x canvas_y axis_l axis_t
+  read -r canvas_x canvas_y < <(awk '/^canvas / { print $2, $3 }' "$state")
+  read -r axis_l axis_t < <(awk '/^axis / { print $2, $3 }' "$state")
+  local grab_x=$((canvas_x + axis_l)) grab_y=$((canvas_y + axis_t + 4))
+  drag_start=$(date +%s.%N)
+  xdotool mousemove $grab_x $grab_y mousedown 1
+  for x in $(seq $grab_x 4 $((grab_x + width / 3))); do
+    xdotool mousemove "$x" "$grab_y"
+    sleep 0.016
+  done
+  xdotool mouseup 1
+  drag_end=$(date +%s.%N)
+  sleep 0.5
+  local peak_kb range markers
   peak_kb=$(awk '/^VmHWM/ { print $2 }' "/proc/$viewer/status")
   range=$(grep '^range' "$state" | cut -d' ' -f2-)
+  markers=$(grep '^markers' "$state" | cut -d' ' -f2-)
   xdotool key ctrl+q
   wait "$viewer" || true
   viewer=
-  echo "== $name: 12 channels of $samples samples, ${range} s in view at the end"
-  awk -v start="$start" -v end="$end" '
-    /^#/ { next }
-    $1 >= start && $1 <= end { n++; whole[n] = $2; paint[n] = $3 }
-    function pct(a, n, p,   i, j, t, k) {
-      for (i = 2; i <= n; i++) { t = a[i]; for (j = i - 1; j >= 1 && a[j] > t; j--) a[j + 1] = a[j]; a[j + 1] = t }
-      k = int(p * n + 0.999999); if (k < 1) k = 1; return a[k]
-    }
-    END {
-      if (n == 0) { print "no frames while panning"; exit 1 }
-      for (i = 1; i <= n; i++) { w[i] = whole[i]; q[i] = paint[i] }
-      printf "frames while panning: %d\n", n
-      printf "whole frame ms:   median %6.2f   99th percentile %6.2f   max %6.2f\n", pct(w, n, 0.5), pct(w, n, 0.99), pct(w, n, 1)
-      printf "painting ms:      median %6.2f   99th percentile %6.2f   max %6.2f\n", pct(q, n, 0.5), pct(q, n, 0.99), pct(q, n, 1)
-    }' "$log"
+  echo "== $name: 12 channels of $samples samples (${range} s in view at the end; markers $markers)"
+  summary "panning" "$pan_start" "$pan_end" "$log"
+  summary "zooming" "$zoom_start" "$zoom_end" "$log"
+  summary "dragging marker X" "$drag_start" "$drag_end" "$log"
   local data_mb=$(( $(stat -c %s "${record%.cfg}.dat") / 1048576 ))
   echo "viewer peak memory: $(( peak_kb / 1024 )) MB (the data file: ${data_mb} MB; the samples as doubles: $(( 13 * samples * 8 / 1048576 )) MB)"
   echo "frame log: $log"

@@ -353,6 +353,13 @@ void KWaveformPainter::summarise(const double* x, const double* y, int first, in
     out.hi = firstAfter(x, out.lo, last, plot_.Width() + MARGIN);
     int guess = 1;
     for (int i = out.lo; i < out.hi;) {
+        // The samples four columns on are most likely far in memory from these: their domain
+        // and the block of values around where that column ends are fetched meanwhile.
+        if (const int ahead = i + 4 * guess; ahead < out.hi) {
+            __builtin_prefetch(x + ahead);
+            const int block = ahead & ~(KTraceSummary::BLOCK - 1);
+            for (int k = block; k < block + KTraceSummary::BLOCK && k < out.hi; k += 8) __builtin_prefetch(y + k);
+        }
         const double column = columnOf(x[i]);
         while (next < before.size() && before[next].first < i) ++next;
         if (next < before.size() && before[next].first == i) {
