@@ -341,41 +341,66 @@ int KWaveformPainter::edgeReach(const double* x, int n, const KTraceSummary* sum
 
 void KWaveformPainter::summarise(const double* x, const double* y, int first, int last,
                                  const KTraceSummary& summary, Columns& out) const {
-    // The columns of the view before (of the same samples, or none) are taken over where
-    // their samples still make one whole column of this view: panning reads only the ends of
-    // the columns it keeps, and their extremes come from the summary once.
     std::vector<Column> before;
     before.swap(out.columns);
-    size_t next = 0;
     // The samples in view and in the margin, and one on either side to draw the lines into
     // it from.
     out.lo = firstAfter(x, first, last, -MARGIN - 1.0);
     out.hi = firstAfter(x, out.lo, last, plot_.Width() + MARGIN);
+    // After a pan by whole columns every sample lies that many columns over: the columns
+    // still in view are taken over as they are, and only those that came into view are made.
+    if (!before.empty() && out.key.width == plot_.Width() && columns_.isPanOf(out.key.scale)) {
+        const double moved = out.key.scale.getFirst() - columns_.getFirst();
+        auto inView = [&](const Column& c) {
+            return c.column + moved >= -MARGIN && c.column + moved <= plot_.Width() + MARGIN;
+        };
+        const auto from = std::find_if(before.begin(), before.end(), inView);
+        const auto to = std::find_if_not(from, before.end(), inView);
+        if (from != to && from->first >= out.lo && (to - 1)->end <= out.hi) {
+            summariseRun(x, y, out.lo, from->first, summary, {}, out.columns);
+            for (auto c = from; c != to; ++c) {
+                out.columns.push_back(*c);
+                out.columns.back().column += moved;
+            }
+            summariseRun(x, y, (to - 1)->end, out.hi, summary, {}, out.columns);
+            return;
+        }
+    }
+    summariseRun(x, y, out.lo, out.hi, summary, before, out.columns);
+}
+
+void KWaveformPainter::summariseRun(const double* x, const double* y, int from, int to,
+                                    const KTraceSummary& summary, const std::vector<Column>& before,
+                                    std::vector<Column>& out) const {
+    // The columns of the view before (of the same samples, or none) are taken over where
+    // their samples still make one whole column of this view: a view that moved reads only
+    // the ends of the columns it keeps, and their extremes come from the summary once.
+    size_t next = 0;
     int guess = 1;
-    for (int i = out.lo; i < out.hi;) {
+    for (int i = from; i < to;) {
         // The samples four columns on are most likely far in memory from these: their domain
         // and the block of values around where that column ends are fetched meanwhile.
-        if (const int ahead = i + 4 * guess; ahead < out.hi) {
+        if (const int ahead = i + 4 * guess; ahead < to) {
             __builtin_prefetch(x + ahead);
             const int block = ahead & ~(KTraceSummary::BLOCK - 1);
-            for (int k = block; k < block + KTraceSummary::BLOCK && k < out.hi; k += 8) __builtin_prefetch(y + k);
+            for (int k = block; k < block + KTraceSummary::BLOCK && k < to; k += 8) __builtin_prefetch(y + k);
         }
         const double column = columnOf(x[i]);
         while (next < before.size() && before[next].first < i) ++next;
         if (next < before.size() && before[next].first == i) {
             // The domain runs forward: the samples from i to end-1 are this column's alone
-            // when the last of them is in it and the one after is not (or ends the view).
+            // when the last of them is in it and the one after is not (or ends the run).
             const Column& kept = before[next];
-            if (kept.end <= out.hi && columnOf(x[kept.end - 1]) == column &&
-                (kept.end == out.hi || columnOf(x[kept.end]) > column)) {
-                out.columns.push_back(kept);
-                out.columns.back().column = column;
+            if (kept.end <= to && columnOf(x[kept.end - 1]) == column &&
+                (kept.end == to || columnOf(x[kept.end]) > column)) {
+                out.push_back(kept);
+                out.back().column = column;
                 guess = kept.end - i;
                 i = kept.end;
                 continue;
             }
         }
-        const int j = firstAfter(x, i + 1, out.hi, column, guess);
+        const int j = firstAfter(x, i + 1, to, column, guess);
         guess = std::max(1, j - i);
         Column c{column, i, j, 0.0, 0.0, y[i], y[j - 1], true};
         if (j - i > POINTS_PER_COLUMN) {
@@ -384,7 +409,7 @@ void KWaveformPainter::summarise(const double* x, const double* y, int first, in
             c.min = e.min;
             c.max = e.max;
         }
-        out.columns.push_back(c);
+        out.push_back(c);
         i = j;
     }
 }

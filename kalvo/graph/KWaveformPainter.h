@@ -100,8 +100,14 @@ private:
     };
     class Emitter;
 
+    // The columns of the view (out's key and columns still those of the view before).
     void summarise(const double* x, const double* y, int first, int last,
                    const KTraceSummary& summary, Columns& out) const;
+    // Appends the columns of samples from..to-1 (whole columns), taking over those of
+    // `before` that still hold.
+    void summariseRun(const double* x, const double* y, int from, int to,
+                      const KTraceSummary& summary, const std::vector<Column>& before,
+                      std::vector<Column>& out) const;
 
     // The first index in [from, to) whose column exceeds `column` (ordered domains). The
     // search gallops forward from `from`, first by `guess` samples: consecutive columns
