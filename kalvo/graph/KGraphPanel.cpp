@@ -1278,9 +1278,17 @@ void KGraphPanel::mouseWheel(KEvent& event) {
     if (notches == 0 || !plot_.PtInRect(p)) return;
     event.consume();
     if (event.isShiftDown()) {
-        const double shift = -notches * xRange_.getRangeSize() / 10.0;
-        setApeture(xRange_.getMinimum() + shift, xRange_.getMaximum() + shift);
-        rangeChanged();
+        // A tenth of the view a notch, in whole columns, so that the plots' pictures can
+        // move along.
+        const int w = std::max(1, static_cast<int>(plot_.Width()));
+        const double shift = -notches * std::max(1.0, std::round(w / 10.0)) * xRange_.getRangeSize() / w;
+        const double lo = xRange_.getMinimum() + shift, hi = xRange_.getMaximum() + shift;
+        if (KGraphFrame* frame = getFrame()) {
+            frame->setAperture(lo, hi);
+        } else {
+            setApeture(lo, hi);
+            rangeChanged();
+        }
         return;
     }
     const double factor = std::pow(0.8, notches);

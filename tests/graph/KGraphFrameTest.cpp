@@ -403,14 +403,24 @@ TEST(KGraphFrameTest, APanMovesThePlotsAndEndsAsAWholePaint) {
             [&] { byColumns(7); },
             [&] { byColumns(-3); },
             [&] { byColumns(1); byColumns(25); },
-            [&] { canvas.keyPress(KEvent::VK_RIGHT); },
-            [&] { canvas.keyPress(KEvent::VK_LEFT); canvas.keyPress(KEvent::VK_LEFT); },
+            // The axis' keys, when it has the focus.
+            [&] { c.focused ? byColumns(60) : canvas.keyPress(KEvent::VK_RIGHT); },
+            [&] {
+                if (c.focused) byColumns(-90);
+                for (int k = 0; k < 2 && !c.focused; ++k) canvas.keyPress(KEvent::VK_LEFT);
+            },
             [&] { byColumns(-40); },
+            [&] { canvas.mouseWheel(plot.CenterPoint(), -120, KEvent::SHIFT); },
         };
         for (size_t i = 0; i < pans.size(); ++i) {
             SCOPED_TRACE(i);
+            double loWas, hiWas, lo, hi;
+            axis->getRange(loWas, hiWas);
             pans[i]();
             canvas.pumpTasks();
+            axis->getRange(lo, hi);
+            EXPECT_NE(lo, loWas);
+            EXPECT_NEAR(hi - lo, hiWas - loWas, (hi - lo) * 1e-9);
             // Nothing repainted spans the plot from side to side.
             for (const CRect& r : canvas.getDamage().getRects()) {
                 CRect common;
