@@ -446,9 +446,9 @@ void KWaveformPainter::draw(CDC* dc, const double* x, const double* y, int n,
     }
 
     // On a raster device, only what reaches into the clip: a window repainting a strip of
-    // the plot draws only the lines and points that cross it (the area's fill is left
-    // whole). Thin lines come out the same to the pixel; the smoothed edges of wide ones
-    // may differ by a few levels, as any clip makes them.
+    // the plot draws only the lines, points and area that cross it. Thin lines come out the
+    // same to the pixel; the smoothed edges of wide ones may differ by a few levels, as any
+    // clip makes them.
     CRect clip;
     const bool raster = dc->HasPixels() && dc->GetClipBox(&clip) != 1;
     auto pass = [&](Emitter::Pass kind) {
@@ -467,8 +467,25 @@ void KWaveformPainter::draw(CDC* dc, const double* x, const double* y, int n,
             for (int i = first; i < last; ++i) one(i);
             return;
         }
-        if (columns->lo > first) one(columns->lo - 1);
-        for (const Column& c : columns->columns) {
+        // On a raster device only the columns that reach into the clip, and one on either
+        // side for the lines (and the area's edges) into it: those elsewhere draw no pixel
+        // there.
+        const std::vector<Column>& all = columns->columns;
+        std::size_t from = 0, to = all.size();
+        if (raster) {
+            const double reach = width + 2.0;
+            from = std::lower_bound(all.begin(), all.end(), clip.left - left - reach,
+                                    [](const Column& c, double v) { return c.column < v; }) -
+                   all.begin();
+            to = std::upper_bound(all.begin(), all.end(), clip.right - left + reach,
+                                  [](double v, const Column& c) { return v < c.column; }) -
+                 all.begin();
+            if (from > 0) --from;
+            if (to < all.size()) ++to;
+        }
+        if (from == 0 && columns->lo > first) one(columns->lo - 1);
+        for (std::size_t i = from; i < to; ++i) {
+            const Column& c = all[i];
             if (c.exact) {
                 for (int k = c.first; k < c.end; ++k) one(k);
                 continue;
@@ -493,7 +510,7 @@ void KWaveformPainter::draw(CDC* dc, const double* x, const double* y, int n,
                 out.sample(px, top + rowOf(c.stop));
             }
         }
-        if (columns->hi < last) one(columns->hi);
+        if (to == all.size() && columns->hi < last) one(columns->hi);
     };
 
     const CPen pen = dc->SelectObject(CPen(PS_SOLID, width, color));
