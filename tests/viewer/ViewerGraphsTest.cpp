@@ -126,6 +126,61 @@ TEST(ViewerTest, ZoomsByKeysAndByDraggingABox) {
     EXPECT_EQ(v.quit(), 0);
 }
 
+// Panning by the axis' keys and by Shift and the wheel over a graph moves the graphs'
+// pixels on the window and paints only what comes into view: the window then shows what a
+// whole paint of the view shows (the view exported as PNG), pixel for pixel.
+TEST(ViewerTest, APannedViewShowsWhatAWholePaintShows) {
+    ViewerSession v({LINE_FAULT});
+    XSession& x = v.x();
+    ViewerState s;
+    ASSERT_TRUE(v.waitFor([](const ViewerState& st) { return isReady(st); }, 20000, &s));
+    const double whole = span(s);
+    const CPoint mid = v.onScreen(s, s.rect("graph.0", "plot").CenterPoint());
+    x.xdotool(format("mousemove %d %d click 1", mid.x, mid.y));
+    x.xdotool("key --delay 100 plus plus plus m");
+    ASSERT_TRUE(v.waitFor(
+        [&](const ViewerState& st) { return span(st) < whole * 0.2 && st.number("markers", 0) == 1; },
+        10000, &s))
+        << s.get("range");
+    const double lo = s.number("range", 0);
+    // The axis' keys, once it has the focus.
+    const std::vector<std::string> a = s.words("axis");
+    ASSERT_EQ(a.size(), 4u) << s.get("axis");
+    const CRect band(std::stoi(a[0]), std::stoi(a[1]), std::stoi(a[2]), std::stoi(a[3]));
+    const CPoint onAxis = v.onScreen(s, CPoint(band.left + band.Width() * 3 / 5, band.CenterPoint().y));
+    x.xdotool(format("mousemove %d %d click 1", onAxis.x, onAxis.y));
+    x.xdotool("key --delay 60 Right Right Right Left");
+    ASSERT_TRUE(v.waitFor([&](const ViewerState& st) { return st.number("range", 0) > lo; }, 10000, &s))
+        << s.get("range");
+    // Shift and the wheel over the first graph: back a tenth of the view a notch.
+    const double keyed = s.number("range", 0);
+    x.xdotool(format("mousemove %d %d keydown shift click 4 click 4 keyup shift", mid.x, mid.y));
+    ASSERT_TRUE(v.waitFor([&](const ViewerState& st) { return st.number("range", 0) < keyed; }, 10000, &s))
+        << s.get("range");
+    // The pointer away from the graphs, where it raises no tooltip, and the picture settled.
+    x.xdotool("mousemove 5 5");
+    x.sleep(800);
+    const std::vector<std::string> c = s.words("canvas");
+    const CRect canvas(std::stoi(c[0]), std::stoi(c[1]), std::stoi(c[2]), std::stoi(c[3]));
+    const std::string screen = v.shot("viewer-panned");
+    const std::string png = v.getFolder() + "/panned.png";
+    x.xdotool("key ctrl+e");
+    typeFileName(x, png);
+    ASSERT_TRUE(v.waitFor(
+        [&](const ViewerState& st) { return st.get("status") == "Exported the view to " + png; },
+        20000, &s))
+        << s.get("status");
+    const Picture picture(png), shown(screen);
+    ASSERT_EQ(picture.getWidth(), canvas.Width());
+    int differing = 0;
+    for (int y = 0; y < canvas.Height(); ++y) {
+        for (int xx = 0; xx < canvas.Width(); ++xx)
+            differing += picture.pixel(xx, y) != shown.pixel(canvas.left + xx, canvas.top + y);
+    }
+    EXPECT_EQ(differing, 0) << screen;
+    EXPECT_EQ(v.quit(), 0);
+}
+
 TEST(ViewerTest, PlacesBothMarkersAndReadsTheirValues) {
     ViewerSession v({PQ});
     XSession& x = v.x();
