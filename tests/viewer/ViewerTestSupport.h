@@ -51,6 +51,30 @@ inline bool saveWorkspace(ViewerSession& v, const std::string& path, ViewerState
         20000, &s);
 }
 
+// Exports the view by Ctrl+E as the PNG file at path and counts the pixels of the canvas in
+// the screenshot that the export shows otherwise; -1 when the viewer did not export it or
+// the picture is not the canvas' size.
+inline int pixelsApartFromTheExport(ViewerSession& v, const std::string& screen, const std::string& path) {
+    v.x().xdotool("key ctrl+e");
+    typeFileName(v.x(), path);
+    ViewerState s;
+    if (!v.waitFor([&](const ViewerState& st) { return st.get("status") == "Exported the view to " + path; },
+                   20000, &s)) {
+        ADD_FAILURE() << s.get("status");
+        return -1;
+    }
+    const std::vector<std::string> c = s.words("canvas");
+    const CRect canvas(std::stoi(c[0]), std::stoi(c[1]), std::stoi(c[2]), std::stoi(c[3]));
+    const Picture picture(path), shown(screen);
+    if (picture.getWidth() != canvas.Width() || picture.getHeight() != canvas.Height()) return -1;
+    int differing = 0;
+    for (int y = 0; y < canvas.Height(); ++y) {
+        for (int x = 0; x < canvas.Width(); ++x)
+            differing += picture.pixel(x, y) != shown.pixel(canvas.left + x, canvas.top + y);
+    }
+    return differing;
+}
+
 // The record as the viewer reads it.
 inline KRecord readRecord(const std::string& path) {
     KRecord record;
