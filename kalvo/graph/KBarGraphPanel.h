@@ -104,6 +104,9 @@ protected:
     virtual void drawStackedSegments(KGraphics& graphics, std::vector<KCurve*>& curves, int first,
                                      int last);
     void drawYAxis(KGraphics& graphics) override;
+    // Hatches lie on the window's pixels, not on the time, and a bar whose start is out of
+    // view is left out whole: a pan paints the graph again.
+    bool isPlotPannable() const override { return false; }
     // One bar of the index-th curve between the baseline and value pixel rows (from the
     // plot's top): a line at left (from the plot's left), or a column from left to right,
     // hatched or not.
